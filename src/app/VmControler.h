@@ -1,0 +1,41 @@
+// app/VmControler.h — the application controller, as its peers see it.
+#pragma once
+#include "base/Seams.h"
+
+#include <memory>
+
+class VmDevice;
+class VmLevelMeter;
+class VmMechanic;
+class VmRecorder;
+
+/// Owns every other controller for the whole life of the process. Controllers reach each other only through the
+/// accessors. Main thread only.
+class VmControler {
+public:
+    explicit VmControler(const Seams& seams);
+    ~VmControler();
+    VmControler(const VmControler&) = delete;
+    VmControler& operator=(const VmControler&) = delete;
+
+    const Seams& seams() const { return m_seams; }
+    VmDevice& devicer() const { return *m_devicer; }
+    VmMechanic& mechanic() const { return *m_mechanic; }
+    VmLevelMeter& meter() const { return *m_meter; }
+    VmRecorder& recorder() const { return *m_recorder; }
+
+    /// The start-up sequence, in its order.
+    void applicationDidFinishLaunching();
+    enum class TerminateReply { now, cancel };
+    TerminateReply applicationShouldTerminate();
+    void applicationWillTerminate();
+
+private:
+    void saveUserDefaults();
+
+    const Seams m_seams;
+    std::unique_ptr<VmMechanic> m_mechanic;
+    std::unique_ptr<VmRecorder> m_recorder;
+    std::unique_ptr<VmLevelMeter> m_meter;
+    std::unique_ptr<VmDevice> m_devicer;
+};

@@ -1,0 +1,25 @@
+// base/Seams.h — everything outside that the application is given.
+#pragma once
+
+class Alert;
+class AudioHardware;
+class Clock;
+class NotificationCenter;
+class RunLoop;
+class SystemLog;
+class Texts;
+class UserDefaults;
+class Volume;
+
+/// What the application stands on; real in the product, virtual and scripted in a rehearsal.
+struct Seams {
+    Clock& clock;
+    RunLoop& runLoop;
+    NotificationCenter& notifications;
+    UserDefaults& defaults;
+    SystemLog& log;
+    Alert& alert;
+    const Texts& texts;
+    AudioHardware& hardware;
+    Volume& volume;
+};

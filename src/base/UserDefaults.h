@@ -1,0 +1,52 @@
+// base/UserDefaults.h — the settings store.
+#pragma once
+#include <mutex>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <string>
+#include <string_view>
+
+class SystemLog;
+
+/// Settings in one JSON file, replaced atomically.
+///
+/// A key is looked up among this run's overrides, then the stored values, then the registered defaults. A stored
+/// value of another type than the registered default is passed over.
+class UserDefaults {
+public:
+    /// `path` may be empty: nothing is read or written then. An unreadable file is set aside under
+    /// "<path>.unreadable-N", reported to `log`, and defaults are used.
+    UserDefaults(std::string path, SystemLog& log);
+
+    // Any thread
+    void registerDefault(std::string_view key, QJsonValue value);
+    /// Holds for this run only and is never written to the file, unless `set` replaces it.
+    void overrideForThisRun(std::string_view key, QJsonValue value);
+
+    bool boolForKey(std::string_view key) const;
+    int integerForKey(std::string_view key) const;
+    double doubleForKey(std::string_view key) const;
+    std::string stringForKey(std::string_view key) const;
+    QJsonValue valueForKey(std::string_view key) const;
+    bool isRegistered(std::string_view key) const;
+
+    void set(std::string_view key, QJsonValue value);
+    void set(std::string_view key, std::string_view text);
+    /// Writes the file if something changed. False when it could not be written (said once in the log).
+    bool synchronize();
+
+    const std::string& path() const { return m_path; }
+
+private:
+    void load();
+    void setAside(const std::string& why);
+
+    const std::string m_path;
+    SystemLog& m_log;
+    mutable std::mutex m_mutex;
+    QJsonObject m_registered;
+    QJsonObject m_overrides;
+    QJsonObject m_stored;
+    bool m_dirty = false;
+    bool m_writeFailureSaid = false;
+};
