@@ -1,5 +1,6 @@
 // base/Controls.h — what a person sees and presses, without a toolkit.
 #pragma once
+#include <array>
 #include <functional>
 #include <string>
 #include <utility>
@@ -135,4 +136,16 @@ public:
 
 private:
     bool m_animating = false;
+};
+
+/// A column of lamps, lowest first; those from `firstRed` on are red.
+class LampColumn : public Control {
+public:
+    static constexpr int count = 20;
+    static constexpr int firstRed = 17;
+    bool isLit(int index) const { return m_lit[static_cast<std::size_t>(index)]; }
+    void setLit(int index, bool lit) { change(m_lit[static_cast<std::size_t>(index)], lit); }
+
+private:
+    std::array<bool, count> m_lit{};
 };
