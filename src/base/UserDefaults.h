@@ -28,7 +28,8 @@ public:
     double doubleForKey(std::string_view key) const;
     std::string stringForKey(std::string_view key) const;
     QJsonValue valueForKey(std::string_view key) const;
-    bool isRegistered(std::string_view key) const;
+    /// The registered default; undefined for a key that nobody registered.
+    QJsonValue registeredDefault(std::string_view key) const;
 
     void set(std::string_view key, QJsonValue value);
     void set(std::string_view key, std::string_view text);
@@ -48,5 +49,6 @@ private:
     QJsonObject m_overrides;
     QJsonObject m_stored;
     bool m_dirty = false;
+    bool m_readOnly = false;
     bool m_writeFailureSaid = false;
 };
