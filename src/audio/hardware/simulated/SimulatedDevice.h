@@ -23,7 +23,7 @@ struct SimulatedSegment {
     double frequency = 0.0;
     std::uint64_t seed = 0;
     /// Interleaved, one frame for each frame of the device. Channels that it lacks repeat its last one.
-    std::shared_ptr<const std::vector<float>> samples;
+    std::shared_ptr<const std::vector<float>> samples{};
     std::uint32_t sampleChannels = 1;
     bool looped = true; ///< else silence follows
 };
