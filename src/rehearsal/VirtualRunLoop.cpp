@@ -1,0 +1,100 @@
+#include "rehearsal/VirtualRunLoop.h"
+
+#include <limits>
+
+class VirtualRunLoop::VirtualTimer final : public Timer {
+public:
+    explicit VirtualTimer(VirtualRunLoop& loop) : m_loop(loop) {}
+    ~VirtualTimer() override {
+        std::erase_if(m_loop.m_entries, [this](const Entry& entry) { return entry.timer == this; });
+    }
+    void fireNow() override {
+        for (Entry& entry : m_loop.m_entries)
+            if (entry.timer == this)
+                entry.due = m_loop.m_clock.hostTime();
+    }
+
+private:
+    VirtualRunLoop& m_loop;
+};
+
+std::unique_ptr<Timer> VirtualRunLoop::schedule(TimerOptions options, std::function<void()> handler) {
+    auto timer = std::make_unique<VirtualTimer>(*this);
+    m_entries.push_back({timer.get(), m_clock.hostTime() + hostTimeFromSeconds(options.interval), ++m_order, options,
+                         std::make_shared<std::function<void()>>(std::move(handler))});
+    return timer;
+}
+
+int VirtualRunLoop::run() {
+    m_quit = false;
+    runUntil(std::numeric_limits<HostTime>::max());
+    return m_exitCode;
+}
+
+void VirtualRunLoop::runFor(double seconds) {
+    m_quit = false;
+    runUntil(m_clock.hostTime() + hostTimeFromSeconds(seconds));
+}
+
+void VirtualRunLoop::quit(int exitCode) {
+    m_exitCode = exitCode;
+    m_quit = true;
+}
+
+void VirtualRunLoop::post(std::function<void()> call) {
+    const std::lock_guard guard(m_mutex);
+    m_posted.push_back(std::move(call));
+}
+
+bool VirtualRunLoop::hasPosted() {
+    const std::lock_guard guard(m_mutex);
+    return !m_posted.empty();
+}
+
+bool VirtualRunLoop::runPosted() {
+    std::function<void()> call;
+    {
+        const std::lock_guard guard(m_mutex);
+        if (m_posted.empty())
+            return false;
+        call = std::move(m_posted.front());
+        m_posted.pop_front();
+    }
+    call();
+    return true;
+}
+
+VirtualRunLoop::Entry* VirtualRunLoop::earliest() {
+    Entry* first = nullptr;
+    for (Entry& entry : m_entries)
+        if (first == nullptr || entry.due < first->due || (entry.due == first->due && entry.order < first->order))
+            first = &entry;
+    return first;
+}
+
+void VirtualRunLoop::fire(Entry& entry) {
+    const auto handler = entry.handler; // the handler may end its own timer
+    if (entry.options.repeats) {
+        entry.due += hostTimeFromSeconds(entry.options.interval);
+        entry.due = std::max(entry.due, m_clock.hostTime());
+        entry.order = ++m_order;
+    } else {
+        m_entries.remove_if([&entry](const Entry& other) { return &other == &entry; });
+    }
+    (*handler)();
+}
+
+void VirtualRunLoop::runUntil(HostTime limit) {
+    while (!m_quit) {
+        if (runPosted())
+            continue;
+        Entry* next = earliest();
+        if (next != nullptr && next->due <= m_clock.hostTime() && next->due <= limit) {
+            fire(*next);
+            continue;
+        }
+        if (m_clock.hostTime() >= limit)
+            return;
+        m_clock.runUntil(next != nullptr ? std::min(next->due, limit) : limit, [this] { return hasPosted(); });
+    }
+}
