@@ -104,20 +104,23 @@ SoundFileError SoundFile::repairHeader(Volume& volume, const std::string& path, 
     return SoundFileError::none;
 }
 
-SoundFileError SoundFile::outcome(int systemError) {
-    if (systemError == 0)
-        return SoundFileError::none;
+bool SoundFile::fail(SoundFileError error, int systemError) {
+    m_error = error;
     m_systemError = systemError;
-    return SoundFileError::writeFailed;
+    return false;
 }
 
-SoundFileError SoundFile::writeSamples(std::int64_t byteOffset, std::span<const std::int16_t> samples) {
+bool SoundFile::outcome(int systemError) {
+    return systemError == 0 || fail(SoundFileError::writeFailed, systemError);
+}
+
+bool SoundFile::writeSamples(std::int64_t byteOffset, std::span<const std::int16_t> samples) {
     assert(m_writable && byteOffset >= 0 && byteOffset % 2 == 0);
     if (!m_file || !m_writable || byteOffset < 0)
         return outcome(EBADF);
     const auto bytes = static_cast<std::int64_t>(samples.size_bytes());
     if (bytes > largestFile || byteOffset > largestFile - AiffHeader::soundAt - bytes)
-        return SoundFileError::tooLarge;
+        return fail(SoundFileError::tooLarge);
     m_bytes.resize(pieceSamples * 2);
     while (!samples.empty()) {
         const std::size_t count = std::min(samples.size(), pieceSamples);
@@ -130,48 +133,48 @@ SoundFileError SoundFile::writeSamples(std::int64_t byteOffset, std::span<const 
         m_header.soundBytes = std::max(m_header.soundBytes, byteOffset);
         samples = samples.subspan(count);
     }
-    return SoundFileError::none;
+    return true;
 }
 
 std::int64_t SoundFile::readSamples(std::int64_t byteOffset, std::span<std::int16_t> into) {
-    if (!m_file || byteOffset < 0)
+    if (!m_file || byteOffset < 0) {
+        fail(SoundFileError::readFailed);
         return -1;
+    }
     if (byteOffset >= m_header.soundBytes)
         return 0;
     const auto samples = static_cast<std::size_t>(
         std::min((m_header.soundBytes - byteOffset) / 2, static_cast<std::int64_t>(into.size())));
-    const std::span<std::int16_t> wanted = into.first(samples);
-    const std::int64_t got = m_file->readAt(m_header.soundOffset + byteOffset, std::as_writable_bytes(wanted));
-    if (got < 0)
+    const std::int64_t got =
+        m_file->readAt(m_header.soundOffset + byteOffset, std::as_writable_bytes(into.first(samples)));
+    if (got < 0) {
+        fail(SoundFileError::readFailed, errno);
         return -1;
+    }
     BigEndian::copySamples(into.data(), into.data(), static_cast<std::size_t>(got / 2));
     return got / 2;
 }
 
-SoundFileError SoundFile::updateHeader() {
+bool SoundFile::updateHeader() {
     assert(m_writable);
     if (!m_file || !m_writable)
         return outcome(EBADF);
     return outcome(writeSizes(*m_file, AiffHeader::soundAt + m_header.soundBytes, m_header.channels));
 }
 
-SoundFileError SoundFile::synchronize() {
-    if (!m_file)
-        return outcome(EBADF);
-    return outcome(m_file->synchronize());
+bool SoundFile::synchronize() {
+    return outcome(m_file ? m_file->synchronize() : EBADF);
 }
 
-SoundFileError SoundFile::close() {
+bool SoundFile::close() {
     if (!m_file)
-        return SoundFileError::none;
-    SoundFileError error = SoundFileError::none;
+        return true;
+    bool written = true;
     if (m_writable) {
-        error = updateHeader();
-        const SoundFileError synchronized = synchronize();
-        if (error == SoundFileError::none)
-            error = synchronized;
+        written = updateHeader();
+        written = synchronize() && written;
     }
-    const SoundFileError closed = outcome(m_file->close());
+    written = outcome(m_file->close()) && written;
     m_file.reset();
-    return error != SoundFileError::none ? error : closed;
+    return written;
 }

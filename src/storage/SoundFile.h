@@ -37,32 +37,36 @@ public:
     /// `foreignLayout` and no change if the file is shorter than a header or of another layout.
     static SoundFileError repairHeader(Volume& volume, const std::string& path, unsigned channels);
 
-    // One thread at a time
-    SoundFileError writeSamples(std::int64_t byteOffset, std::span<const std::int16_t> samples);
+    // One thread at a time. False: `error` and `systemError` say why.
+    [[nodiscard]] bool writeSamples(std::int64_t byteOffset, std::span<const std::int16_t> samples);
     /// Samples read, fewer than `into` holds at the end of the sound; -1 on an error.
     std::int64_t readSamples(std::int64_t byteOffset, std::span<std::int16_t> into);
     /// Makes the header fit what was written: done after each block, it costs a crash at most one block.
-    SoundFileError updateHeader();
+    [[nodiscard]] bool updateHeader();
     /// Returns when all is on the disk.
-    SoundFileError synchronize();
+    [[nodiscard]] bool synchronize();
     /// After writing: header, then disk. Nothing else works afterwards; closing again does nothing.
-    SoundFileError close();
+    [[nodiscard]] bool close();
 
     double rate() const { return m_header.rate; }
     unsigned channels() const { return m_header.channels; }
     std::int64_t byteCount() const { return m_header.soundBytes; }
     std::int64_t frames() const { return m_header.soundBytes / m_header.bytesPerFrame(); }
-    /// The errno of the last failed write or synchronisation; 0 before.
+    /// What the last operation that failed ended with; `none` before.
+    SoundFileError error() const { return m_error; }
+    /// The errno behind it; 0 if it was not the system that failed.
     int systemError() const { return m_systemError; }
 
 private:
     SoundFile(std::unique_ptr<VolumeFile> file, const AiffHeader& header, bool writable);
     static Opened open(std::unique_ptr<VolumeFile> file, bool writable);
-    SoundFileError outcome(int systemError);
+    bool fail(SoundFileError error, int systemError = 0);
+    bool outcome(int systemError);
 
     std::unique_ptr<VolumeFile> m_file;
     AiffHeader m_header;
     const bool m_writable;
+    SoundFileError m_error = SoundFileError::none;
     int m_systemError = 0;
     std::vector<std::byte> m_bytes; ///< one piece of samples in the order of the file
 };

@@ -1,6 +1,7 @@
 #include "storage/SoundFileNames.h"
 
 namespace {
+constexpr std::string_view header = SoundFileNames::headerString;
 /// Start date, tilde, stop time, ".aif".
 constexpr std::size_t bytesAfterHeader = 15 + 1 + 6 + 4;
 
@@ -16,14 +17,14 @@ std::string_view extensionOf(std::string_view name) {
 
 /// The first character is not compared: it tells hidden from visible.
 bool bearsHeader(std::string_view name) {
-    const std::string_view rest = SoundFileNames::headerString.substr(1);
+    const std::string_view rest = header.substr(1);
     return name.size() > rest.size() && name.substr(1, rest.size()) == rest;
 }
 } // namespace
 
-std::string SoundFileNames::finalName(std::string_view header, std::string_view start, std::string_view stop,
+std::string SoundFileNames::finalName(std::string_view leading, std::string_view start, std::string_view stop,
                                       std::optional<std::string_view> extension) {
-    std::string name(header);
+    std::string name(leading);
     name.append(start).append("~").append(stop);
     if (extension)
         name.append(".").append(*extension);
@@ -39,10 +40,10 @@ std::string SoundFileNames::freeName(std::string name, const std::function<bool(
 }
 
 bool SoundFileNames::isSoundFile(std::string_view name) {
-    return name.size() == headerString.size() + bytesAfterHeader && bearsHeader(name) &&
+    return name.size() == header.size() + bytesAfterHeader && bearsHeader(name) &&
            extensionOf(name) == soundExtension;
 }
 
 bool SoundFileNames::isImageFile(std::string_view name) {
-    return name.size() >= headerString.size() && bearsHeader(name) && extensionOf(name) == imageExtension;
+    return name.size() >= header.size() && bearsHeader(name) && extensionOf(name) == imageExtension;
 }

@@ -8,16 +8,17 @@
 /// Makes and recognises names such as "_Velmoratide_20071024_093000~101500.aif". Names are bare, without a
 /// folder; their lengths are bytes. Any thread.
 struct SoundFileNames {
-    static constexpr std::string_view headerString = "_Velmoratide_";
-    static constexpr std::string_view hiddenHeaderString = ".Velmoratide_"; ///< the dot hides the file
+    static constexpr char headerString[] = "_Velmoratide_";
+    static constexpr char hiddenHeaderString[] = ".Velmoratide_"; ///< the dot hides the file
     static constexpr std::string_view soundExtension = "aif";
     static constexpr std::string_view imageExtension = "tif";
 
-    static std::string_view whichHeaderString(bool hideSoundFile) {
+    static std::string whichHeaderString(bool hideSoundFile) {
         return hideSoundFile ? hiddenHeaderString : headerString;
     }
-    /// `start` is "YYYYmmdd_HHMMSS", `stop` "HHMMSS"; without an extension there is no dot either.
-    static std::string finalName(std::string_view header, std::string_view start, std::string_view stop,
+    /// `leading` is one of the headers, `start` is "YYYYmmdd_HHMMSS", `stop` "HHMMSS"; without an extension
+    /// there is no dot either.
+    static std::string finalName(std::string_view leading, std::string_view start, std::string_view stop,
                                  std::optional<std::string_view> extension);
     /// `name` with as many "+" before its extension as it takes until `exists` denies it.
     static std::string freeName(std::string name, const std::function<bool(const std::string&)>& exists);

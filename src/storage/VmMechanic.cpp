@@ -59,21 +59,19 @@ void VmMechanic::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault(adviceDataSizeKey, defaultAdviceDataSize);
 }
 
-VmMechanic::VmMechanic(const Seams& seams)
-    : m_seams(seams),
-      m_maxRecordTime(defaultMaxRecordTime),
-      m_maxTotalTime(defaultMaxTotalTime),
-      m_adviceDataSize(defaultAdviceDataSize) {}
-
-void VmMechanic::awake() {
+VmMechanic::VmMechanic(const Seams& seams) : m_seams(seams) {
     const UserDefaults& defaults = m_seams.defaults;
     m_soundForm = defaults.integerForKey(soundFileFormKey);
     setMaxRecordTime(defaults.doubleForKey(maxRecordTimeKey));
     setMaxTotalTime(defaults.doubleForKey(maxTotalTimeKey));
     m_adviceOperation = defaults.boolForKey(adviceOperationKey);
     setAdviceDataSize(defaults.doubleForKey(adviceDataSizeKey));
-    setDirPath(Paths::expandingTilde(defaults.stringForKey(directoryPathKey)));
+    setDirPath(expandedPath(defaults.stringForKey(directoryPathKey)));
     deleteDotFileInFolder(m_recordFolder);
+}
+
+std::string VmMechanic::expandedPath(std::string_view path) {
+    return Paths::expandingTilde(path);
 }
 
 void VmMechanic::saveUserDefaults() {
@@ -164,7 +162,7 @@ void VmMechanic::setDirPath(const std::string& path) {
     std::string folder = Paths::trimmed(path);
     if (!m_seams.volume.isFolder(folder) && !m_seams.volume.makeFolder(folder)) {
         m_seams.log.log("Data folder is changed to default");
-        folder = Paths::expandingTilde(defaultDirectoryPath);
+        folder = expandedPath(defaultDirectoryPath);
         if (!m_seams.volume.makeFolder(folder))
             reportError("VmMechanic: record folder create error.");
     }

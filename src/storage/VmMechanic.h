@@ -19,11 +19,12 @@
 class VmMechanic {
 public:
     static void registerDefaults(UserDefaults& defaults);
+    /// Reads the settings, takes the record folder into use and clears it of hidden recordings.
     explicit VmMechanic(const Seams& seams);
     VmMechanic(const VmMechanic&) = delete;
     VmMechanic& operator=(const VmMechanic&) = delete;
-    /// Reads the settings, takes the record folder into use and clears it of hidden recordings.
-    void awake();
+    /// `path` with a leading tilde replaced by the home folder.
+    static std::string expandedPath(std::string_view path);
     void saveUserDefaults();
 
     // Sound files
@@ -87,8 +88,8 @@ private:
     std::int64_t m_numDatas = 0;
     std::string m_recordFolder;
     int m_soundForm = 0;
-    double m_maxRecordTime;
-    double m_maxTotalTime;
+    double m_maxRecordTime = 0.0;
+    double m_maxTotalTime = 0.0;
     bool m_adviceOperation = false;
-    double m_adviceDataSize;
+    double m_adviceDataSize = 0.0;
 };
