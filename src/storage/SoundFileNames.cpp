@@ -1,0 +1,49 @@
+#include "storage/SoundFileNames.h"
+
+namespace {
+constexpr std::string_view header = SoundFileNames::headerString;
+/// Start date, tilde, stop time, ".aif".
+constexpr std::size_t bytesAfterHeader = 15 + 1 + 6 + 4;
+
+std::size_t dotOf(std::string_view name) {
+    const std::size_t dot = name.rfind('.');
+    return dot == 0 ? std::string_view::npos : dot;
+}
+
+std::string_view extensionOf(std::string_view name) {
+    const std::size_t dot = dotOf(name);
+    return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
+}
+
+/// The first character is not compared: it tells hidden from visible.
+bool bearsHeader(std::string_view name) {
+    const std::string_view rest = header.substr(1);
+    return name.size() > rest.size() && name.substr(1, rest.size()) == rest;
+}
+} // namespace
+
+std::string SoundFileNames::finalName(std::string_view leading, std::string_view start, std::string_view stop,
+                                      std::optional<std::string_view> extension) {
+    std::string name(leading);
+    name.append(start).append("~").append(stop);
+    if (extension)
+        name.append(".").append(*extension);
+    return name;
+}
+
+std::string SoundFileNames::freeName(std::string name, const std::function<bool(const std::string&)>& exists) {
+    while (exists(name)) {
+        const std::size_t dot = dotOf(name);
+        name.insert(dot == std::string::npos ? name.size() : dot, 1, '+');
+    }
+    return name;
+}
+
+bool SoundFileNames::isSoundFile(std::string_view name) {
+    return name.size() == header.size() + bytesAfterHeader && bearsHeader(name) &&
+           extensionOf(name) == soundExtension;
+}
+
+bool SoundFileNames::isImageFile(std::string_view name) {
+    return name.size() >= header.size() && bearsHeader(name) && extensionOf(name) == imageExtension;
+}

@@ -1,0 +1,95 @@
+// storage/VmMechanic.h — makes, opens and repairs sound files, and keeps the record folder.
+#pragma once
+#include "base/Seams.h"
+#include "storage/SoundFile.h"
+#include "storage/SoundFileNames.h"
+#include "storage/SoundStreamDescription.h"
+#include "storage/Volume.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The controller of the record storage. Failures are said in the system log and as the log event
+/// "SomeErrorHappen"; the operation then yields nothing.
+///
+/// Main thread.
+class VmMechanic {
+public:
+    static void registerDefaults(UserDefaults& defaults);
+    /// Reads the settings, takes the record folder into use and clears it of hidden recordings.
+    explicit VmMechanic(const Seams& seams);
+    VmMechanic(const VmMechanic&) = delete;
+    VmMechanic& operator=(const VmMechanic&) = delete;
+    /// `path` with a leading tilde replaced by the home folder.
+    static std::string expandedPath(std::string_view path);
+    void saveUserDefaults();
+
+    // Sound files
+    /// Replaces what is at `path`. Only rate and channel count of `format` are used.
+    std::unique_ptr<SoundFile> createAudioFileWithFormat(const SoundStreamDescription& format,
+                                                         const std::string& path);
+    /// For reading; sets `audioFormatInput` and `numDatas`.
+    std::unique_ptr<SoundFile> openAIFFFileWithPath(const std::string& path);
+    /// Bytes of sound.
+    static std::int64_t audioDataByteCount(const SoundFile& file) { return file.byteCount(); }
+    const SoundStreamDescription& audioFormatOutput() const { return m_audioFormatOutput; }
+    const SoundStreamDescription& audioFormatInput() const { return m_audioFormatInput; }
+    std::int64_t numDatas() const { return m_numDatas; } ///< bytes of sound
+    /// Repairs the header of a file that was never closed, also while it is being written. A file that is none
+    /// of ours is left alone; false then.
+    bool setAIFFFileHeader(const std::string& path, unsigned channels);
+    /// "aif" for the sound form 0, else none.
+    std::optional<std::string_view> extensionName() const;
+    static bool isSoundFile(std::string_view name) { return SoundFileNames::isSoundFile(name); }
+    static bool isImageFile(std::string_view name) { return SoundFileNames::isImageFile(name); }
+
+    // Work files; empty pointers when they cannot be had
+    std::string temporaryFilePath() const;
+    std::unique_ptr<VolumeFile> openTempFile();
+    /// A new relay file. It holds "regular file" at first: truncate it before writing.
+    std::unique_ptr<VolumeFile> createRelayFile();
+    std::unique_ptr<VolumeFile> openRelayFile();
+    void deleteRelayFile();
+
+    // Record folder
+    const std::string& recordFolder() const { return m_recordFolder; }
+    /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had.
+    void setDirPath(const std::string& path);
+    /// Removes the hidden recordings in `folder` and the folders below it, logging each.
+    void deleteDotFileInFolder(const std::string& folder);
+
+    // Room; durations in seconds. A duration or size that makes no sense becomes its default.
+    double maxRecordTime() const { return m_maxRecordTime; }
+    void setMaxRecordTime(double seconds);
+    double maxTotalTime() const { return m_maxTotalTime; }
+    void setMaxTotalTime(double seconds);
+    bool adviceOperation() const { return m_adviceOperation; }
+    void setAdviceOperation(bool on) { m_adviceOperation = on; }
+    double adviceDataSize() const { return m_adviceDataSize; } ///< megabytes
+    void setAdviceDataSize(double megabytes);
+    /// Free bytes of the volume that holds the record folder; nothing when they cannot be had.
+    std::optional<double> freeSystemSpace() const;
+    /// Bytes of the longest single recording at `rate` Hz. Always finite.
+    float maxRecordOne(double rate, unsigned channels) const;
+    /// Bytes that must be free before a recording. Always finite.
+    double needFreeSpace(double rate, unsigned channels) const;
+
+private:
+    void reportError(std::string_view message) const;
+    std::string relayFilePath() const;
+    void deleteDotFile(const std::string& path) const;
+
+    const Seams m_seams;
+    SoundStreamDescription m_audioFormatOutput;
+    SoundStreamDescription m_audioFormatInput;
+    std::int64_t m_numDatas = 0;
+    std::string m_recordFolder;
+    int m_soundForm = 0;
+    double m_maxRecordTime = 0.0;
+    double m_maxTotalTime = 0.0;
+    bool m_adviceOperation = false;
+    double m_adviceDataSize = 0.0;
+};
