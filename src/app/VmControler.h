@@ -13,6 +13,9 @@ class VmRecorder;
 /// accessors. Main thread only.
 class VmControler {
 public:
+    /// Registers every controller's settings; done before the first one is read.
+    static void registerDefaults(UserDefaults& defaults);
+
     explicit VmControler(const Seams& seams);
     ~VmControler();
     VmControler(const VmControler&) = delete;

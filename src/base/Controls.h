@@ -145,6 +145,8 @@ public:
     static constexpr int firstRed = 17;
     bool isLit(int index) const { return m_lit[static_cast<std::size_t>(index)]; }
     void setLit(int index, bool lit) { change(m_lit[static_cast<std::size_t>(index)], lit); }
+    /// Has every view draw all lamps again.
+    void redraw() const { changed(); }
 
 private:
     std::array<bool, count> m_lit{};

@@ -89,6 +89,11 @@ QJsonValue UserDefaults::valueForKey(std::string_view key) const {
     return registered;
 }
 
+void UserDefaults::keepOutOfFile(std::string_view key) {
+    const std::lock_guard guard(m_mutex);
+    m_keptOut.emplace(key);
+}
+
 bool UserDefaults::boolForKey(std::string_view key) const {
     return valueForKey(key).toBool();
 }
@@ -118,6 +123,10 @@ QJsonValue UserDefaults::registeredDefault(std::string_view key) const {
 void UserDefaults::set(std::string_view key, QJsonValue value) {
     const std::lock_guard guard(m_mutex);
     const QString name = qString(key);
+    if (m_keptOut.contains(key)) {
+        m_overrides.insert(name, std::move(value));
+        return;
+    }
     // What this run was merely told to use is not a person's choice, as long as it stays unchanged.
     const QJsonValue overridden = m_overrides.value(name);
     if (!overridden.isUndefined()) {

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <QJsonObject>
 #include <QJsonValue>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,8 @@ public:
     void registerDefault(std::string_view key, QJsonValue value);
     /// Holds for this run only and is never written to the file, unless `set` replaces it.
     void overrideForThisRun(std::string_view key, QJsonValue value);
+    /// From now on the key is set for this run only, whoever sets it.
+    void keepOutOfFile(std::string_view key);
 
     bool boolForKey(std::string_view key) const;
     int integerForKey(std::string_view key) const;
@@ -48,6 +51,7 @@ private:
     QJsonObject m_registered;
     QJsonObject m_overrides;
     QJsonObject m_stored;
+    std::set<std::string, std::less<>> m_keptOut;
     bool m_dirty = false;
     bool m_readOnly = false;
     bool m_writeFailureSaid = false;

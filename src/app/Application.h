@@ -1,0 +1,66 @@
+// app/Application.h — the real program: real time, real devices, real files.
+#pragma once
+#include "app/CommandLine.h"
+#include "base/Alert.h"
+#include "base/NotificationCenter.h"
+#include "base/SystemClock.h"
+#include "base/SystemLog.h"
+#include "base/Texts.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class AudioHardware;
+class MainWindow;
+class QCoreApplication;
+class QtAlert;
+class RecordForDuty;
+class RunLoop;
+class TerminationSignals;
+class UserDefaults;
+class VmControler;
+class Volume;
+
+/// Puts the program together as the command line asks, and runs it. Main thread only.
+class Application {
+public:
+    /// The Qt application object must be a QApplication unless `line.headless`.
+    Application(CommandLine line, QCoreApplication& qt, TerminationSignals& signals);
+    ~Application();
+
+    /// Runs to the end; returns the exit status.
+    int run();
+
+private:
+    int listSources();
+    bool prepare();
+    bool applyOverrides();
+    bool chooseSource();
+    bool checkFolder();
+    void printFinishedFiles();
+    void terminate(int exitCode);
+    int fail(int exitCode, const std::string& text);
+    int runDuty();
+    void showWindow();
+
+    const CommandLine m_line;
+    QCoreApplication& m_qt;
+    TerminationSignals& m_signals;
+    int m_exitCode = 0;
+
+    SystemClock m_clock;
+    DescriptorSystemLog m_log;
+    NotificationCenter m_notifications;
+    const Texts m_texts;
+    std::unique_ptr<RunLoop> m_runLoop;
+    std::unique_ptr<Volume> m_volume;
+    std::unique_ptr<UserDefaults> m_defaults;
+    std::unique_ptr<AudioHardware> m_hardware;
+    QtAlert* m_qtAlert = nullptr; // when there is a window
+    std::unique_ptr<Alert> m_alert;
+    std::unique_ptr<VmControler> m_controler;
+    std::unique_ptr<MainWindow> m_window;
+    std::unique_ptr<RecordForDuty> m_recordFor;
+    NotificationCenter::Observation m_finishedFiles;
+};

@@ -1,0 +1,25 @@
+// app/CommandLine.h — the arguments of the program.
+#pragma once
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What the program was asked to do.
+struct CommandLine {
+    bool headless = false;
+    bool demo = false;
+    bool listSources = false;
+    bool version = false;
+    bool help = false;
+    std::optional<double> recordFor; ///< seconds
+    std::string source;
+    std::string settings;
+    std::string folder;
+    std::vector<std::pair<std::string, std::string>> overrides; ///< setting and value
+
+    /// Reads the arguments after the program's name. On a mistake returns nothing and says in one line in `error`
+    /// what is wrong.
+    static std::optional<CommandLine> parse(const std::vector<std::string>& arguments, std::string& error);
+    static std::string helpText();
+};

@@ -1,0 +1,66 @@
+#include "app/VmControler.h"
+
+#include "audio/VmDevice.h"
+#include "base/Alert.h"
+#include "base/NotificationCenter.h"
+#include "base/RunLoop.h"
+#include "base/SystemLog.h"
+#include "base/UserDefaults.h"
+#include "recorder/VmLevelMeter.h"
+#include "recorder/VmRecorder.h"
+#include "storage/SoundFile.h"
+#include "storage/VmMechanic.h"
+
+void VmControler::registerDefaults(UserDefaults& defaults) {
+    VmMechanic::registerDefaults(defaults);
+    VmRecorder::registerDefaults(defaults);
+    VmLevelMeter::registerDefaults(defaults);
+    VmDevice::registerDefaults(defaults);
+}
+
+VmControler::VmControler(const Seams& seams) : m_seams(seams) {
+    m_mechanic = std::make_unique<VmMechanic>(m_seams);
+    m_devicer = std::make_unique<VmDevice>(*this);
+    m_recorder = std::make_unique<VmRecorder>(*this);
+    m_meter = std::make_unique<VmLevelMeter>(*this);
+    m_devicer->awake();
+}
+
+VmControler::~VmControler() {
+    // The cycles end before anything that they reach.
+    m_devicer->recordDeviceStop();
+}
+
+void VmControler::applicationDidFinishLaunching() {
+    if (m_devicer->awakeError())
+        m_seams.runLoop.post([this] { m_seams.runLoop.quit(1); });
+    m_recorder->dispRecordMode();
+    m_recorder->recordSourceChanged();
+    m_devicer->recordDeviceStart();
+    m_seams.notifications.postLogEvent("DutyStart");
+    m_recorder->rescueTempFile();
+    m_recorder->reviveRecordCondition();
+    m_recorder->autoRecordStart();
+}
+
+VmControler::TerminateReply VmControler::applicationShouldTerminate() {
+    if (m_recorder->recordButton().isOn() || m_recorder->reserveButton().isOn()) {
+        m_seams.alert.ask({"UnableExit", "StopRecording", "Understand"});
+        return TerminateReply::cancel;
+    }
+    return TerminateReply::now;
+}
+
+void VmControler::applicationWillTerminate() {
+    m_recorder->finishForTermination();
+    m_seams.log.log("---applicationWillTerminate---");
+    m_seams.notifications.postLogEvent("DutyFinish");
+    saveUserDefaults();
+}
+
+void VmControler::saveUserDefaults() {
+    m_recorder->saveUserDefaults();
+    m_mechanic->saveUserDefaults();
+    m_devicer->saveUserDefaults();
+    m_seams.defaults.synchronize();
+}

@@ -1,0 +1,32 @@
+// The program velmoratide.
+#include "app/Application.h"
+#include "app/CommandLine.h"
+#include "app/TerminationSignals.h"
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <QApplication>
+
+int main(int argc, char* argv[]) {
+    std::string error;
+    const auto line = CommandLine::parse({argv + 1, argv + argc}, error);
+    if (!line) {
+        std::fprintf(stderr, "velmoratide: %s\n", error.c_str());
+        return 2;
+    }
+    if (line->help || line->version) {
+        std::fputs(line->help ? CommandLine::helpText().c_str() : "Velmoratide " VELMORATIDE_VERSION "\n", stdout);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    // A reader of our output that goes away must not end a duty.
+    std::signal(SIGPIPE, SIG_IGN);
+    TerminationSignals signals;
+    const bool windowless = line->headless || line->listSources;
+    int qtArgc = 1; // Qt's own arguments are not offered
+    const std::unique_ptr<QCoreApplication> qt(windowless ? new QCoreApplication(qtArgc, argv)
+                                                          : new QApplication(qtArgc, argv));
+    QCoreApplication::setApplicationName(QStringLiteral("velmoratide"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELMORATIDE_VERSION));
+    return Application(*line, *qt, signals).run();
+}

@@ -1,0 +1,150 @@
+#include "app/window/Icons.h"
+
+#include <array>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPixmap>
+#include <utility>
+
+namespace {
+constexpr double box = 24.0;
+
+QPainterPath stroked(const QPainterPath& line, double width = 2.0) {
+    QPainterPathStroker stroker;
+    stroker.setWidth(width);
+    stroker.setCapStyle(Qt::RoundCap);
+    stroker.setJoinStyle(Qt::RoundJoin);
+    return stroker.createStroke(line).simplified();
+}
+
+QPainterPath circle(double x, double y, double radius) {
+    QPainterPath path;
+    path.addEllipse(QPointF(x, y), radius, radius);
+    return path;
+}
+
+QPainterPath roundRect(QRectF rect, double radius) {
+    QPainterPath path;
+    path.addRoundedRect(rect, radius, radius);
+    return path;
+}
+
+QPainterPath polyline(std::initializer_list<QPointF> points) {
+    QPainterPath path(*points.begin());
+    for (const QPointF& point : points)
+        path.lineTo(point);
+    return path;
+}
+
+/// A calendar leaf with the hands of a clock.
+QPainterPath timerPath() {
+    QPainterPath path = stroked(roundRect({3, 4.5, 18, 16.5}, 3));
+    path |= roundRect({3, 4.5, 18, 5}, 2.5);
+    path |= stroked(polyline({{8, 2.5}, {8, 5}}));
+    path |= stroked(polyline({{16, 2.5}, {16, 5}}));
+    path |= stroked(polyline({{12, 12}, {12, 15.5}, {15, 17}}), 1.8);
+    return path;
+}
+
+/// Headphones.
+QPainterPath monitorPath() {
+    QPainterPath band(QPointF(4, 15));
+    band.lineTo(4, 12.5);
+    band.arcTo(QRectF(4, 4, 16, 16), 180, -180);
+    band.lineTo(20, 15);
+    QPainterPath path = stroked(band);
+    path |= roundRect({3, 13.5, 5, 7.5}, 2);
+    path |= roundRect({16, 13.5, 5, 7.5}, 2);
+    return path;
+}
+
+/// A clock that shows a full hour.
+QPainterPath hourPath() {
+    QPainterPath path = stroked(circle(12, 12, 9));
+    path |= stroked(polyline({{12, 6.5}, {12, 12}, {8, 12}}));
+    return path;
+}
+
+/// A bell.
+QPainterPath markerPath() {
+    QPainterPath bell(QPointF(4, 17));
+    bell.cubicTo({6.2, 15.2}, {6, 13}, {6, 10.5});
+    bell.cubicTo({6, 6.8}, {8.4, 4.5}, {12, 4.5});
+    bell.cubicTo({15.6, 4.5}, {18, 6.8}, {18, 10.5});
+    bell.cubicTo({18, 13}, {17.8, 15.2}, {20, 17});
+    bell.closeSubpath();
+    QPainterPath path = bell | stroked(bell, 1.6);
+    path |= circle(12, 3.6, 1.6);
+    QPainterPath clapper(QPointF(9, 19.6));
+    clapper.arcTo(QRectF(9, 16.6, 6, 6), 180, 180);
+    clapper.closeSubpath();
+    return path | clapper;
+}
+
+void paintApplication(QPainter& painter) {
+    QLinearGradient ground(0, 2, 0, 62);
+    ground.setColorAt(0, QColor(0x2f, 0x48, 0x58));
+    ground.setColorAt(1, QColor(0x12, 0x20, 0x2b));
+    painter.fillPath(roundRect({2, 2, 60, 60}, 14), ground);
+    constexpr std::array<std::pair<double, double>, 5> bars{{{10, 9}, {19, 17}, {28, 26}, {37, 14}, {46, 7}}};
+    for (const auto& [x, half] : bars)
+        painter.fillPath(roundRect({x, 34 - half, 6, 2 * half}, 3), QColor(0x6f, 0xe3, 0xb0));
+    painter.fillPath(circle(49, 16, 8.5), QColor(0x16, 0x28, 0x34));
+    painter.fillPath(circle(49, 16, 6), QColor(0xff, 0x4a, 0x3d));
+}
+} // namespace
+
+QPainterPath Icons::path(Glyph glyph) {
+    switch (glyph) {
+    case Glyph::record:
+        return circle(12, 12, 9);
+    case Glyph::stop:
+        return roundRect({4.5, 4.5, 15, 15}, 2.5);
+    case Glyph::timer:
+        return timerPath();
+    case Glyph::monitor:
+        return monitorPath();
+    case Glyph::hour:
+        return hourPath();
+    case Glyph::marker:
+        return markerPath();
+    }
+    return {};
+}
+
+std::optional<Glyph> Icons::named(std::string_view image) {
+    static constexpr std::array<std::pair<std::string_view, Glyph>, 6> names{{{"Record", Glyph::record},
+                                                                              {"Stop", Glyph::stop},
+                                                                              {"Timer", Glyph::timer},
+                                                                              {"Monitor", Glyph::monitor},
+                                                                              {"Hour", Glyph::hour},
+                                                                              {"Marker", Glyph::marker}}};
+    for (const auto& [name, glyph] : names)
+        if (name == image)
+            return glyph;
+    return std::nullopt;
+}
+
+void Icons::paint(QPainter& painter, Glyph glyph, const QRectF& square, const QColor& color) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(square.topLeft());
+    painter.scale(square.width() / box, square.height() / box);
+    painter.fillPath(path(glyph), color);
+    painter.restore();
+}
+
+QIcon Icons::application() {
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(size / 64.0, size / 64.0);
+        paintApplication(painter);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}

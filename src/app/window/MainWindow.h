@@ -1,0 +1,24 @@
+// app/window/MainWindow.h — the one window of the program.
+#pragma once
+#include "app/window/RecordTabControls.h"
+
+#include <functional>
+#include <QWidget>
+
+class Texts;
+
+/// Holds the record tab at its fixed size. Main thread only.
+class MainWindow : public QWidget {
+public:
+    static constexpr int recordTabWidth = 352;
+    static constexpr int recordTabHeight = 262;
+
+    /// `mayClose` is asked when a person closes the window.
+    MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    const std::function<bool()> m_mayClose;
+};

@@ -1,0 +1,69 @@
+#include "app/window/QtAlert.h"
+
+#include "base/Texts.h"
+
+#include <algorithm>
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QPushButton>
+
+QtAlert::~QtAlert() {
+    for (const QPointer<QMessageBox>& box : m_open)
+        delete box.data();
+}
+
+AlertAnswer QtAlert::ask(const AlertRequest& request) {
+    const std::unique_ptr<QMessageBox> box = makeBox(request);
+    box->exec();
+    const QAbstractButton* pressed = box->clickedButton();
+    if (pressed != nullptr && pressed->objectName() == "alternate")
+        return AlertAnswer::alternateButton;
+    if (pressed != nullptr && pressed->objectName() == "other")
+        return AlertAnswer::otherButton;
+    return AlertAnswer::defaultButton;
+}
+
+void QtAlert::tell(const AlertRequest& request) {
+    QMetaObject::invokeMethod(
+        &m_receiver, [this, request] { show(request); }, Qt::QueuedConnection);
+}
+
+std::unique_ptr<QMessageBox> QtAlert::makeBox(const AlertRequest& request) const {
+    const auto text = [this](const std::string& key) { return QString::fromStdString(m_texts(key)); };
+    auto box = std::make_unique<QMessageBox>(m_window.data());
+    box->setObjectName(QString::fromStdString(request.messageKey));
+    box->setIcon(QMessageBox::Warning);
+    box->setWindowTitle(text("ApplicationName"));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(text(request.messageKey));
+    if (!request.informativeKey.empty())
+        box->setInformativeText(text(request.informativeKey));
+
+    QPushButton* first = box->addButton(text(request.defaultKey), QMessageBox::AcceptRole);
+    first->setObjectName("default");
+    box->setDefaultButton(first);
+    QPushButton* escape = first;
+    if (!request.alternateKey.empty()) {
+        escape = box->addButton(text(request.alternateKey), QMessageBox::RejectRole);
+        escape->setObjectName("alternate");
+    }
+    if (!request.otherKey.empty())
+        box->addButton(text(request.otherKey), QMessageBox::DestructiveRole)->setObjectName("other");
+    box->setEscapeButton(escape);
+    return box;
+}
+
+void QtAlert::show(const AlertRequest& request) {
+    std::erase_if(m_open, [](const QPointer<QMessageBox>& box) { return box.isNull(); });
+    const QString name = QString::fromStdString(request.messageKey);
+    for (const QPointer<QMessageBox>& open : m_open)
+        if (open->objectName() == name) {
+            open->raise();
+            return;
+        }
+    QMessageBox* box = makeBox(request).release(); // deletes itself when it is closed
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    box->show();
+    m_open.emplace_back(box);
+}

@@ -1,0 +1,139 @@
+// Renders the record tab in each state, theme and language: velmoratide-pictures <folder>.
+#include "app/window/MainWindow.h"
+#include "base/Texts.h"
+
+#include <cstdio>
+#include <QApplication>
+#include <QDir>
+#include <QFontDatabase>
+#include <QPalette>
+#include <QPixmap>
+#include <string>
+
+namespace {
+struct Scene {
+    Button record, reserve, monitor, hour, marker;
+    TextField condition, mode, source, rate, recordTime, totalTime, message;
+    Slider level{0, LampColumn::count};
+    LampColumn lamps;
+    Popup sources;
+    Indicator write;
+
+    RecordTabControls controls() {
+        return {record, reserve,    monitor,   hour,    marker, condition, mode,    source,
+                rate,   recordTime, totalTime, message, level,  lamps,     sources, write};
+    }
+    void light(int bar, int peak) {
+        for (int index = 0; index < LampColumn::count; ++index)
+            lamps.setLit(index, index < bar || index == peak - 1);
+    }
+};
+
+void setIdle(Scene& scene, const Texts& texts) {
+    scene.hour.setOn(true);
+    scene.reserve.setEnabled(false);
+    scene.reserve.setToolTip(texts("ReserveNotYet"));
+    scene.marker.setEnabled(false);
+    scene.condition.setText(texts("Stopped"));
+    scene.mode.setText(texts("AlwaysMode"));
+    scene.source.setText(texts("InternalSource"));
+    scene.rate.setText("22.05 kHz " + texts("ChannelMono"));
+    scene.recordTime.setText("0'00\"");
+    scene.totalTime.setText("0'00\"");
+    scene.sources.setItems({texts("InternalSource"), texts("ExternalSource")});
+    scene.sources.select(0);
+    scene.level.setValue(8);
+    scene.light(3, 5);
+}
+
+void setRecording(Scene& scene, const Texts& texts) {
+    setIdle(scene, texts);
+    scene.record.setOn(true);
+    scene.monitor.setOn(true);
+    scene.condition.setText(texts("Recording"));
+    scene.condition.setColor(TextColor::red);
+    scene.recordTime.setText("1:48'07\"");
+    scene.totalTime.setText("168:48'07\"");
+    scene.write.setAnimating(true);
+    scene.light(12, 14);
+}
+
+void setOverLevel(Scene& scene, const Texts& texts) {
+    setRecording(scene, texts);
+    scene.mode.setText(texts("AutoMode"));
+    const std::string longName = "USB Audio CODEC Analog Stereo, front panel connector, second unit";
+    scene.source.setText(longName);
+    scene.sources.setItems({longName});
+    scene.rate.setText("44.1 kHz " + texts("ChannelStereo"));
+    scene.level.setValue(20);
+    scene.light(20, 20);
+}
+
+void setNoDevice(Scene& scene, const Texts& texts) {
+    setIdle(scene, texts);
+    scene.record.setEnabled(false);
+    scene.monitor.setEnabled(false);
+    scene.level.setEnabled(false);
+    scene.level.setValue(0);
+    scene.source.setText("");
+    scene.rate.setText("");
+    scene.sources.setItems({});
+    scene.sources.select(-1);
+    scene.message.setText(texts("NoRecordSource"));
+    scene.message.setColor(TextColor::red);
+    scene.light(0, 0);
+}
+
+QPalette darkPalette() {
+    QPalette palette(QColor(0x2b, 0x2e, 0x33), QColor(0x2b, 0x2e, 0x33));
+    palette.setColor(QPalette::Base, QColor(0x1f, 0x22, 0x26));
+    palette.setColor(QPalette::Button, QColor(0x3a, 0x3e, 0x44));
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(role, QColor(0xec, 0xed, 0xee));
+    palette.setColor(QPalette::PlaceholderText, QColor(0xa0, 0xa4, 0xa8));
+    palette.setColor(QPalette::Highlight, QColor(0x3d, 0x8f, 0xd6));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x84, 0x88));
+    return palette;
+}
+
+bool render(const QString& path, const std::string& language, void (*set)(Scene&, const Texts&)) {
+    const Texts texts = Texts::forLanguage(language);
+    Scene scene;
+    set(scene, texts);
+    MainWindow window(scene.controls(), texts, [] { return true; });
+    window.show();
+    QApplication::processEvents();
+    QPixmap picture(window.size() * 2);
+    picture.setDevicePixelRatio(2);
+    window.render(&picture);
+    return picture.save(path);
+}
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QApplication application(argc, argv);
+    QApplication::setStyle("Fusion");
+    QFont font;
+    font.setFamilies({"DejaVu Sans", "Noto Sans CJK JP"});
+    QApplication::setFont(font);
+    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString("."));
+    const QPalette light = QApplication::palette();
+    constexpr std::pair<const char*, void (*)(Scene&, const Texts&)> scenes[] = {{"idle", setIdle},
+                                                                                 {"recording", setRecording},
+                                                                                 {"over-level", setOverLevel},
+                                                                                 {"no-device", setNoDevice}};
+    for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
+        QApplication::setPalette(palette);
+        for (const char* language : {"en", "ja"})
+            for (const auto& [name, set] : scenes) {
+                const QString path = folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language));
+                if (!render(path, language, set)) {
+                    std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+                    return 1;
+                }
+            }
+    }
+    return 0;
+}

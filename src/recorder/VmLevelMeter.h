@@ -1,0 +1,63 @@
+// recorder/VmLevelMeter.h — the input level as a number and as a column of lamps.
+#pragma once
+#include "audio/hardware/AudioHardware.h"
+#include "base/Controls.h"
+#include "base/Realtime.h"
+#include "base/RunLoop.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+class KaCoreAudioDevice;
+class UserDefaults;
+class VmControler;
+
+/// Takes snapshots of the input on the I/O thread and shows them every 0.05 s, which also drives the recorder.
+class VmLevelMeter {
+public:
+    explicit VmLevelMeter(VmControler& controler);
+    ~VmLevelMeter();
+    static void registerDefaults(UserDefaults& defaults);
+
+    // Main thread
+    void setLevelIOTargetWithDevice(KaCoreAudioDevice& device);
+    void initLEDDisplay();
+    void renewLEDDisplay();
+    void execLevelMeter();
+    void levelAnalyzer();
+    void dispLevel(int level);
+    double peekHoldTime() const { return m_peekHoldTime; }
+    void setPeekHoldTime(double seconds) { m_peekHoldTime = seconds; }
+    void saveUserDefaults();
+    LampColumn& lamps() { return m_lamps; }
+
+    // I/O thread
+    /// Copies every eighth input buffer. Never waits.
+    OSStatus levelInputIOForDevice(KaCoreAudioDevice& device, const AudioTimeStamp* timeStamp,
+                                   const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                                   AudioBufferList* outputData, const AudioTimeStamp* outputTime,
+                                   void* clientData) noexcept KA_REALTIME;
+
+    // Any thread
+    /// 0 (silence) to 20 (full scale).
+    int level() const { return m_level.load(std::memory_order_relaxed); }
+
+private:
+    int levelOfSnapshot() const;
+
+    static constexpr double tick = 0.05; ///< seconds
+
+    VmControler& m_controler;
+    LampColumn m_lamps;
+    // A torn snapshot disturbs one reading; atomics only keep the floats whole.
+    std::vector<std::atomic<float>> m_buffer;
+    std::atomic<unsigned> m_frames{0}; // floats in the snapshot
+    int m_counter = 0;                 // I/O thread
+    int m_lastNum = 0;
+    int m_maxNum = 0;
+    int m_maxCount = 0;
+    std::atomic<int> m_level{0};
+    double m_peekHoldTime = 1.0;
+    std::unique_ptr<Timer> m_timer;
+};

@@ -1,0 +1,239 @@
+#include "recorder/VmRecorder.h"
+
+#include "app/VmControler.h"
+#include "audio/VmDevice.h"
+#include "base/Alert.h"
+#include "base/Clock.h"
+#include "base/NotificationCenter.h"
+#include "base/SystemLog.h"
+#include "base/UserDefaults.h"
+#include "recorder/VmLevelMeter.h"
+#include "storage/SoundFile.h"
+#include "storage/SoundFileNames.h"
+#include "storage/VmMechanic.h"
+
+#include <algorithm>
+#include <cmath>
+
+VmRecorder::VmRecorder(VmControler& controler)
+    : m_controler(controler), m_workFiles(controler.seams(), controler.mechanic()),
+      m_pipeline(controler.seams().clock, controler.seams().log, controler.seams().notifications) {
+    const UserDefaults& defaults = controler.seams().defaults;
+    m_recordMode = defaults.integerForKey("RecordMode");
+    m_autoLevel = std::clamp(defaults.integerForKey("AutoStartLevel"), 0, 20);
+    m_delayTime = std::max(defaults.integerForKey("AutoStopDelayTime"), 0);
+    m_preBufferSec = std::clamp(defaults.integerForKey("PreBufferingSeconds"), 0, 79);
+    m_rateNumber = defaults.integerForKey("SamplingRateNumber");
+    setChannels(defaults.integerForKey("ChannelsNumber"));
+    m_hideSoundFile = defaults.boolForKey("HideSoundFileFlag");
+    m_sliderAlwaysEnable = defaults.boolForKey("SliderAlwaysEnable");
+    m_autoStartup = defaults.boolForKey("AutoRecordStartup");
+    m_levelSlider.setValue(m_autoLevel);
+    m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
+    for (Button* later : {&m_reserveButton, &m_monitorButton, &m_hourButton, &m_markerButton})
+        later->setEnabled(false);
+
+    m_recordButton.setAction([this] { actRecordButton(); });
+    m_levelSlider.setAction([this](int) { actLevelSlider(); });
+    m_sourcePopup.setAction([this](int index) { m_controler.devicer().changeRecordSource(index); });
+    m_pipeline.setErrorHandler([this] { handleWriteError(); });
+    m_pipeline.setActivityHandler([this](bool active) {
+        m_controler.seams().runLoop.post([this, active] { m_writeIndicator.setAnimating(active); });
+    });
+}
+
+VmRecorder::~VmRecorder() = default;
+
+void VmRecorder::registerDefaults(UserDefaults& defaults) {
+    defaults.registerDefault("RecordMode", 0);
+    defaults.registerDefault("AutoStartLevel", 0);
+    defaults.registerDefault("MonitorSwitch", false);
+    defaults.registerDefault("RecordSwitch", false);
+    defaults.registerDefault("ReserveSwitch", false);
+    defaults.registerDefault("SamplingRateNumber", 1);
+    defaults.registerDefault("ChannelsNumber", 1);
+    defaults.registerDefault("AutoStopDelayTime", 5.0);
+    defaults.registerDefault("StartOnTheHour", true);
+    defaults.registerDefault("SliderAlwaysEnable", false);
+    defaults.registerDefault("HideSoundFileFlag", false);
+    defaults.registerDefault("PreBufferingSeconds", 3);
+    defaults.registerDefault("MarkerSoundSwitch", false);
+    defaults.registerDefault("MarkerSoundOption", 0);
+    defaults.registerDefault("MarkerSoundName", "");
+    defaults.registerDefault("MarkerSoundMonitor", false);
+    defaults.registerDefault("WriteStartTempFile", "");
+    defaults.registerDefault("DisplayTotalTime", false);
+    defaults.registerDefault("AutoRecordStartup", false);
+}
+
+void VmRecorder::saveUserDefaults() {
+    UserDefaults& defaults = m_controler.seams().defaults;
+    defaults.set("RecordMode", m_recordMode);
+    defaults.set("AutoStartLevel", m_autoLevel);
+    defaults.set("SamplingRateNumber", m_rateNumber);
+    defaults.set("ChannelsNumber", m_channels);
+    defaults.set("AutoStopDelayTime", m_delayTime);
+    defaults.set("SliderAlwaysEnable", m_sliderAlwaysEnable);
+    defaults.set("HideSoundFileFlag", m_hideSoundFile);
+    defaults.set("PreBufferingSeconds", m_preBufferSec);
+    defaults.set("AutoRecordStartup", m_autoStartup);
+    defaults.synchronize();
+}
+
+// --- record path ---------------------------------------------------------------------------------------------
+
+void VmRecorder::setRecordIOTargetWithDevice(KaCoreAudioDevice& device) {
+    device.setDelegate(this);
+    device.setIOTarget(*this, &VmRecorder::recordIOForDevice, nullptr);
+}
+
+void VmRecorder::recordSourceChanged() {
+    const VmDevice& devicer = m_controler.devicer();
+    if (devicer.recordSource() >= 0 && !m_pipeline.initSoundQue(devicer.recordSampleRate())) {
+        // Without a queue there is no recorder.
+        m_controler.seams().runLoop.quit(1);
+        return;
+    }
+    m_streamStarted = m_controler.seams().clock.hostTime();
+    fillSourcePopup();
+    renewDispSampleRate();
+}
+
+OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*, const AudioBufferList* inputData,
+                                       const AudioTimeStamp* inputTime, AudioBufferList*, const AudioTimeStamp*,
+                                       void*) noexcept {
+    const VmDevice& devicer = m_controler.devicer();
+    if (inputData == nullptr)
+        return audioHardwareNoError;
+    const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
+    devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
+    AudioBufferList& converted = devicer.convertBuffer();
+    devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
+    m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
+                       converted.mBuffers[0].mDataByteSize / sizeof(float), inputTime->mHostTime,
+                       condition() == RecordCondition::recording);
+    return audioHardwareNoError;
+}
+
+void VmRecorder::audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) {
+    const std::string text = "VmRecorder: sound input device \"" + device.deviceName() +
+                             "\" cannot be started (" + std::to_string(reason) + ").";
+    m_controler.seams().log.log(text);
+    m_controler.seams().notifications.postLogEvent("SomeErrorHappen", text);
+}
+
+// --- start and stop of a file --------------------------------------------------------------------------------
+
+bool VmRecorder::streamIsLate() {
+    // A recording that began before the stream's first frame would bear a name that its sound does not keep.
+    constexpr double patience = 2.0;
+    return !m_pipeline.delivers() &&
+           m_controler.seams().clock.hostTime() - m_streamStarted < hostTimeFromSeconds(patience);
+}
+
+void VmRecorder::startRecording() {
+    if (streamIsLate())
+        return;
+    if (_startRecording())
+        setCondition(RecordCondition::recording);
+}
+
+void VmRecorder::stopRecording() {
+    _stopRecording();
+}
+
+bool VmRecorder::_startRecording() {
+    const Seams& seams = m_controler.seams();
+    rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
+    const double prior =
+        m_pipeline.prepare(seams.clock.hostTime(), m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0);
+    m_recordStartDate = seams.clock.now().addingSeconds(-prior);
+    VmMechanic& mechanic = m_controler.mechanic();
+    m_writeFile = mechanic.createAudioFileWithFormat(
+        {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
+        mechanic.temporaryFilePath());
+    m_startFailed = m_writeFile == nullptr;
+    if (m_startFailed) {
+        const std::string text = "VmRecorder: record file create error.";
+        seams.log.log(text);
+        seams.notifications.postLogEvent("SomeErrorHappen", text);
+        seams.runLoop.post([this] { emerRecordStop(); });
+        seams.alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
+        return false;
+    }
+    m_workFiles.noteStart(m_recordStartDate);
+    m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels});
+    seams.notifications.postLogEvent("RecordingStart");
+    return true;
+}
+
+void VmRecorder::_stopRecording() {
+    const Seams& seams = m_controler.seams();
+    const HostTime stop = seams.clock.hostTime();
+    m_recordStopDate = seams.clock.now();
+    m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
+    const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
+    if (!m_writeFile->close()) {
+        const std::string text = "VmRecorder: audio file write error.";
+        seams.log.log(text);
+        seams.notifications.postLogEvent("SomeErrorHappen", text);
+    }
+    m_writeFile.reset();
+    m_lastWrite = account.writeCount;
+    m_totalRecordTime += m_secondCount;
+    const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, fileLabel());
+    seams.notifications.postLogEvent("RecordingStop");
+    if (!path.empty())
+        seams.notifications.post(
+            {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+}
+
+void VmRecorder::handleWriteError() {
+    m_controler.seams().runLoop.post([this] { emerRecordStop(); });
+    m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
+}
+
+void VmRecorder::rescueTempFile() {
+    const std::string path = m_workFiles.rescueTempFile(fileLabel());
+    if (!path.empty())
+        m_controler.seams().notifications.post(
+            {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+}
+
+WorkFiles::Label VmRecorder::fileLabel() const {
+    return {.sampleRate = static_cast<int>(sampleRate()),
+            .channels = m_channels,
+            .sourceLetter = sourceLetter(),
+            .scheduleName = {},
+            .hidden = m_hideSoundFile};
+}
+
+char VmRecorder::sourceLetter() const {
+    const std::string source = m_controler.devicer().presentRecordSourceName();
+    return source == "Internal microphone" ? 'I' : source == "Line In" ? 'L' : source == "Digital In" ? 'D' : 'X';
+}
+
+// --- what a file is ------------------------------------------------------------------------------------------
+
+double VmRecorder::sampleRate(int rateNumber) const {
+    return m_controler.devicer().sampleRateWithNominal(m_controler.devicer().recordSampleRate(), rateNumber);
+}
+
+void VmRecorder::setChannels(int channels) {
+    m_channels = channels >= 2 ? 2 : 1;
+}
+
+std::string VmRecorder::headerString() const {
+    return std::string(SoundFileNames::headerString);
+}
+
+std::string VmRecorder::whichHeaderString() const {
+    return std::string(SoundFileNames::whichHeaderString(m_hideSoundFile));
+}
+
+double VmRecorder::dataSize() const {
+    const double seconds = condition() == RecordCondition::recording
+                               ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
+                               : m_secondCount;
+    return seconds * sampleRate() * m_channels * 2.0;
+}

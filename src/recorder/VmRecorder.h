@@ -1,0 +1,173 @@
+// recorder/VmRecorder.h — decides when a recording file is open, and keeps the sound flowing into it.
+#pragma once
+#include "audio/hardware/AudioHardware.h"
+#include "audio/KaCoreAudioDevice.h"
+#include "base/Controls.h"
+#include "base/Date.h"
+#include "base/Realtime.h"
+#include "base/RunLoop.h"
+#include "recorder/WorkFiles.h"
+#include "recorder/WritePipeline.h"
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class SoundFile;
+class UserDefaults;
+class VmControler;
+
+/// What the recorder is doing, as the person sees it.
+enum class RecordCondition { stopped = 0, recording = 1, standingBy = 2, waitingForTimer = 3 };
+
+/// Posted when a finished recording has its final name; user information "SoundFilePath" holds the full path.
+inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFileFinished_Notification";
+
+/// The recording controller: record switch, modes, condition, and the start and stop of each file.
+///
+/// The condition changes in `setCondition` alone. It is driven by `resetCondition`, which runs on every tick of
+/// the level meter.
+class VmRecorder final : public KaCoreAudioDeviceDelegate {
+public:
+    explicit VmRecorder(VmControler& controler);
+    ~VmRecorder() override;
+    static void registerDefaults(UserDefaults& defaults);
+
+    // Main thread: record path
+    void setRecordIOTargetWithDevice(KaCoreAudioDevice& device);
+    /// The record device or its rate changed: makes the queue anew.
+    void recordSourceChanged();
+    /// The rates shown to the person are to be read again.
+    void renewDispSampleRate();
+    void audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) override;
+
+    // Main thread: control
+    void actRecordButton();
+    void actLevelSlider();
+    /// Called by the level meter on every tick.
+    void controlAutoDelay();
+    void resetCondition();
+    void dispCondition();
+    void dispRecordMode();
+    void setControlState();
+    void emerRecordStop();
+    /// Repairs and names what a crash left behind. Called once, before the first recording.
+    void rescueTempFile();
+    void reviveRecordCondition();
+    void autoRecordStart();
+    /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
+    void finishForTermination();
+    void saveUserDefaults();
+
+    RecordCondition condition() const { return m_condition.load(std::memory_order_relaxed); }
+    bool recordState() const { return m_recordState; }
+    int recordMode() const { return m_recordMode; }
+    double sampleRate() const { return sampleRate(m_rateNumber); }
+    double sampleRate(int rateNumber) const;
+    int channels() const { return m_channels; }
+    void setChannels(int channels);
+    /// Label key for a channel count.
+    static std::string channels(int count) { return count == 1 ? "ChannelMono" : "ChannelStereo"; }
+    std::string headerString() const;
+    std::string whichHeaderString() const;
+    std::string fileExtension() const { return "aif"; }
+    int inputLevel() const;
+    double lastWrite() const { return m_lastWrite; }
+    /// Expected file bytes of the recording so far.
+    double dataSize() const;
+    double totalRecordTime() const { return m_totalRecordTime; }
+    Date recordStartDate() const { return m_recordStartDate; }
+    Date recordStopDate() const { return m_recordStopDate; }
+    int actionMethod() const { return m_actionMethod; }
+    /// True when the last start or stop of a file failed.
+    bool writeThreadError() const { return m_pipeline.writeThreadError() || m_startFailed; }
+
+    Button& recordButton() { return m_recordButton; }
+    Button& reserveButton() { return m_reserveButton; }
+    Button& monitorButton() { return m_monitorButton; }
+    Button& hourButton() { return m_hourButton; }
+    Button& markerButton() { return m_markerButton; }
+    Slider& levelSlider() { return m_levelSlider; }
+    Popup& sourcePopup() { return m_sourcePopup; }
+    TextField& conditionField() { return m_conditionField; }
+    TextField& modeField() { return m_modeField; }
+    TextField& sourceField() { return m_sourceField; }
+    TextField& rateField() { return m_rateField; }
+    TextField& recordTimeField() { return m_recordTimeField; }
+    TextField& totalTimeField() { return m_totalTimeField; }
+    TextField& messageField() { return m_messageField; }
+    Indicator& writeIndicator() { return m_writeIndicator; }
+
+    // I/O thread
+    /// Takes one cycle of the record device. Never waits.
+    OSStatus recordIOForDevice(KaCoreAudioDevice& device, const AudioTimeStamp* timeStamp,
+                               const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                               AudioBufferList* outputData, const AudioTimeStamp* outputTime,
+                               void* clientData) noexcept KA_REALTIME;
+
+private:
+    void startRecording();
+    void stopRecording();
+    bool _startRecording();
+    void _stopRecording();
+    void recordON();
+    void recordOFF();
+    void setCondition(RecordCondition condition);
+    void autoDelayStart();
+    void autoDelayStop();
+    bool autoDelayState();
+    bool streamIsLate();
+    void countRecordTime();
+    void dispRecordTime();
+    void fillSourcePopup();
+    void handleWriteError();
+    WorkFiles::Label fileLabel() const;
+    char sourceLetter() const;
+
+    VmControler& m_controler;
+    WorkFiles m_workFiles;
+    std::unique_ptr<SoundFile> m_writeFile;
+
+    std::atomic<RecordCondition> m_condition{RecordCondition::stopped};
+    bool m_recordState = false;
+    int m_recordMode = 0;
+    int m_autoLevel = 0;
+    int m_delayTime = 5;
+    std::optional<Date> m_delayCount;
+    int m_preBufferSec = 3;
+    int m_rateNumber = 1;
+    int m_channels = 1;
+    bool m_hideSoundFile = false;
+    bool m_sliderAlwaysEnable = false;
+    bool m_autoStartup = false;
+    bool m_emergency = false;
+    bool m_startFailed = false;
+    int m_actionMethod = 3;
+    Date m_recordStartDate;
+    Date m_recordStopDate;
+    double m_totalRecordTime = 0.0;
+    double m_secondCount = 0.0;
+    double m_lastWrite = 0.0;
+    HostTime m_streamStarted = 0;
+    std::unique_ptr<Timer> m_countTimer;
+
+    Button m_recordButton;
+    Button m_reserveButton;
+    Button m_monitorButton;
+    Button m_hourButton;
+    Button m_markerButton;
+    Slider m_levelSlider{0, 20};
+    Popup m_sourcePopup;
+    TextField m_conditionField;
+    TextField m_modeField;
+    TextField m_sourceField;
+    TextField m_rateField;
+    TextField m_recordTimeField;
+    TextField m_totalTimeField;
+    TextField m_messageField;
+    Indicator m_writeIndicator;
+
+    WritePipeline m_pipeline; // last: its thread uses what is above
+};

@@ -1,0 +1,224 @@
+// The record switch, the condition and what the record tab shows of them.
+#include "app/VmControler.h"
+#include "audio/VmDevice.h"
+#include "base/Clock.h"
+#include "base/Texts.h"
+#include "base/UserDefaults.h"
+#include "recorder/VmLevelMeter.h"
+#include "recorder/VmRecorder.h"
+#include "storage/SoundFile.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+std::string clockText(double seconds) {
+    const auto whole = static_cast<long>(std::max(seconds, 0.0));
+    char text[48];
+    std::snprintf(text, sizeof text, "%ld:%02ld'%02ld\"", whole / 3600, whole / 60 % 60, whole % 60);
+    return text;
+}
+} // namespace
+
+// --- switch --------------------------------------------------------------------------------------------------
+
+void VmRecorder::actRecordButton() {
+    UserDefaults& defaults = m_controler.seams().defaults;
+    defaults.set("RecordSwitch", m_recordButton.isOn());
+    defaults.synchronize();
+    if (m_recordButton.isOn())
+        recordON();
+    else
+        recordOFF();
+}
+
+void VmRecorder::recordON() {
+    m_recordState = true;
+    setControlState();
+}
+
+void VmRecorder::recordOFF() {
+    m_recordState = false;
+    setControlState();
+}
+
+void VmRecorder::setControlState() {
+    const Texts& texts = m_controler.seams().texts;
+    m_recordButton.setTitle(texts(m_recordState ? "RecordStop" : "RecordStart"));
+    m_recordButton.setImage(m_recordState ? "RecordOn" : "RecordOff");
+    m_levelSlider.setEnabled(m_sliderAlwaysEnable || (!m_recordState && m_recordMode == 1));
+    m_sourcePopup.setEnabled(!m_recordState && m_sourcePopup.items().size() > 0);
+}
+
+void VmRecorder::emerRecordStop() {
+    m_emergency = true;
+    m_actionMethod = 4;
+    m_recordButton.setOn(false);
+    actRecordButton();
+    m_emergency = false;
+}
+
+void VmRecorder::reviveRecordCondition() {
+    if (m_recordButton.isOn())
+        actRecordButton();
+}
+
+void VmRecorder::autoRecordStart() {
+    if (!m_autoStartup || m_recordButton.isOn() || m_reserveButton.isOn())
+        return;
+    m_recordButton.setOn(true);
+    actRecordButton();
+}
+
+void VmRecorder::finishForTermination() {
+    m_recordState = false;
+    resetCondition();
+}
+
+void VmRecorder::actLevelSlider() {
+    m_autoLevel = m_levelSlider.value();
+    m_controler.seams().defaults.set("AutoStartLevel", m_autoLevel);
+}
+
+// --- condition -----------------------------------------------------------------------------------------------
+
+int VmRecorder::inputLevel() const {
+    return m_controler.meter().level();
+}
+
+void VmRecorder::controlAutoDelay() {
+    if (inputLevel() < m_autoLevel)
+        autoDelayStart();
+    else
+        autoDelayStop();
+    resetCondition();
+    dispCondition();
+}
+
+void VmRecorder::autoDelayStart() {
+    if (!m_delayCount)
+        m_delayCount = m_controler.seams().clock.now();
+}
+
+void VmRecorder::autoDelayStop() {
+    m_delayCount.reset();
+}
+
+bool VmRecorder::autoDelayState() {
+    if (!m_delayCount)
+        return false;
+    if (std::trunc(std::abs(m_controler.seams().clock.now().secondsSince(*m_delayCount))) < m_delayTime)
+        return true;
+    m_delayCount.reset();
+    return false;
+}
+
+void VmRecorder::setCondition(RecordCondition condition) {
+    if (m_condition.exchange(condition) == condition)
+        return;
+    if (condition == RecordCondition::recording)
+        countRecordTime();
+    else
+        m_countTimer.reset();
+    dispRecordTime();
+}
+
+void VmRecorder::resetCondition() {
+    const bool recording = condition() == RecordCondition::recording;
+    if (!m_recordState) {
+        if (recording)
+            stopRecording();
+        setCondition(RecordCondition::stopped);
+        return;
+    }
+    switch (m_recordMode) {
+    case 0:
+        if (!recording)
+            startRecording();
+        break;
+    case 1:
+        if (inputLevel() >= m_autoLevel) {
+            if (!recording)
+                startRecording();
+        } else if (recording && !autoDelayState()) {
+            stopRecording();
+            setCondition(RecordCondition::standingBy);
+        }
+        break;
+    case 2:
+        if (recording)
+            stopRecording();
+        setCondition(RecordCondition::standingBy);
+        break;
+    default:
+        break;
+    }
+}
+
+// --- display -------------------------------------------------------------------------------------------------
+
+void VmRecorder::dispCondition() {
+    const Texts& texts = m_controler.seams().texts;
+    const auto show = [this](std::string text, TextColor color) {
+        m_conditionField.setText(std::move(text));
+        m_conditionField.setColor(color);
+    };
+    switch (condition()) {
+    case RecordCondition::stopped:
+        if (m_recordState && m_recordMode == 1)
+            show(texts("Standby"), TextColor::red);
+        else
+            show(texts("Stopped"), TextColor::black);
+        break;
+    case RecordCondition::recording:
+        show(texts("Recording"), TextColor::red);
+        break;
+    case RecordCondition::standingBy:
+        show(texts("Standby"),
+             inputLevel() >= m_autoLevel || m_recordMode == 1 ? TextColor::red : TextColor::black);
+        break;
+    case RecordCondition::waitingForTimer:
+        show(texts("Standby"), TextColor::black);
+        break;
+    }
+}
+
+void VmRecorder::dispRecordMode() {
+    static constexpr const char* keys[] = {"AlwaysMode", "AutoMode", "StandbyMode"};
+    const bool known = m_recordMode >= 0 && m_recordMode < 3;
+    m_modeField.setText(known ? m_controler.seams().texts(keys[m_recordMode]) : "");
+    setControlState();
+}
+
+void VmRecorder::renewDispSampleRate() {
+    const VmDevice& devicer = m_controler.devicer();
+    if (devicer.recordSource() < 0) {
+        m_rateField.setText("");
+        m_sourceField.setText(m_controler.seams().texts("NoRecordSource"));
+        return;
+    }
+    char rate[32];
+    std::snprintf(rate, sizeof rate, "%g kHz ", sampleRate() / 1000.0);
+    m_rateField.setText(rate + m_controler.seams().texts(channels(m_channels)));
+    m_sourceField.setText(devicer.presentJapanRecordSourceName());
+}
+
+void VmRecorder::fillSourcePopup() {
+    const VmDevice& devicer = m_controler.devicer();
+    m_sourcePopup.setItems(devicer.usableJapanRecordSourceNames());
+    m_sourcePopup.select(devicer.recordSource());
+    setControlState();
+}
+
+void VmRecorder::countRecordTime() {
+    dispRecordTime();
+    m_countTimer = m_controler.seams().runLoop.schedule({.interval = 0.2}, [this] { countRecordTime(); });
+}
+
+void VmRecorder::dispRecordTime() {
+    const bool recording = condition() == RecordCondition::recording;
+    const double elapsed =
+        recording ? m_controler.seams().clock.now().secondsSince(m_recordStartDate) : m_secondCount;
+    m_recordTimeField.setText(clockText(elapsed));
+    m_totalTimeField.setText(clockText(m_totalRecordTime + (recording ? elapsed : 0.0)));
+}

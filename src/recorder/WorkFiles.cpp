@@ -1,0 +1,130 @@
+#include "recorder/WorkFiles.h"
+
+#include "base/Clock.h"
+#include "base/NotificationCenter.h"
+#include "base/Seams.h"
+#include "base/SystemLog.h"
+#include "base/UserDefaults.h"
+#include "storage/SoundFileNames.h"
+#include "storage/VmMechanic.h"
+#include "storage/Volume.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <span>
+
+namespace {
+constexpr std::int64_t soundDataOffset = 4096;
+constexpr std::size_t informationRoom = 4080 - 256; // up to the sound chunk
+} // namespace
+
+WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
+    : m_clock(seams.clock), m_volume(seams.volume), m_defaults(seams.defaults), m_log(seams.log),
+      m_notifications(seams.notifications), m_mechanic(mechanic) {}
+
+void WorkFiles::noteStart(Date start) {
+    m_defaults.set("WriteStartTempFile", m_clock.format(start, "%Y%m%d_%H%M%S"));
+    m_defaults.synchronize();
+}
+
+std::string WorkFiles::informationText(Date start, Date stop, const Label& label, std::string_view option) const {
+    std::string text = SoundFileNames::headerString + m_clock.format(start, "%Y%m%d_%H%M%S~") +
+                       m_clock.format(stop, "%H%M%S");
+    if (!label.scheduleName.empty())
+        return text + label.scheduleName;
+    text += std::to_string(label.sampleRate);
+    text += label.channels == 1 ? 'M' : 'S';
+    text += label.sourceLetter;
+    return text.append(option);
+}
+
+bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate, Date stopDate,
+                                         const Label& label, std::string_view option) {
+    std::string text = informationText(startDate, stopDate, label, option);
+    text.resize(std::min(text.size(), informationRoom - 1));
+    const auto file = m_volume.openForUpdating(path);
+    if (file != nullptr &&
+        file->writeAt(informationOffset, std::as_bytes(std::span(text.c_str(), text.size() + 1))) == 0 &&
+        file->synchronize() == 0)
+        return true;
+    const std::string message = "VmRecorder: record information write error.";
+    m_log.log(message);
+    m_notifications.postLogEvent("SomeErrorHappen", message);
+    return false;
+}
+
+std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label) {
+    const std::string folder = m_mechanic.recordFolder();
+    std::string name = SoundFileNames::whichHeaderString(label.hidden) +
+                       m_clock.format(start, "%Y%m%d_%H%M%S~") + m_clock.format(stop, "%H%M%S");
+    for (;; name += '+') {
+        const std::string path = folder + "/" + name + ".aif";
+        const int error = m_volume.renameWithoutReplacing(m_mechanic.temporaryFilePath(), path);
+        if (error == EEXIST)
+            continue;
+        if (error == 0) {
+            m_volume.synchronizeFolder(folder);
+            return path;
+        }
+        const std::string message = "VmRecorder: record file rename error.";
+        m_log.log(message);
+        m_notifications.postLogEvent("SomeErrorHappen", message);
+        return {};
+    }
+}
+
+std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
+    const std::string path = moveToFinalName(start, stop, label);
+    if (!path.empty())
+        writeInformationWithPath(path, start, stop, label, "");
+    return path;
+}
+
+bool WorkFiles::startFromSettings(Date& start) const {
+    CalendarDate local;
+    const std::string text = m_defaults.stringForKey("WriteStartTempFile");
+    int length = 0;
+    if (std::sscanf(text.c_str(), "%4d%2d%2d_%2d%2d%2d%n", &local.year, &local.month, &local.day, &local.hour,
+                    &local.minute, &local.second, &length) != 6 ||
+        static_cast<std::size_t>(length) != text.size())
+        return false;
+    start = m_clock.dateFromLocal(local);
+    return true;
+}
+
+std::string WorkFiles::rescueTempFile(const Label& label) {
+    const std::string temporary = m_mechanic.temporaryFilePath();
+    const auto size = m_volume.fileSize(temporary);
+    if (!size)
+        return {};
+    if (*size <= soundDataOffset) {
+        m_volume.remove(temporary);
+        return {};
+    }
+    // The file knows its own form better than settings that may have changed since.
+    int channels = label.channels;
+    double rate = label.sampleRate;
+    if (const auto file = m_mechanic.openAIFFFileWithPath(temporary); file != nullptr) {
+        channels = static_cast<int>(m_mechanic.audioFormatInput().mChannelsPerFrame);
+        rate = m_mechanic.audioFormatInput().mSampleRate;
+    }
+    m_mechanic.setAIFFFileHeader(temporary, channels);
+    const auto seconds =
+        static_cast<std::int64_t>(static_cast<double>(*size - soundDataOffset) * 0.5 / rate / channels + 0.5);
+    Date start;
+    if (!startFromSettings(start))
+        start = m_clock.now().addingSeconds(-static_cast<double>(seconds));
+    const Date stop = start.addingSeconds(static_cast<double>(seconds));
+    Label rescued = label;
+    rescued.sampleRate = static_cast<int>(rate);
+    rescued.channels = channels;
+    rescued.scheduleName.clear();
+    const std::string path = moveToFinalName(start, stop, rescued);
+    if (path.empty())
+        return {};
+    m_lastCrashDate = stop;
+    writeInformationWithPath(path, start, stop, rescued, "*");
+    m_notifications.postLogEvent("SomeReportHappen", "VmRecorder: last recording file is rescued.");
+    return path;
+}

@@ -1,0 +1,61 @@
+// recorder/WorkFiles.h — the temporary file of a recording, and how it gets its final name.
+#pragma once
+#include "base/Date.h"
+
+#include <string>
+#include <string_view>
+
+class Clock;
+class NotificationCenter;
+class SystemLog;
+class UserDefaults;
+class Volume;
+class VmMechanic;
+struct Seams;
+
+/// A recording is written under a hidden temporary name and gets its final name, with the record information in
+/// its header area, when it stops. A file that a crash left behind is repaired and named at the next launch.
+/// Main thread only.
+class WorkFiles {
+public:
+    /// What the record information says besides the dates.
+    struct Label {
+        int sampleRate = 0;       ///< Hz, of the file
+        int channels = 1;
+        char sourceLetter = 'X';
+        std::string scheduleName; ///< replaces all of the above when not empty
+        bool hidden = false;      ///< the final name begins with a dot
+    };
+    static constexpr std::int64_t informationOffset = 256;
+
+    WorkFiles(const Seams& seams, VmMechanic& mechanic);
+
+    /// Remembers the start of the recording that is about to be written, for a rescue.
+    void noteStart(Date start);
+    /// Moves the temporary file to its final name and writes the record information into it. Returns the final
+    /// path, or an empty text when it could not be moved: the temporary file then stays in place.
+    std::string finish(Date start, Date stop, const Label& label);
+    /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was none
+    /// or when it could not be moved. A file without a single frame is removed.
+    std::string rescueTempFile(const Label& label);
+    /// The computed end of the last rescued recording; 0 when none was rescued.
+    Date lastCrashDate() const { return m_lastCrashDate; }
+
+    /// The text that goes to `informationOffset`.
+    std::string informationText(Date start, Date stop, const Label& label, std::string_view option) const;
+    /// Writes it there, zero-terminated. False when the file cannot be written.
+    bool writeInformationWithPath(const std::string& path, Date startDate, Date stopDate, const Label& label,
+                                  std::string_view option);
+
+private:
+    std::string moveToFinalName(Date start, Date stop, const Label& label);
+    bool startFromSettings(Date& start) const;
+
+    Clock& m_clock;
+    Volume& m_volume;
+    UserDefaults& m_defaults;
+    SystemLog& m_log;
+    const NotificationCenter& m_notifications;
+    VmMechanic& m_mechanic;
+    Date m_lastCrashDate;
+};

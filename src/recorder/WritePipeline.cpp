@@ -1,0 +1,243 @@
+#include "recorder/WritePipeline.h"
+
+#include "base/NotificationCenter.h"
+#include "base/SystemLog.h"
+#include "recorder/SampleConversion.h"
+#include "storage/SoundFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+namespace {
+constexpr unsigned bytesPerFrame = 2 * sizeof(float); // of the queue
+
+unsigned saturated(double value) {
+    return static_cast<unsigned>(std::clamp(std::trunc(value), 0.0, 4294967295.0));
+}
+
+std::string formatted(const char* format, auto... values) {
+    char text[160];
+    std::snprintf(text, sizeof text, format, values...);
+    return text;
+}
+} // namespace
+
+WritePipeline::WritePipeline(Clock& clock, SystemLog& log, const NotificationCenter& notifications)
+    : m_clock(clock), m_log(log), m_notifications(notifications) {}
+
+WritePipeline::~WritePipeline() {
+    m_writeThread = false;
+    while (m_fileWriteing)
+        m_clock.sleep(0.1);
+}
+
+unsigned WritePipeline::preBufferSizeAtRate(double recordSampleRate) {
+    return saturated(recordSampleRate * 80.0 * 2.0 * 4.0);
+}
+
+void WritePipeline::reportError(std::string_view text) {
+    m_log.log(text);
+    m_notifications.postLogEvent("SomeErrorHappen", text);
+}
+
+void WritePipeline::reportEvent(std::string_view text) {
+    m_notifications.postLogEvent("SomeReportHappen", text);
+}
+
+bool WritePipeline::initSoundQue(double recordSampleRate) {
+    m_recordSampleRate = recordSampleRate;
+    const unsigned size = preBufferSize();
+    const bool made = m_soundQue != nullptr ? m_soundQue->setQueLength(size)
+                                            : (m_soundQue = VmQueBuffer::initQueWithLength(size)) != nullptr;
+    if (!made) {
+        m_soundQue.reset();
+        reportError("VmRecorder: no enough memory for Que buffer.");
+        return false;
+    }
+    m_streamClock.reset(recordSampleRate);
+    m_firstFreeFrame = frameCount();
+    return true;
+}
+
+std::int64_t WritePipeline::frameCount() const {
+    return m_soundQue == nullptr ? 0 : static_cast<std::int64_t>(m_soundQue->writtenSamples() / 2);
+}
+
+void WritePipeline::capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept {
+    if (m_soundQue == nullptr)
+        return;
+    const unsigned bytes = samples * sizeof(float);
+    m_inputCount.fetch_add(bytes, std::memory_order_relaxed);
+    m_marker.mixInto(interleaved, samples);
+    if (recording) {
+        const unsigned empty = m_soundQue->empty();
+        if (bytes > empty)
+            m_overflowCount.fetch_add(bytes - empty, std::memory_order_relaxed);
+    }
+    m_streamClock.note(frameCount(), captured);
+    m_soundQue->writeFloat32Data(interleaved, samples);
+}
+
+std::int64_t WritePipeline::aligned(std::int64_t frame) const {
+    return frame - frame % m_format.ratio();
+}
+
+double WritePipeline::prepare(HostTime start, double priorSeconds) {
+    const std::int64_t captured = frameCount();
+    const std::int64_t startFrame = m_streamClock.frameAt(start).value_or(captured);
+    const std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
+    const auto prior = static_cast<std::int64_t>(priorSeconds * m_recordSampleRate);
+    m_startFrame = std::max({startFrame - prior, priorSeconds > 0.0 ? oldest : 0, m_firstFreeFrame});
+    const std::int64_t kept = std::max<std::int64_t>(captured - m_startFrame, 0) * 2;
+    m_soundQue->clearDataWithLeftLengthFloat32(static_cast<unsigned>(kept));
+    m_inputCount = static_cast<std::uint64_t>(kept) * sizeof(float);
+    return std::max(0.0, static_cast<double>(startFrame - m_startFrame) / m_recordSampleRate);
+}
+
+void WritePipeline::start(SoundFile& file, const Format& format) {
+    m_file = &file;
+    m_format = format;
+    m_startFrame = aligned(m_startFrame + format.ratio() - 1);
+    m_stopFrame = openEnd;
+    m_writePos = 0;
+    m_writeCount = 0.0;
+    m_pending.clear();
+    m_overflowCount = 0;
+    m_writeThreadError = false;
+    m_writeThread = true;
+    // Set here too: whoever stops at once must not take the thread for one that has already ended.
+    m_fileWriteing = true;
+    m_clock.detachThread("write", [this] { writeSoundFileThread(); });
+}
+
+void WritePipeline::writeSoundFileThread() {
+    m_fileWriteing = true;
+    HostTime wake = m_clock.hostTime() + hostTimeFromSeconds(wakeInterval);
+    while (m_writeThread) {
+        if (m_activityHandler)
+            m_activityHandler(true);
+        writeSoundFile(0);
+        if (m_activityHandler)
+            m_activityHandler(false);
+        if (m_writeThreadError) {
+            if (m_errorHandler)
+                m_errorHandler();
+            reportError("VmRecorder: audio file write error.");
+            break;
+        }
+        for (int count = 0; count < wakesPerWrite && m_writeThread; ++count) {
+            m_clock.sleepUntil(wake);
+            wake = m_clock.hostTime() + hostTimeFromSeconds(wakeInterval);
+        }
+    }
+    m_fileWriteing.store(false, std::memory_order_release);
+}
+
+void WritePipeline::discardUntilStart() {
+    const auto position = static_cast<std::int64_t>(m_soundQue->readSamples());
+    const std::int64_t early = std::min<std::int64_t>(m_startFrame * 2 - position, m_soundQue->remain() / 4);
+    if (early <= 0)
+        return;
+    std::vector<float> discarded(static_cast<std::size_t>(early));
+    m_soundQue->readFloat32Data(discarded.data(), static_cast<unsigned>(early));
+}
+
+std::int64_t WritePipeline::writeSoundFile(unsigned size) {
+    if (!writePending())
+        return 0;
+    discardUntilStart();
+    unsigned readSize = size == 0 ? m_soundQue->remain() : size;
+    if (readSize > preBufferSize()) {
+        readSize = preBufferSize();
+        if (size == 0)
+            reportEvent(formatted("VmRecorder: readSize(=%ld) too big, change readSize(=%ld).",
+                                  static_cast<long>(readSize), static_cast<long>(readSize)));
+    }
+    const auto position = static_cast<std::int64_t>(m_soundQue->readSamples()) / 2;
+    const std::int64_t end =
+        std::min({aligned(position + readSize / bytesPerFrame), aligned(frameCount()), m_stopFrame.load()});
+    if (end <= position || position < m_startFrame)
+        return 0;
+    const auto wanted = static_cast<std::size_t>(end - position) * 2;
+    const std::unique_ptr<float[]> block(new (std::nothrow) float[wanted]);
+    if (block == nullptr) {
+        reportError("VmRecorder: no enough memory for write buffer.");
+        m_writeThreadError = true;
+        return 0;
+    }
+    const std::size_t got = m_soundQue->readFloat32Data(block.get(), static_cast<unsigned>(wanted)) / sizeof(float);
+    convert(block.get(), m_soundQue->readSamples() - got, got);
+    const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
+    return writePending() ? count : 0;
+}
+
+void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::size_t samples) {
+    // An overflow may have moved the first frame off the decimation's phase.
+    const unsigned ratio = m_format.ratio();
+    const std::uint64_t offPhase = firstSample / 2 % ratio;
+    const std::size_t skipped = offPhase == 0 ? 0 : static_cast<std::size_t>(ratio - offPhase) * 2;
+    const std::size_t frames = samples > skipped ? (samples - skipped) / 2 / ratio : 0;
+    m_pending.resize(frames * static_cast<std::size_t>(m_format.channels));
+    reduceToFile(block + skipped, frames, ratio, m_format.channels, m_pending.data());
+}
+
+bool WritePipeline::writePending() {
+    if (m_pending.empty())
+        return true;
+    if (!m_file->writeSamples(m_writePos, m_pending)) {
+        reportError("VmRecorder: audio file write error.");
+        m_writeThreadError = true;
+        return false;
+    }
+    const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
+    m_writeCount += static_cast<double>(count);
+    m_writePos += count;
+    m_pending.clear();
+    return true;
+}
+
+void WritePipeline::awaitFrame(std::int64_t frame) {
+    const HostTime deadline = m_clock.hostTime() + hostTimeFromSeconds(stopPatience);
+    while (frameCount() < frame && m_clock.hostTime() < deadline)
+        m_clock.sleep(0.02);
+}
+
+WritePipeline::Account WritePipeline::finish(HostTime stop, double secondCount) {
+    const std::int64_t captured = frameCount();
+    const std::int64_t stopFrame = aligned(m_streamClock.frameAt(stop).value_or(captured));
+    m_stopFrame = std::max(stopFrame, m_startFrame);
+    m_writeThread = false;
+    const double fileShare = m_format.sampleRate * m_format.channels;
+    const double lastInput =
+        static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
+    while (fileWriteing())
+        m_clock.sleep(0.1);
+    // A device that has been silent for longer than the patience is not on its way, it is gone.
+    const double late = static_cast<double>(stopFrame - captured) / m_format.recordSampleRate;
+    if (late < stopPatience)
+        awaitFrame(m_stopFrame);
+    finalFlush(lastInput);
+    m_firstFreeFrame = std::max(m_stopFrame.load(), m_firstFreeFrame);
+
+    const auto overflow = static_cast<long>(m_overflowCount.exchange(0));
+    if (overflow != 0)
+        reportError(formatted("VmRecorder: sound que buffer overflow %ld bytes.", overflow));
+    const double expected = secondCount * fileShare * 2.0;
+    const double lostIn = (expected - lastInput) / m_format.sampleRate / m_format.channels * 0.5;
+    const double lostOut = (expected - m_writeCount) / m_format.sampleRate / m_format.channels * 0.5;
+    if (lostIn >= 1.0 || lostOut >= 1.0)
+        reportEvent(formatted("VmRecorder: data lost input=%fseconds, write=%fseconds", lostIn, lostOut));
+    m_file = nullptr;
+    return {lastInput, m_writeCount, static_cast<std::int32_t>(overflow)};
+}
+
+void WritePipeline::finalFlush(double lastInput) {
+    const double fileShare = m_format.sampleRate * m_format.channels;
+    const double rest = (lastInput - m_writeCount) * m_format.recordSampleRate * 4.0 / fileShare;
+    if (rest < 0.0)
+        reportEvent(formatted("VmRecorder: over input %ldbytes(=%fseconds)", static_cast<long>(-rest),
+                              rest / (fileShare * -2.0)));
+    else if (rest > 0.0)
+        writeSoundFile(std::max(saturated(rest), 1U));
+}

@@ -1,0 +1,134 @@
+// recorder/WritePipeline.h — from the input callback through the sample queue into the sound file.
+#pragma once
+#include "base/Clock.h"
+#include "base/Realtime.h"
+#include "recorder/MarkerMixer.h"
+#include "recorder/StreamClock.h"
+#include "recorder/VmQueBuffer.h"
+
+#include <atomic>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class SoundFile;
+class NotificationCenter;
+class SystemLog;
+
+/// Captures all the time into the queue and, while a file is open, drains the queue into it about every five
+/// seconds on a thread of its own.
+///
+/// Frames are numbered by the queue: the n-th frame that was ever pushed is frame n, until the queue is made anew.
+/// A recording is the frames from `startFrame` up to but without `stopFrame`, both multiples of the ratio of
+/// device rate and file rate, so the decimation keeps its phase over blocks, files and overflows. Frames before
+/// `startFrame` are discarded by the write thread, frames from `stopFrame` on stay in the queue.
+///
+/// Hand-shake: the starter sets `writeThread`, the thread sets `fileWriteing` while it lives, the stopper clears
+/// `writeThread` and waits for `fileWriteing` to go before it touches the file. A block that could not be written
+/// is kept and tried again first: by the final flush, if not before.
+class WritePipeline {
+public:
+    struct Format {
+        double recordSampleRate = 44100.0; ///< Hz, of the device
+        double sampleRate = 22050.0;       ///< Hz, of the file
+        int channels = 1;                  ///< of the file
+        /// Device frames for each file frame.
+        unsigned ratio() const { return static_cast<unsigned>(recordSampleRate / sampleRate); }
+    };
+    /// What happened between the start and the stop of a recording.
+    struct Account {
+        double lastInput = 0.0;
+        double writeCount = 0.0;       ///< bytes of 16-bit samples
+        std::int32_t overflowCount = 0; ///< bytes of floats
+    };
+
+    WritePipeline(Clock& clock, SystemLog& log, const NotificationCenter& notifications);
+    ~WritePipeline();
+
+    // Main thread, while no cycle runs
+    /// Makes the queue hold 80 s at `recordSampleRate`. False when there is no memory for it.
+    bool initSoundQue(double recordSampleRate);
+
+    // I/O thread
+    /// Takes `samples` interleaved stereo samples, the first of them captured at `captured`. Mixes a due marker
+    /// into them. Never waits.
+    void capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept KA_REALTIME;
+
+    // Main thread
+    /// Called on the write thread after a write failed and was reported; the thread ends after it.
+    void setErrorHandler(std::function<void()> handler) { m_errorHandler = std::move(handler); }
+    /// Called on the write thread when a write begins and ends.
+    void setActivityHandler(std::function<void(bool)> handler) { m_activityHandler = std::move(handler); }
+    /// Prepares the queue for a recording that begins `priorSeconds` before `start`, as far as the queue holds
+    /// that much and the last recording does not reach into it. Returns how many seconds before `start` it begins.
+    double prepare(HostTime start, double priorSeconds);
+    /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
+    void start(SoundFile& file, const Format& format);
+    /// Ends the recording with what was captured before `stop`: stops the write thread, waits for it and for
+    /// sound that is still on its way (not longer than `stopPatience`), and writes what is left.
+    /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
+    Account finish(HostTime stop, double secondCount);
+    /// True once a cycle was captured since the queue was made.
+    bool delivers() const { return m_streamClock.frameAt(0).has_value(); }
+
+    MarkerMixer& marker() { return m_marker; }
+
+    // Any thread
+    /// Queue capacity in bytes: 80 s of stereo floats at the device's rate.
+    unsigned preBufferSize() const { return preBufferSizeAtRate(m_recordSampleRate); }
+    static unsigned preBufferSizeAtRate(double recordSampleRate);
+    bool fileWriteing() const { return m_fileWriteing.load(std::memory_order_acquire); }
+    bool writeThreadError() const { return m_writeThreadError.load(std::memory_order_acquire); }
+
+    /// Seconds between two looks of the write thread at its run flag, and how many of them make a write interval.
+    static constexpr double wakeInterval = 1.0;
+    static constexpr int wakesPerWrite = 5;
+    /// Seconds that `finish` waits for sound that is still on its way from the device.
+    static constexpr double stopPatience = 2.0;
+
+private:
+    void writeSoundFileThread();
+    std::int64_t writeSoundFile(unsigned size);
+    void convert(const float* block, std::uint64_t firstSample, std::size_t samples);
+    bool writePending();
+    void discardUntilStart();
+    void awaitFrame(std::int64_t frame);
+    void finalFlush(double lastInput);
+    std::int64_t aligned(std::int64_t frame) const;
+    std::int64_t frameCount() const;
+    void reportError(std::string_view text);
+    void reportEvent(std::string_view text);
+
+    Clock& m_clock;
+    SystemLog& m_log;
+    const NotificationCenter& m_notifications;
+    std::function<void()> m_errorHandler;
+    std::function<void(bool)> m_activityHandler;
+
+    double m_recordSampleRate = 0.0;
+    std::unique_ptr<VmQueBuffer> m_soundQue;
+    StreamClock m_streamClock;
+    MarkerMixer m_marker;
+    std::atomic<std::uint64_t> m_inputCount{0};   // bytes; advanced by the I/O thread
+    std::atomic<std::int64_t> m_overflowCount{0}; // bytes; advanced by the I/O thread
+
+    std::atomic<bool> m_writeThread{false};
+    std::atomic<bool> m_fileWriteing{false};
+    std::atomic<bool> m_writeThreadError{false};
+    static constexpr std::int64_t openEnd = std::numeric_limits<std::int64_t>::max();
+    std::atomic<std::int64_t> m_stopFrame{openEnd};
+
+    // Write thread while `fileWriteing`, else main thread
+    SoundFile* m_file = nullptr;
+    Format m_format;
+    std::int64_t m_startFrame = 0;
+    std::int64_t m_writePos = 0;
+    double m_writeCount = 0.0;
+    std::vector<std::int16_t> m_pending; // converted, not yet written
+
+    // Main thread
+    std::int64_t m_firstFreeFrame = 0; // where the last recording ended: two never overlap
+};
