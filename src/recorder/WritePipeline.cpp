@@ -167,7 +167,7 @@ std::int64_t WritePipeline::writeSoundFile(unsigned size) {
         return 0;
     }
     const std::size_t got = m_soundQue->readFloat32Data(block.get(), static_cast<unsigned>(wanted)) / sizeof(float);
-    convert(block.get(), m_soundQue->readSamples() - got, got);
+    convert(block.get(), m_soundQue->readPosition() - got, got);
     const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
     return writePending() ? count : 0;
 }

@@ -1,0 +1,32 @@
+// rehearsal/RecordedSystemLog.h — a system log that can be read back.
+#pragma once
+#include "base/SystemLog.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// Keeps every line and hands it on to another log, if there is one.
+class RecordedSystemLog final : public SystemLog {
+public:
+    explicit RecordedSystemLog(SystemLog* next = nullptr) : m_next(next) {}
+
+    // Any thread
+    void log(std::string_view line) override {
+        {
+            const std::lock_guard guard(m_mutex);
+            m_lines.emplace_back(line);
+        }
+        if (m_next != nullptr)
+            m_next->log(line);
+    }
+    std::vector<std::string> lines() const {
+        const std::lock_guard guard(m_mutex);
+        return m_lines;
+    }
+
+private:
+    SystemLog* const m_next;
+    mutable std::mutex m_mutex;
+    std::vector<std::string> m_lines;
+};
