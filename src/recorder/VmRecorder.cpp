@@ -173,7 +173,7 @@ void VmRecorder::_stopRecording() {
     m_recordStopDate = seams.clock.now();
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
-    if (!m_writeFile->close()) {
+    if (m_writeFile->close() != SoundFileError::none) {
         const std::string text = "VmRecorder: audio file write error.";
         seams.log.log(text);
         seams.notifications.postLogEvent("SomeErrorHappen", text);

@@ -1,5 +1,6 @@
 #include "recorder/WritePipeline.h"
 
+#include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "recorder/SampleConversion.h"
@@ -14,12 +15,6 @@ constexpr unsigned bytesPerFrame = 2 * sizeof(float); // of the queue
 
 unsigned saturated(double value) {
     return static_cast<unsigned>(std::clamp(std::trunc(value), 0.0, 4294967295.0));
-}
-
-std::string formatted(const char* format, auto... values) {
-    char text[160];
-    std::snprintf(text, sizeof text, format, values...);
-    return text;
 }
 } // namespace
 
@@ -185,7 +180,10 @@ void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::
 bool WritePipeline::writePending() {
     if (m_pending.empty())
         return true;
-    if (!m_file->writeSamples(m_writePos, m_pending)) {
+    const bool written = m_file->writeSamples(m_writePos, m_pending) == SoundFileError::none &&
+                         m_file->updateHeader() == SoundFileError::none &&
+                         m_file->synchronize() == SoundFileError::none;
+    if (!written) {
         reportError("VmRecorder: audio file write error.");
         m_writeThreadError = true;
         return false;
