@@ -20,7 +20,6 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
 
 VmControler::VmControler(const Seams& seams) : m_seams(seams) {
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
-    m_mechanic->awake();
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);

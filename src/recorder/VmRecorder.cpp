@@ -1,6 +1,7 @@
 #include "recorder/VmRecorder.h"
 
 #include "app/VmControler.h"
+#include "audio/KaAudioBuffer.h"
 #include "audio/VmDevice.h"
 #include "base/Alert.h"
 #include "base/Clock.h"
@@ -173,7 +174,7 @@ void VmRecorder::_stopRecording() {
     m_recordStopDate = seams.clock.now();
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
-    if (m_writeFile->close() != SoundFileError::none) {
+    if (!m_writeFile->close()) {
         const std::string text = "VmRecorder: audio file write error.";
         seams.log.log(text);
         seams.notifications.postLogEvent("SomeErrorHappen", text);

@@ -43,9 +43,10 @@ public:
     }
     WritePipeline::Account stop() {
         const HostTime now = clock.hostTime();
+        deliveredAtStop = delivered;
         const auto account = pipeline.finish(now, static_cast<double>(now - startTime) * 1e-9);
         recording = false;
-        closed = file->close() == SoundFileError::none;
+        closed = file->close();
         file.reset();
         return account;
     }
@@ -61,7 +62,8 @@ public:
     bool hasEvent(const std::string& event) const {
         return std::find(events.begin(), events.end(), event) != events.end();
     }
-    double capturedSeconds() const { return static_cast<double>(delivered - deliveredAtStart) / rate; }
+    /// Of the last recording, whole cycles.
+    double capturedSeconds() const { return static_cast<double>(deliveredAtStop - deliveredAtStart) / rate; }
     std::int64_t frameAt(HostTime time) const { return std::llround(static_cast<double>(time) * 1e-9 * rate); }
 
     const double rate;
@@ -102,6 +104,7 @@ private:
     std::vector<float> cycle;
     std::int64_t delivered = 0;
     std::int64_t deliveredAtStart = 0;
+    std::int64_t deliveredAtStop = 0;
 };
 } // namespace
 
