@@ -1,118 +1,11 @@
-#include "audio/hardware/simulated/SimulatedHardware.h"
-
 #include "audio/KaCoreAudioDevice.h"
 #include "audio/KaCoreAudioSystem.h"
+#include "audio/SimulatedFixture.h"
 #include "base/SystemClock.h"
-#include "support/ManualClock.h"
 
-#include <cmath>
 #include <condition_variable>
-#include <gtest/gtest.h>
 
-namespace {
-using Direction = SimulatedDevice::Direction;
-using Kind = SimulatedSegment::Kind;
-using EventKind = AudioHardwareEvent::Kind;
-
-SimulatedDevice desk(Direction direction = Direction::input, std::vector<double> rates = {44100.0, 8000.0}) {
-    return {.name = "Desk",
-            .uid = "desk",
-            .direction = direction,
-            .channels = 2,
-            .rates = std::move(rates),
-            .minFrames = 14,
-            .maxFrames = 4096,
-            .dataSources = {"Internal microphone", "Line In"},
-            .signal = {{.kind = Kind::counter}}};
-}
-
-/// Frame number that a counter frame tells, or none for silence.
-std::int64_t frameNumber(const float* frame) {
-    if (frame[0] == 0.0F && frame[1] == 0.0F)
-        return -1;
-    return static_cast<std::int64_t>(static_cast<double>(frame[1]) * 32767.0) * 32767 +
-           static_cast<std::int64_t>(static_cast<double>(frame[0]) * 32767.0);
-}
-
-/// Checks every frame as it comes; allocates nothing.
-struct Ear {
-    static OSStatus listen(AudioDeviceID, const AudioTimeStamp* now, const AudioBufferList* inputData,
-                           const AudioTimeStamp* inputTime, AudioBufferList* outputData, const AudioTimeStamp*,
-                           void* clientData) {
-        auto& ear = *static_cast<Ear*>(clientData);
-        ++ear.cycles;
-        ear.nowStamp = *now;
-        ear.inputStamp = *inputTime;
-        if (outputData != nullptr) {
-            auto* const samples = static_cast<float*>(outputData->mBuffers[0].mData);
-            for (std::uint32_t i = 0; i < outputData->mBuffers[0].mDataByteSize / 4; ++i)
-                samples[i] += ear.plays;
-        }
-        if (inputData != nullptr)
-            ear.take(inputData->mBuffers[0]);
-        return 0;
-    }
-    static OSStatus listenToo(AudioDeviceID device, const AudioTimeStamp* now, const AudioBufferList* inputData,
-                              const AudioTimeStamp* inputTime, AudioBufferList* outputData,
-                              const AudioTimeStamp* outputTime, void* clientData) {
-        return listen(device, now, inputData, inputTime, outputData, outputTime, clientData);
-    }
-
-    void take(const AudioBuffer& buffer) {
-        lastFrames = buffer.mDataByteSize / 4 / buffer.mNumberChannels;
-        const auto* const samples = static_cast<const float*>(buffer.mData);
-        auto expected = static_cast<std::int64_t>(inputStamp.mSampleTime);
-        if (nextFrame >= 0 && expected != nextFrame)
-            ++jumps;
-        for (std::uint32_t i = 0; i < lastFrames; ++i, ++expected) {
-            const std::int64_t heard = frameNumber(samples + std::size_t{i} * 2);
-            if (heard < 0) {
-                ++silentFrames;
-                firstSilent = firstSilent < 0 ? expected : firstSilent;
-            } else if (heard != expected % (32767LL * 32767)) {
-                ++wrongFrames;
-            }
-        }
-        frames += lastFrames;
-        nextFrame = expected;
-    }
-
-    float plays = 0.0F;
-    unsigned cycles = 0;
-    AudioTimeStamp nowStamp;
-    AudioTimeStamp inputStamp;
-    std::uint32_t lastFrames = 0;
-    std::uint64_t frames = 0;
-    std::int64_t nextFrame = -1;
-    unsigned jumps = 0;
-    std::uint64_t wrongFrames = 0;
-    std::uint64_t silentFrames = 0;
-    std::int64_t firstSilent = -1;
-};
-
-class SimulatedHardwareTest : public testing::Test {
-protected:
-    void make(SimulatedDevice device) {
-        hardware = std::make_unique<SimulatedHardware>(clock, std::vector{std::move(device)});
-        hardware->setListener([this](const AudioHardwareEvent& event) { events.push_back(event); });
-    }
-    void start() {
-        ASSERT_EQ(hardware->addIOProc(1, &Ear::listen, &ear), 0);
-        ASSERT_EQ(hardware->startIOProc(1, &Ear::listen), 0);
-    }
-    std::vector<EventKind> kinds() const {
-        std::vector<EventKind> all;
-        for (const AudioHardwareEvent& event : events)
-            all.push_back(event.kind);
-        return all;
-    }
-
-    Ear ear;
-    ManualClock clock;
-    std::vector<AudioHardwareEvent> events;
-    std::unique_ptr<SimulatedHardware> hardware;
-};
-} // namespace
+using namespace simulated;
 
 TEST_F(SimulatedHardwareTest, tellsItsProperties) {
     make(desk());
@@ -302,129 +195,6 @@ TEST_F(SimulatedHardwareTest, failsToStart_whenTheScriptSaysSo) {
     EXPECT_EQ(ear.cycles, 86U);
 }
 
-TEST_F(SimulatedHardwareTest, handsSilenceOnInPlaceOfWhatAStallLost) {
-    make(desk());
-    start();
-    clock.advance(1.0);
-    hardware->stall("desk", 3.0);
-    const unsigned before = ear.cycles;
-    clock.advance(2.999);
-    EXPECT_EQ(ear.cycles, before);
-    EXPECT_EQ(hardware->holeFrames(1), 0U);
-    clock.advance(3.001);
-    EXPECT_EQ(ear.frames, 7U * 44100 / 512 * 512);
-    EXPECT_EQ(ear.silentFrames, 3U * 44100);
-    EXPECT_EQ(ear.firstSilent, 44100);
-    EXPECT_EQ(ear.wrongFrames + ear.jumps, 0U);
-    EXPECT_EQ(hardware->holeFrames(1), 3U * 44100);
-    ASSERT_EQ(kinds(), std::vector{EventKind::hole});
-    EXPECT_EQ(events[0].frames, 3U * 44100);
-    EXPECT_EQ(events[0].device, 1U);
-}
-
-TEST_F(SimulatedHardwareTest, catchesUpNoFasterThanEightTimesThePace) {
-    make(desk());
-    start();
-    clock.advance(1.0);
-    hardware->stall("desk", 70.0);
-    clock.advance(70.0);
-    const std::uint64_t before = ear.frames;
-    clock.advance(5.0);
-    EXPECT_LE(ear.frames - before, 8U * 5 * 44100 + 2 * 512);
-    EXPECT_GE(ear.frames - before, 7U * 5 * 44100);
-    clock.advance(5.2);
-    EXPECT_LT(81.2 * 44100.0 - static_cast<double>(ear.frames), 512.0 + 1.0);
-    EXPECT_EQ(ear.silentFrames, 70U * 44100);
-}
-
-TEST_F(SimulatedHardwareTest, addsUpStallsThatFollowEachOther) {
-    make(desk());
-    start();
-    clock.advance(1.0);
-    hardware->stall("desk", 2.0);
-    clock.advance(1.0);
-    hardware->stall("desk", 2.0); // to the fourth second
-    hardware->stall("desk", 0.5); // within it
-    clock.advance(2.1);
-    hardware->stall("desk", 1.0); // while catching up
-    clock.advance(5.0);
-    EXPECT_EQ(ear.silentFrames, 4U * 44100);
-    EXPECT_EQ(hardware->holeFrames(1), 4U * 44100);
-    EXPECT_EQ(ear.wrongFrames + ear.jumps, 0U);
-    std::uint64_t told = 0;
-    for (const AudioHardwareEvent& event : events)
-        told += event.frames;
-    EXPECT_EQ(told, 4U * 44100);
-}
-
-TEST_F(SimulatedHardwareTest, losesWhatAStallHolds_alsoWhenStartedInIt) {
-    make(desk());
-    hardware->stall("desk", 2.0);
-    clock.advance(1.0);
-    start();
-    clock.advance(0.99);
-    EXPECT_EQ(ear.cycles, 0U);
-    clock.advance(3.0);
-    EXPECT_EQ(ear.silentFrames, 44100U);
-    EXPECT_EQ(ear.firstSilent, 44100);
-    EXPECT_EQ(ear.wrongFrames + ear.jumps, 0U);
-}
-
-TEST_F(SimulatedHardwareTest, playsNothingLate_whenAnOutputWasStalled) {
-    make(desk(Direction::output));
-    start();
-    clock.advance(1.0);
-    hardware->stall("desk", 3.0);
-    clock.advance(3.0);
-    EXPECT_EQ(ear.cycles, 86U);
-    clock.advance(1.0);
-    EXPECT_EQ(ear.cycles, 86U + 86U);
-    EXPECT_EQ(hardware->holeFrames(1), 0U);
-    EXPECT_TRUE(events.empty());
-}
-
-TEST_F(SimulatedHardwareTest, isGoneWhileUnplugged_andDeliversAgainAfterwards) {
-    make(desk());
-    start();
-    clock.advance(1.0);
-    hardware->unplug("desk");
-    EXPECT_TRUE(hardware->devices().empty());
-    EXPECT_EQ(hardware->deviceUID(1), "");
-    EXPECT_EQ(hardware->streamFormat(3, 0), AudioStreamBasicDescription{});
-    EXPECT_EQ(hardware->startIOProc(1, &Ear::listen), audioHardwareBadDeviceError);
-    const unsigned before = ear.cycles;
-    clock.advance(2.0);
-    EXPECT_EQ(ear.cycles, before);
-    hardware->replug("desk");
-    EXPECT_EQ(hardware->devices(), std::vector<AudioDeviceID>{1});
-    ear.nextFrame = -1;
-    clock.advance(1.0);
-    EXPECT_EQ(ear.cycles, before + 86U);
-    EXPECT_EQ(ear.nextFrame, 3 * 44100 + 86 * 512);
-    EXPECT_EQ(ear.wrongFrames + ear.silentFrames + ear.jumps, 0U);
-    EXPECT_EQ(kinds(), (std::vector{EventKind::deviceDied, EventKind::deviceListChanged,
-                                    EventKind::deviceListChanged, EventKind::deviceReturned}));
-}
-
-TEST_F(SimulatedHardwareTest, tellsOnlyOfTheList_whenAnIdleDeviceIsUnplugged) {
-    make(desk());
-    hardware->unplug("desk");
-    hardware->unplug("desk");
-    hardware->unplug("no one");
-    hardware->replug("desk");
-    hardware->replug("desk");
-    EXPECT_EQ(kinds(), (std::vector{EventKind::deviceListChanged, EventKind::deviceListChanged}));
-}
-
-TEST_F(SimulatedHardwareTest, canBeStoppedWhileUnplugged) {
-    make(desk());
-    start();
-    hardware->unplug("desk");
-    EXPECT_EQ(hardware->stopIOProc(1, &Ear::listen), 0);
-    EXPECT_EQ(hardware->removeIOProc(1, &Ear::listen), 0);
-    EXPECT_EQ(clock.beats(), 0U);
-}
-
 TEST(SimulatedHardwareThreadTest, endsTheCycleInProgress_beforeAStopReturns) {
     struct Slow {
         static OSStatus run(AudioDeviceID, const AudioTimeStamp*, const AudioBufferList*, const AudioTimeStamp*,
@@ -481,7 +251,6 @@ TEST_F(SimulatedHardwareTest, runsAnHourOfEachSignalWithinSeconds) {
         EXPECT_LT(seconds, 7.2) << static_cast<int>(kind); // 500 times real time
         RecordProperty("timesRealTime" + std::to_string(static_cast<int>(kind)),
                        std::to_string(3600.0 / seconds));
-        std::printf("kind %d: %.0f times real time\n", static_cast<int>(kind), 3600.0 / seconds);
         ear = Ear();
         hardware->removeIOProc(1, &Ear::listen);
     }
