@@ -53,7 +53,7 @@ TEST_F(PulseHardwareCaptureTest, changesTheSizeOfCyclesOnARunningStream) {
     CycleRecorder recorder(2, 20 * rate);
     ASSERT_TRUE(m_hardware->setBufferFrameSize(device, 4096));
     ASSERT_EQ(record(device, recorder), audioHardwareNoError);
-    const std::string counter = writeCounter(20 * rate);
+    const std::string counter = writeCounter(m_server->folder(), 20 * rate);
     const auto player = play(counter);
     ASSERT_TRUE(await(5.0, [&] { return recorder.frames() >= rate; }));
     ASSERT_TRUE(m_hardware->setBufferFrameSize(device, 14));
@@ -69,7 +69,7 @@ TEST_F(PulseHardwareCaptureTest, changesTheSizeOfCyclesOnARunningStream) {
 TEST_F(PulseHardwareCaptureTest, recordsEveryFrameOnceAndBitExact_fromAPlayedFile) {
     const AudioDeviceID device = deviceWithUID("duty.monitor");
     CycleRecorder recorder(2, 20 * rate);
-    const std::string counter = writeCounter(10 * rate);
+    const std::string counter = writeCounter(m_server->folder(), 10 * rate);
     ASSERT_EQ(record(device, recorder), audioHardwareNoError);
     const auto player = play(counter);
     const auto playedOut = [&] {
@@ -167,7 +167,7 @@ TEST_F(PulseHardwareCaptureTest, losesNothing_whenTheNeedChanges) {
     const AudioDeviceID device = deviceWithUID("duty.monitor");
     CycleRecorder recorder(2, 30 * rate);
     ASSERT_EQ(record(device, recorder), audioHardwareNoError);
-    const std::string counter = writeCounter(30 * rate);
+    const std::string counter = writeCounter(m_server->folder(), 30 * rate);
     const auto player = play(counter);
     ASSERT_TRUE(await(5.0, [&] { return findCounter(recorder).found; }));
     for (const AudioLatencyNeed need : {AudioLatencyNeed::relaxed, AudioLatencyNeed::monitoring,

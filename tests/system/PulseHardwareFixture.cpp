@@ -124,14 +124,14 @@ void PulseHardwareFixture::pause(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-std::string PulseHardwareFixture::writeCounter(std::size_t frames) const {
+std::string PulseHardwareFixture::writeCounter(const std::filesystem::path& folder, std::size_t frames) {
     std::vector<float> samples;
     samples.reserve(frames * 2);
     for (std::size_t frame = 0; frame < frames; ++frame) {
         samples.push_back(counterValue(frame % counterBase));
         samples.push_back(counterValue(frame / counterBase % counterBase));
     }
-    const std::string path = m_server->folder() / "counter.raw";
+    const std::string path = folder / "counter.raw";
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(samples.data()),
                static_cast<std::streamsize>(samples.size() * sizeof(float)));

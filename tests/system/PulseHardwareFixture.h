@@ -73,7 +73,7 @@ protected:
     static bool await(double seconds, const std::function<bool()>& done);
     static void pause(double seconds);
     /// Writes the counting signal (frame k holds k, see `counterFrame`) as raw floats.
-    std::string writeCounter(std::size_t frames) const;
+    static std::string writeCounter(const std::filesystem::path& folder, std::size_t frames);
     std::unique_ptr<ChildProcess> play(const std::string& rawFile) const;
 
     SystemClock m_clock;
