@@ -81,6 +81,16 @@ QPainterPath markerPath() {
     return path | clapper;
 }
 
+QPainterPath microphonePath() {
+    QPainterPath cradle(QPointF(5.5, 11));
+    cradle.arcTo(QRectF(5.5, 4.5, 13, 13), 180, 180);
+    QPainterPath path = roundRect({8.5, 2, 7, 12.5}, 3.5);
+    path |= stroked(cradle, 1.8);
+    path |= stroked(polyline({{12, 17.5}, {12, 21}}), 1.8);
+    path |= stroked(polyline({{8, 21.4}, {16, 21.4}}), 1.8);
+    return path;
+}
+
 void paintApplication(QPainter& painter) {
     QLinearGradient ground(0, 2, 0, 62);
     ground.setColorAt(0, QColor(0x2f, 0x48, 0x58));
@@ -108,6 +118,8 @@ QPainterPath Icons::path(Glyph glyph) {
         return hourPath();
     case Glyph::marker:
         return markerPath();
+    case Glyph::microphone:
+        return microphonePath();
     }
     return {};
 }

@@ -8,7 +8,7 @@
 
 class QPainter;
 
-enum class Glyph { record, stop, timer, monitor, hour, marker };
+enum class Glyph { record, stop, timer, monitor, hour, marker, microphone };
 
 /// Every drawing is a path, so that it takes any size and any colour.
 namespace Icons {
