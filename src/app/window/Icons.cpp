@@ -96,7 +96,7 @@ void paintApplication(QPainter& painter) {
     ground.setColorAt(0, QColor(0x2f, 0x48, 0x58));
     ground.setColorAt(1, QColor(0x12, 0x20, 0x2b));
     painter.fillPath(roundRect({2, 2, 60, 60}, 14), ground);
-    constexpr std::array<std::pair<double, double>, 5> bars{{{10, 9}, {19, 17}, {28, 26}, {37, 14}, {46, 7}}};
+    constexpr std::array<std::pair<double, double>, 5> bars{{{10, 8}, {19, 15}, {28, 22}, {37, 13}, {46, 6}}};
     for (const auto& [x, half] : bars)
         painter.fillPath(roundRect({x, 34 - half, 6, 2 * half}, 3), QColor(0x6f, 0xe3, 0xb0));
     painter.fillPath(circle(49, 16, 8.5), QColor(0x16, 0x28, 0x34));

@@ -54,6 +54,12 @@ TEST_F(QtAlertTest, cancels_whenEscapeIsTyped) {
     EXPECT_EQ(answerBy(news, escape), AlertAnswer::defaultButton);
 }
 
+TEST_F(QtAlertTest, cancels_whenItsWindowGoes) {
+    auto window = std::make_unique<QWidget>();
+    alert.setParentWindow(window.get());
+    EXPECT_EQ(answerBy(question, [&](QMessageBox&) { window.reset(); }), AlertAnswer::alternateButton);
+}
+
 TEST_F(QtAlertTest, showsTheTextsOfItsKeys) {
     answerBy(question, [this](QMessageBox& box) {
         EXPECT_EQ(box.text().toStdString(), texts("CompressingCaution"));
