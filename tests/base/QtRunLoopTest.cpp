@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <numeric>
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <thread>
 #include <vector>
 
@@ -45,6 +46,31 @@ TEST_F(QtRunLoopTest, callsInTheOrderOfPosting_fromAnotherThread) {
     std::vector<int> expected(1000);
     std::iota(expected.begin(), expected.end(), 0);
     EXPECT_EQ(order, expected);
+}
+
+TEST_F(QtRunLoopTest, keepsTimersGoing_whileACallPostsItselfAgain) {
+    std::function<void()> again = [&] { loop.post(again); };
+    loop.post(again);
+    const auto timer = loop.schedule({.interval = 0.001}, [this] { loop.quit(5); });
+    EXPECT_EQ(loop.run(), 5);
+}
+
+TEST_F(QtRunLoopTest, performsLaterCalls_insideALoopThatACallRuns) {
+    std::vector<int> order;
+    QEventLoop inner;
+    loop.post([&] {
+        order.push_back(1);
+        inner.exec();
+        order.push_back(4);
+        loop.quit(0);
+    });
+    loop.post([&] { order.push_back(2); });
+    loop.post([&] {
+        order.push_back(3);
+        inner.quit();
+    });
+    loop.run();
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
 }
 
 TEST_F(QtRunLoopTest, repeatsATimer) {

@@ -1,5 +1,6 @@
 #include "app/window/QtAlert.h"
 
+#include "base/RunLoop.h"
 #include "base/Texts.h"
 
 #include <algorithm>
@@ -27,8 +28,10 @@ AlertAnswer QtAlert::ask(const AlertRequest& request) {
 }
 
 void QtAlert::tell(const AlertRequest& request) {
-    QMetaObject::invokeMethod(
-        &m_receiver, [this, request] { show(request); }, Qt::QueuedConnection);
+    m_runLoop.post([this, alive = std::weak_ptr(m_alive), request] {
+        if (!alive.expired())
+            show(request);
+    });
 }
 
 std::unique_ptr<QMessageBox> QtAlert::makeBox(const AlertRequest& request) const {

@@ -1,5 +1,6 @@
 #include "app/window/QtAlert.h"
 
+#include "base/QtRunLoop.h"
 #include "base/Texts.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +22,8 @@ QList<QMessageBox*> openBoxes() {
 
 struct QtAlertTest : testing::Test {
     Texts texts = Texts::forLanguage("en");
-    QtAlert alert{texts};
+    QtRunLoop runLoop{*QCoreApplication::instance()};
+    QtAlert alert{runLoop, texts};
     const AlertRequest question{"CompressingCaution", "CompressingCautionInfo", "StopAfterCompress", "Cancel",
                                 "ApplicationStop"};
     const AlertRequest news{"FileWriteError", "CheckAndRetry", "Understand"};
@@ -96,7 +98,7 @@ TEST_F(QtAlertTest, tellsTheSameThingOnce_whileItIsOpen) {
 
 TEST_F(QtAlertTest, takesItsBoxesAlong) {
     {
-        QtAlert other(texts);
+        QtAlert other(runLoop, texts);
         other.tell(news);
         QApplication::processEvents();
         EXPECT_EQ(openBoxes().size(), 1);
