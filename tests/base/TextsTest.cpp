@@ -77,6 +77,7 @@ TEST(Texts, nameEverythingThatTheRecorderSays) {
                             "UnableExit",
                             "StopRecording",
                             "Cancel",
+                            "RecordStart",
                             "RecordStop",
                             "TimerStopCaution",
                             "ReserveCancelInfo",

@@ -125,7 +125,9 @@ QPainterPath Icons::path(Glyph glyph) {
 }
 
 std::optional<Glyph> Icons::named(std::string_view image) {
-    static constexpr std::array<std::pair<std::string_view, Glyph>, 6> names{{{"Record", Glyph::record},
+    static constexpr std::array<std::pair<std::string_view, Glyph>, 8> names{{{"Record", Glyph::record},
+                                                                              {"RecordOff", Glyph::record},
+                                                                              {"RecordOn", Glyph::stop},
                                                                               {"Stop", Glyph::stop},
                                                                               {"Timer", Glyph::timer},
                                                                               {"Monitor", Glyph::monitor},

@@ -56,6 +56,8 @@ TEST(Icons, stayInsideTheirSquare) {
 
 TEST(Icons, areFoundByTheImageNamesOfButtons) {
     EXPECT_EQ(Icons::named("Stop"), Glyph::stop);
+    EXPECT_EQ(Icons::named("RecordOn"), Glyph::stop);
+    EXPECT_EQ(Icons::named("RecordOff"), Glyph::record);
     EXPECT_EQ(Icons::named(""), std::nullopt);
     EXPECT_EQ(Icons::named("NoSuchImage"), std::nullopt);
 }
