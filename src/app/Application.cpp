@@ -207,7 +207,7 @@ int Application::runDuty() {
     if (m_line.headless) {
         m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
     } else {
-        auto alert = std::make_unique<QtAlert>(m_texts);
+        auto alert = std::make_unique<QtAlert>(*m_runLoop, m_texts);
         m_qtAlert = alert.get();
         m_alert = std::move(alert);
     }

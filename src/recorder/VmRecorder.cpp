@@ -7,6 +7,7 @@
 #include "base/Clock.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
+#include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "storage/SoundFile.h"
@@ -31,8 +32,14 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_autoStartup = defaults.boolForKey("AutoRecordStartup");
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
-    for (Button* later : {&m_reserveButton, &m_monitorButton, &m_hourButton, &m_markerButton})
-        later->setEnabled(false);
+    const std::pair<Button*, const char*> comingLater[] = {{&m_reserveButton, "ReserveNotYet"},
+                                                           {&m_monitorButton, "MonitorNotYet"},
+                                                           {&m_hourButton, "HourNotYet"},
+                                                           {&m_markerButton, "MarkerNotYet"}};
+    for (const auto& [button, reason] : comingLater) {
+        button->setEnabled(false);
+        button->setToolTip(controler.seams().texts(reason));
+    }
 
     m_recordButton.setAction([this] { actRecordButton(); });
     m_levelSlider.setAction([this](int) { actLevelSlider(); });
