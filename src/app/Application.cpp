@@ -1,5 +1,6 @@
 #include "app/Application.h"
 
+#include "app/DemonstrationDesk.h"
 #include "app/RecordForDuty.h"
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
@@ -14,13 +15,14 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "storage/Paths.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <QApplication>
+#include <cerrno>
+#include <cstring>
 #include <QDir>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -59,8 +61,8 @@ QJsonValue valueLike(const QJsonValue& registered, const std::string& text) {
 }
 } // namespace
 
-Application::Application(CommandLine line, QCoreApplication& qt, TerminationSignals& signals)
-    : m_line(std::move(line)), m_qt(qt), m_signals(signals), m_log(m_clock, STDERR_FILENO),
+Application::Application(CommandLine line, QCoreApplication& qt, TerminationSignals& termination)
+    : m_line(std::move(line)), m_qt(qt), m_termination(termination), m_log(m_clock, STDERR_FILENO),
       m_texts(Texts::forLanguage(Texts::wishedLanguage())), m_runLoop(std::make_unique<QtRunLoop>(qt)),
       m_volume(std::make_unique<PosixVolume>()) {}
 
@@ -106,7 +108,7 @@ bool Application::prepare() {
     if (!applyOverrides())
         return false;
     if (m_line.demo)
-        m_hardware = SimulatedHardware::demonstrationDesk(m_clock);
+        m_hardware = std::make_unique<SimulatedHardware>(m_clock, demonstrationDesk());
     else
         m_hardware = std::make_unique<PulseHardware>(m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
     return true;
@@ -164,7 +166,7 @@ bool Application::chooseSource() {
 bool Application::checkFolder() {
     if (m_line.folder.empty() && !m_line.recordFor)
         return true; // the record folder's own rules find another one
-    const std::string folder = VmMechanic::expandedPath(m_defaults->stringForKey("DirectoryPath"));
+    const std::string folder = Paths::expandingTilde(m_defaults->stringForKey("DirectoryPath"));
     const std::string probe = folder + "/.velmoratide-write-test";
     if (m_volume->isFolder(folder) || m_volume->makeFolder(folder)) {
         const auto file = m_volume->create(probe);
@@ -211,7 +213,7 @@ int Application::runDuty() {
     }
     if (m_line.headless || m_line.recordFor)
         printFinishedFiles();
-    m_signals.setHandler([this] { m_runLoop->quit(0); });
+    m_termination.setHandler([this] { m_runLoop->quit(0); });
     m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert,
                                                       m_texts, *m_hardware, *m_volume});
     if (!m_line.headless)

@@ -26,7 +26,7 @@ class Volume;
 class Application {
 public:
     /// The Qt application object must be a QApplication unless `line.headless`.
-    Application(CommandLine line, QCoreApplication& qt, TerminationSignals& signals);
+    Application(CommandLine line, QCoreApplication& qt, TerminationSignals& termination);
     ~Application();
 
     /// Runs to the end; returns the exit status.
@@ -46,7 +46,7 @@ private:
 
     const CommandLine m_line;
     QCoreApplication& m_qt;
-    TerminationSignals& m_signals;
+    TerminationSignals& m_termination;
     int m_exitCode = 0;
 
     SystemClock m_clock;

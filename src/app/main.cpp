@@ -2,11 +2,12 @@
 #include "app/Application.h"
 #include "app/CommandLine.h"
 #include "app/TerminationSignals.h"
+#include "app/window/WindowedApplication.h"
 
 #include <csignal>
 #include <cstdio>
 #include <memory>
-#include <QApplication>
+#include <QCoreApplication>
 
 int main(int argc, char* argv[]) {
     std::string error;
@@ -21,12 +22,11 @@ int main(int argc, char* argv[]) {
     }
     // A reader of our output that goes away must not end a duty.
     std::signal(SIGPIPE, SIG_IGN);
-    TerminationSignals signals;
-    const bool windowless = line->headless || line->listSources;
+    TerminationSignals termination;
     int qtArgc = 1; // Qt's own arguments are not offered
-    const std::unique_ptr<QCoreApplication> qt(windowless ? new QCoreApplication(qtArgc, argv)
-                                                          : new QApplication(qtArgc, argv));
+    const bool windowless = line->headless || line->listSources;
+    const auto qt = windowless ? std::make_unique<QCoreApplication>(qtArgc, argv) : makeWindowedApplication(qtArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmoratide"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORATIDE_VERSION));
-    return Application(*line, *qt, signals).run();
+    return Application(*line, *qt, termination).run();
 }

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <charconv>
 #include <functional>
+#include <utility>
 #include <initializer_list>
 #include <string_view>
 

@@ -1,6 +1,7 @@
 #include "base/Clock.h"
 
-#include <cstdio>
+#include "base/Formatted.h"
+
 #include <QDateTime>
 #include <utility>
 
@@ -49,11 +50,7 @@ Date Clock::dateFromLocal(const CalendarDate& local) const {
 std::string Clock::format(Date date, const char* pattern) const {
     const CalendarDate local = calendarDate(date);
     std::string text;
-    const auto number = [&text](int value, int digits) {
-        char digitsText[16];
-        std::snprintf(digitsText, sizeof digitsText, "%0*d", digits, value);
-        text += digitsText;
-    };
+    const auto number = [&text](int value, int digits) { text += formatted("%0*d", digits, value); };
     for (const char* at = pattern; *at != '\0'; ++at) {
         if (*at != '%' || at[1] == '\0') {
             text += *at;

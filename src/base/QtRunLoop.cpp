@@ -1,10 +1,14 @@
 #include "base/QtRunLoop.h"
 
 #include <cassert>
+#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <QCoreApplication>
 #include <QTimer>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -43,9 +47,26 @@ private:
     const std::shared_ptr<const std::function<void()>> m_handler;
     QTimer m_timer;
 };
+
+int makeWakeDescriptor() {
+    const int descriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (descriptor < 0)
+        throw std::system_error(errno, std::generic_category(), "QtRunLoop: eventfd");
+    return descriptor;
+}
 } // namespace
 
-QtRunLoop::QtRunLoop(QCoreApplication& application) : m_application(application) {}
+QtRunLoop::QtRunLoop(QCoreApplication& application)
+    : m_application(application),
+      m_wakeDescriptor(makeWakeDescriptor()),
+      m_notifier(m_wakeDescriptor, QSocketNotifier::Read) {
+    QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier, [this] { performCalls(); });
+}
+
+QtRunLoop::~QtRunLoop() {
+    m_notifier.setEnabled(false);
+    ::close(m_wakeDescriptor);
+}
 
 std::unique_ptr<Timer> QtRunLoop::schedule(TimerOptions options, std::function<void()> handler) {
     return std::make_unique<QtTimer>(options, std::move(handler));
@@ -68,5 +89,39 @@ void QtRunLoop::quit(int exitCode) {
 }
 
 void QtRunLoop::post(std::function<void()> call) {
-    QMetaObject::invokeMethod(&m_receiver, std::move(call), Qt::QueuedConnection);
+    {
+        const std::lock_guard guard(m_mutex);
+        m_calls.push_back(std::move(call));
+    }
+    wake();
+}
+
+void QtRunLoop::wake() const noexcept {
+    // Fails only when the counter is full, and then the loop is awake already.
+    [[maybe_unused]] const int written = ::eventfd_write(m_wakeDescriptor, 1);
+}
+
+void QtRunLoop::performCalls() {
+    eventfd_t count = 0;
+    [[maybe_unused]] const int read = ::eventfd_read(m_wakeDescriptor, &count);
+    std::size_t waiting = 0;
+    {
+        const std::lock_guard guard(m_mutex);
+        waiting = m_calls.size();
+        if (waiting > 1)
+            wake(); // for a loop that one of these calls may run
+    }
+    // Not more than were waiting: a call that posts itself again must not keep timers and input out.
+    for (; waiting > 0; --waiting)
+        if (const auto call = nextCall())
+            call();
+}
+
+std::function<void()> QtRunLoop::nextCall() {
+    const std::lock_guard guard(m_mutex);
+    if (m_calls.empty())
+        return nullptr;
+    std::function<void()> call = std::move(m_calls.front());
+    m_calls.pop_front();
+    return call;
 }

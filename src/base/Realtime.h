@@ -12,8 +12,8 @@
 #define KA_REALTIME
 #endif
 
-/// Held by a hardware adapter for the length of one I/O cycle. Test builds abort on allocation while one is alive
-/// on the calling thread.
+/// Held by a hardware adapter for the length of one I/O cycle. Test builds abort on allocation while one is
+/// alive on the calling thread.
 class RealtimeScope {
 public:
     RealtimeScope() noexcept { ++depth; }
@@ -22,6 +22,19 @@ public:
     RealtimeScope& operator=(const RealtimeScope&) = delete;
 
     static bool active() noexcept { return depth > 0; }
+
+    /// Lifts the promise on the calling thread while it lives. For one case only: a device changed the layout
+    /// of its output, and what is sized after that layout must be made again before the cycle can go on.
+    class Exempt {
+    public:
+        Exempt() noexcept : m_depth(depth) { depth = 0; }
+        ~Exempt() { depth = m_depth; }
+        Exempt(const Exempt&) = delete;
+        Exempt& operator=(const Exempt&) = delete;
+
+    private:
+        const int m_depth;
+    };
 
 private:
     static inline thread_local int depth = 0;

@@ -25,7 +25,7 @@ void VmLevelMeter::saveUserDefaults() {
 void VmLevelMeter::setLevelIOTargetWithDevice(KaCoreAudioDevice& device) {
     const unsigned channels = std::max(1U, device.channelsForDirection(AudioDirection::input));
     m_frames = 0;
-    m_buffer = std::vector<std::atomic<float>>(std::size_t{device.deviceMaxVariableBufferSizeInFrames()} * channels);
+    m_buffer = std::vector<std::atomic<float>>(std::size_t{device.deviceMaxBufferSizeInFrames()} * channels);
     initLEDDisplay();
     device.setIOTarget(*this, &VmLevelMeter::levelInputIOForDevice, nullptr);
 }

@@ -1,6 +1,7 @@
 #include "recorder/VmRecorder.h"
 
 #include "app/VmControler.h"
+#include "audio/KaAudioBuffer.h"
 #include "audio/VmDevice.h"
 #include "base/Alert.h"
 #include "base/Clock.h"

@@ -2,6 +2,7 @@
 #pragma once
 #include "audio/hardware/AudioHardware.h"
 #include "audio/KaCoreAudioDevice.h"
+#include "audio/KaCoreAudioDeviceDelegate.h"
 #include "base/Controls.h"
 #include "base/Date.h"
 #include "base/Realtime.h"

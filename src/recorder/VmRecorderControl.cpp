@@ -2,6 +2,7 @@
 #include "app/VmControler.h"
 #include "audio/VmDevice.h"
 #include "base/Clock.h"
+#include "base/Formatted.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
@@ -9,14 +10,11 @@
 #include "storage/SoundFile.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace {
 std::string clockText(double seconds) {
     const auto whole = static_cast<long>(std::max(seconds, 0.0));
-    char text[48];
-    std::snprintf(text, sizeof text, "%ld:%02ld'%02ld\"", whole / 3600, whole / 60 % 60, whole % 60);
-    return text;
+    return formatted("%ld:%02ld'%02ld\"", whole / 3600, whole / 60 % 60, whole % 60);
 }
 } // namespace
 
@@ -197,9 +195,7 @@ void VmRecorder::renewDispSampleRate() {
         m_sourceField.setText(m_controler.seams().texts("NoRecordSource"));
         return;
     }
-    char rate[32];
-    std::snprintf(rate, sizeof rate, "%g kHz ", sampleRate() / 1000.0);
-    m_rateField.setText(rate + m_controler.seams().texts(channels(m_channels)));
+    m_rateField.setText(formatted("%g kHz ", sampleRate() / 1000.0) + m_controler.seams().texts(channels(m_channels)));
     m_sourceField.setText(devicer.presentJapanRecordSourceName());
 }
 

@@ -29,7 +29,7 @@ void WorkFiles::noteStart(Date start) {
 }
 
 std::string WorkFiles::informationText(Date start, Date stop, const Label& label, std::string_view option) const {
-    std::string text = SoundFileNames::headerString + m_clock.format(start, "%Y%m%d_%H%M%S~") +
+    std::string text = std::string(SoundFileNames::headerString) + m_clock.format(start, "%Y%m%d_%H%M%S~") +
                        m_clock.format(stop, "%H%M%S");
     if (!label.scheduleName.empty())
         return text + label.scheduleName;
@@ -56,22 +56,26 @@ bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate
 
 std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label) {
     const std::string folder = m_mechanic.recordFolder();
-    std::string name = SoundFileNames::whichHeaderString(label.hidden) +
-                       m_clock.format(start, "%Y%m%d_%H%M%S~") + m_clock.format(stop, "%H%M%S");
-    for (;; name += '+') {
-        const std::string path = folder + "/" + name + ".aif";
-        const int error = m_volume.renameWithoutReplacing(m_mechanic.temporaryFilePath(), path);
-        if (error == EEXIST)
-            continue;
-        if (error == 0) {
-            m_volume.synchronizeFolder(folder);
-            return path;
-        }
-        const std::string message = "VmRecorder: record file rename error.";
-        m_log.log(message);
-        m_notifications.postLogEvent("SomeErrorHappen", message);
-        return {};
+    const std::string name =
+        SoundFileNames::finalName(SoundFileNames::whichHeaderString(label.hidden),
+                                  m_clock.format(start, "%Y%m%d_%H%M%S"), m_clock.format(stop, "%H%M%S"),
+                                  SoundFileNames::soundExtension);
+    int error = EEXIST;
+    std::string path;
+    while (error == EEXIST) { // again when somebody else took the name meanwhile
+        path = folder + "/" + SoundFileNames::freeName(name, [&](const std::string& taken) {
+                   return m_volume.exists(folder + "/" + taken);
+               });
+        error = m_volume.renameWithoutReplacing(m_mechanic.temporaryFilePath(), path);
     }
+    if (error == 0) {
+        m_volume.synchronizeFolder(folder);
+        return path;
+    }
+    const std::string message = "VmRecorder: record file rename error.";
+    m_log.log(message);
+    m_notifications.postLogEvent("SomeErrorHappen", message);
+    return {};
 }
 
 std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
@@ -93,6 +97,19 @@ bool WorkFiles::startFromSettings(Date& start) const {
     return true;
 }
 
+void WorkFiles::putAside(const std::string& temporary) {
+    const std::string stem = m_mechanic.recordFolder() + "/VelmoratideUnreadable_" +
+                             m_clock.format(m_clock.now(), "%Y%m%d_%H%M%S");
+    std::string path = stem + ".data";
+    for (int number = 2; m_volume.exists(path); ++number)
+        path = stem + "-" + std::to_string(number) + ".data";
+    const bool moved = m_volume.renameWithoutReplacing(temporary, path) == 0;
+    const std::string message = "VmRecorder: last recording file cannot be read, " +
+                                (moved ? "it is kept as " + path : std::string("nor moved aside")) + ".";
+    m_log.log(message);
+    m_notifications.postLogEvent("SomeErrorHappen", message);
+}
+
 std::string WorkFiles::rescueTempFile(const Label& label) {
     const std::string temporary = m_mechanic.temporaryFilePath();
     const auto size = m_volume.fileSize(temporary);
@@ -109,7 +126,10 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
         channels = static_cast<int>(m_mechanic.audioFormatInput().mChannelsPerFrame);
         rate = m_mechanic.audioFormatInput().mSampleRate;
     }
-    m_mechanic.setAIFFFileHeader(temporary, channels);
+    if (!m_mechanic.setAIFFFileHeader(temporary, static_cast<unsigned>(channels))) {
+        putAside(temporary);
+        return {};
+    }
     const auto seconds =
         static_cast<std::int64_t>(static_cast<double>(*size - soundDataOffset) * 0.5 / rate / channels + 0.5);
     Date start;

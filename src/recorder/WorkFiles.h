@@ -50,6 +50,7 @@ public:
 private:
     std::string moveToFinalName(Date start, Date stop, const Label& label);
     bool startFromSettings(Date& start) const;
+    void putAside(const std::string& temporary);
 
     Clock& m_clock;
     Volume& m_volume;

@@ -1,5 +1,6 @@
 #include "recorder/WritePipeline.h"
 
+#include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "recorder/SampleConversion.h"
@@ -14,12 +15,6 @@ constexpr unsigned bytesPerFrame = 2 * sizeof(float); // of the queue
 
 unsigned saturated(double value) {
     return static_cast<unsigned>(std::clamp(std::trunc(value), 0.0, 4294967295.0));
-}
-
-std::string formatted(const char* format, auto... values) {
-    char text[160];
-    std::snprintf(text, sizeof text, format, values...);
-    return text;
 }
 } // namespace
 
@@ -55,7 +50,7 @@ bool WritePipeline::initSoundQue(double recordSampleRate) {
         reportError("VmRecorder: no enough memory for Que buffer.");
         return false;
     }
-    m_streamClock.reset(recordSampleRate);
+    m_frameClock.reset(recordSampleRate);
     m_firstFreeFrame = frameCount();
     return true;
 }
@@ -75,7 +70,7 @@ void WritePipeline::capture(float* interleaved, unsigned samples, HostTime captu
         if (bytes > empty)
             m_overflowCount.fetch_add(bytes - empty, std::memory_order_relaxed);
     }
-    m_streamClock.note(frameCount(), captured);
+    m_frameClock.note(frameCount(), captured);
     m_soundQue->writeFloat32Data(interleaved, samples);
 }
 
@@ -85,7 +80,7 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
 
 double WritePipeline::prepare(HostTime start, double priorSeconds) {
     const std::int64_t captured = frameCount();
-    const std::int64_t startFrame = m_streamClock.frameAt(start).value_or(captured);
+    const std::int64_t startFrame = m_frameClock.frameAt(start).value_or(captured);
     const std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
     const auto prior = static_cast<std::int64_t>(priorSeconds * m_recordSampleRate);
     m_startFrame = std::max({startFrame - prior, priorSeconds > 0.0 ? oldest : 0, m_firstFreeFrame});
@@ -185,7 +180,7 @@ void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::
 bool WritePipeline::writePending() {
     if (m_pending.empty())
         return true;
-    if (!m_file->writeSamples(m_writePos, m_pending)) {
+    if (!m_file->writeSamples(m_writePos, m_pending) || !m_file->updateHeader() || !m_file->synchronize()) {
         reportError("VmRecorder: audio file write error.");
         m_writeThreadError = true;
         return false;
@@ -205,7 +200,7 @@ void WritePipeline::awaitFrame(std::int64_t frame) {
 
 WritePipeline::Account WritePipeline::finish(HostTime stop, double secondCount) {
     const std::int64_t captured = frameCount();
-    const std::int64_t stopFrame = aligned(m_streamClock.frameAt(stop).value_or(captured));
+    const std::int64_t stopFrame = aligned(m_frameClock.frameAt(stop).value_or(captured));
     m_stopFrame = std::max(stopFrame, m_startFrame);
     m_writeThread = false;
     const double fileShare = m_format.sampleRate * m_format.channels;

@@ -3,7 +3,7 @@
 #include "base/Clock.h"
 #include "base/Realtime.h"
 #include "recorder/MarkerMixer.h"
-#include "recorder/StreamClock.h"
+#include "recorder/FrameClock.h"
 #include "recorder/VmQueBuffer.h"
 
 #include <atomic>
@@ -72,7 +72,7 @@ public:
     /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
     Account finish(HostTime stop, double secondCount);
     /// True once a cycle was captured since the queue was made.
-    bool delivers() const { return m_streamClock.frameAt(0).has_value(); }
+    bool delivers() const { return m_frameClock.frameAt(0).has_value(); }
 
     MarkerMixer& marker() { return m_marker; }
 
@@ -110,7 +110,7 @@ private:
 
     double m_recordSampleRate = 0.0;
     std::unique_ptr<VmQueBuffer> m_soundQue;
-    StreamClock m_streamClock;
+    FrameClock m_frameClock;
     MarkerMixer m_marker;
     std::atomic<std::uint64_t> m_inputCount{0};   // bytes; advanced by the I/O thread
     std::atomic<std::int64_t> m_overflowCount{0}; // bytes; advanced by the I/O thread

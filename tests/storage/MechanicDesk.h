@@ -6,10 +6,10 @@
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "rehearsal/RecordedSystemLog.h"
+#include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
 #include "storage/VmMechanic.h"
 #include "support/FaultVolume.h"
-#include "support/TestFolder.h"
 
 #include <cstddef>
 #include <string>
@@ -35,7 +35,7 @@ public:
     /// The texts of the log events "SomeErrorHappen" so far.
     const std::vector<std::string>& errors() const { return m_errors; }
 
-    TestFolder folder;
+    FileFolder folder;
     RecordedSystemLog log;
     UserDefaults defaults{"", log};
     PosixVolume disk;

@@ -1,6 +1,6 @@
 #include "storage/PosixVolume.h"
 
-#include "support/TestFolder.h"
+#include "storage/FileFolder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -27,7 +27,7 @@ std::string readText(VolumeFile& file, std::int64_t offset, std::size_t count) {
 
 class PosixVolumeTest : public testing::Test {
 protected:
-    TestFolder folder;
+    FileFolder folder;
     PosixVolume volume;
 };
 

@@ -1,8 +1,8 @@
 // A recording that was cut off anywhere, and what repair makes of it.
 #include "storage/BigEndian.h"
+#include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
-#include "support/TestFolder.h"
 
 #include <vector>
 
@@ -41,7 +41,7 @@ protected:
         ASSERT_EQ(samples, ramp(samples.size()));
     }
 
-    TestFolder folder;
+    FileFolder folder;
     PosixVolume volume;
 };
 

@@ -1,7 +1,7 @@
 // Recordings as other programs see them.
+#include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
-#include "support/TestFolder.h"
 
 #include <array>
 #include <cstdio>
@@ -62,7 +62,7 @@ protected:
     const int rate = std::get<0>(GetParam());
     const unsigned channels = channelsOfParameter();
     const std::vector<std::int16_t> samples = noise();
-    TestFolder folder;
+    FileFolder folder;
     PosixVolume disk;
     Volume& volume = disk;
     const std::string path = folder / "a.aif";

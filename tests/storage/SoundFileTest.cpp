@@ -2,9 +2,9 @@
 
 #include "storage/BigEndian.h"
 #include "storage/ExtendedFloat.h"
+#include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
 #include "support/FaultVolume.h"
-#include "support/TestFolder.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -67,7 +67,7 @@ protected:
         return SoundFile::openForReading(volume, folder / "foreign.aif");
     }
 
-    TestFolder folder;
+    FileFolder folder;
     PosixVolume disk;
     FaultVolume volume{disk};
     const std::string path = folder / "a.aif";

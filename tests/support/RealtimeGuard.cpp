@@ -1,6 +1,7 @@
 // Aborts on allocation inside an I/O cycle. Linked into every test.
 #include "base/Realtime.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <new>

@@ -27,8 +27,6 @@ protected:
     void nextCheckState() override {}
 
 private:
-    void paintGround(QPainter& painter) const;
-
     const Look m_look;
     Glyph m_glyph = Glyph::record;
     QString m_caption;

@@ -38,8 +38,11 @@ void FittingLabel::paintEvent(QPaintEvent*) {
     painter.setPen(m_ink == Ink::red         ? theme.redText
                    : m_ink == Ink::secondary ? theme.secondaryText
                                              : theme.text);
-    painter.drawText(contentsRect(), static_cast<int>(alignment()),
-                     fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
+    const QString line = fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+    const bool right = (alignment() & Qt::AlignRight) != 0;
+    // Placed by the baseline: a line that mixes scripts must stand level with its neighbours.
+    const int baseline = (height() - fontMetrics().height()) / 2 + fontMetrics().ascent();
+    painter.drawText(right ? width() - fontMetrics().horizontalAdvance(line) : 0, baseline, line);
 }
 
 void FittingLabel::resizeEvent(QResizeEvent* event) {

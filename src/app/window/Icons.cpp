@@ -81,12 +81,22 @@ QPainterPath markerPath() {
     return path | clapper;
 }
 
+QPainterPath microphonePath() {
+    QPainterPath cradle(QPointF(5.5, 11));
+    cradle.arcTo(QRectF(5.5, 4.5, 13, 13), 180, 180);
+    QPainterPath path = roundRect({8.5, 2, 7, 12.5}, 3.5);
+    path |= stroked(cradle, 1.8);
+    path |= stroked(polyline({{12, 17.5}, {12, 21}}), 1.8);
+    path |= stroked(polyline({{8, 21.4}, {16, 21.4}}), 1.8);
+    return path;
+}
+
 void paintApplication(QPainter& painter) {
     QLinearGradient ground(0, 2, 0, 62);
     ground.setColorAt(0, QColor(0x2f, 0x48, 0x58));
     ground.setColorAt(1, QColor(0x12, 0x20, 0x2b));
     painter.fillPath(roundRect({2, 2, 60, 60}, 14), ground);
-    constexpr std::array<std::pair<double, double>, 5> bars{{{10, 9}, {19, 17}, {28, 26}, {37, 14}, {46, 7}}};
+    constexpr std::array<std::pair<double, double>, 5> bars{{{10, 8}, {19, 15}, {28, 22}, {37, 13}, {46, 6}}};
     for (const auto& [x, half] : bars)
         painter.fillPath(roundRect({x, 34 - half, 6, 2 * half}, 3), QColor(0x6f, 0xe3, 0xb0));
     painter.fillPath(circle(49, 16, 8.5), QColor(0x16, 0x28, 0x34));
@@ -108,12 +118,16 @@ QPainterPath Icons::path(Glyph glyph) {
         return hourPath();
     case Glyph::marker:
         return markerPath();
+    case Glyph::microphone:
+        return microphonePath();
     }
     return {};
 }
 
 std::optional<Glyph> Icons::named(std::string_view image) {
-    static constexpr std::array<std::pair<std::string_view, Glyph>, 6> names{{{"Record", Glyph::record},
+    static constexpr std::array<std::pair<std::string_view, Glyph>, 8> names{{{"Record", Glyph::record},
+                                                                              {"RecordOff", Glyph::record},
+                                                                              {"RecordOn", Glyph::stop},
                                                                               {"Stop", Glyph::stop},
                                                                               {"Timer", Glyph::timer},
                                                                               {"Monitor", Glyph::monitor},

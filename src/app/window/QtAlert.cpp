@@ -1,5 +1,6 @@
 #include "app/window/QtAlert.h"
 
+#include "base/RunLoop.h"
 #include "base/Texts.h"
 
 #include <algorithm>
@@ -13,19 +14,24 @@ QtAlert::~QtAlert() {
 }
 
 AlertAnswer QtAlert::ask(const AlertRequest& request) {
-    const std::unique_ptr<QMessageBox> box = makeBox(request);
+    const QPointer<QMessageBox> box = makeBox(request).release(); // its window may delete it meanwhile
     box->exec();
-    const QAbstractButton* pressed = box->clickedButton();
-    if (pressed != nullptr && pressed->objectName() == "alternate")
-        return AlertAnswer::alternateButton;
-    if (pressed != nullptr && pressed->objectName() == "other")
+    const QAbstractButton* pressed = box.isNull() ? nullptr : box->clickedButton();
+    const QString name = pressed == nullptr ? QString() : pressed->objectName();
+    delete box.data();
+    if (name == "default")
+        return AlertAnswer::defaultButton;
+    if (name == "other")
         return AlertAnswer::otherButton;
-    return AlertAnswer::defaultButton;
+    // Closed without an answer, as when the program ends: cancel where that is possible.
+    return request.alternateKey.empty() ? AlertAnswer::defaultButton : AlertAnswer::alternateButton;
 }
 
 void QtAlert::tell(const AlertRequest& request) {
-    QMetaObject::invokeMethod(
-        &m_receiver, [this, request] { show(request); }, Qt::QueuedConnection);
+    m_runLoop.post([this, alive = std::weak_ptr(m_alive), request] {
+        if (!alive.expired())
+            show(request);
+    });
 }
 
 std::unique_ptr<QMessageBox> QtAlert::makeBox(const AlertRequest& request) const {

@@ -3,18 +3,19 @@
 #include "base/Alert.h"
 
 #include <memory>
-#include <QObject>
 #include <QPointer>
 #include <QWidget>
+#include <vector>
 
 class QMessageBox;
+class RunLoop;
 class Texts;
 
 /// Made on the main thread. `ask` runs a modal box; `tell` shows one that blocks nothing, and does not show a
 /// second while one with the same message is still open: an unattended recorder must not fill the screen.
 class QtAlert final : public Alert {
 public:
-    explicit QtAlert(const Texts& texts) : m_texts(texts) {}
+    QtAlert(RunLoop& runLoop, const Texts& texts) : m_runLoop(runLoop), m_texts(texts) {}
     ~QtAlert() override;
 
     // Main thread
@@ -28,8 +29,9 @@ private:
     std::unique_ptr<QMessageBox> makeBox(const AlertRequest& request) const;
     void show(const AlertRequest& request);
 
+    RunLoop& m_runLoop;
     const Texts& m_texts;
     QPointer<QWidget> m_window;
-    QObject m_receiver; // of `tell`; the parent of nothing, it ties posted calls to this object's life
+    const std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // outlived by what `tell` posts
     std::vector<QPointer<QMessageBox>> m_open;
 };

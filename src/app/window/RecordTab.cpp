@@ -19,10 +19,15 @@
 namespace {
 constexpr int margin = 12;
 constexpr int spacing = 8;
+constexpr int rowSpacing = 6;
 constexpr int textSize = 12; ///< pixels: the tab's size is fixed, so is its text's
 constexpr int conditionSize = 16;
-constexpr int timeSize = 34;
-constexpr int largeSwitchWidth = 86;
+constexpr int timeSize = 32;
+constexpr int textHeight = 17; ///< the same in every language, so that the window stays the same
+constexpr int conditionHeight = 21;
+constexpr int timeHeight = 36;
+constexpr int captionHeight = 18;
+constexpr int largeSwitchWidth = 80;
 
 QFont sized(QFont font, int pixels, QFont::Weight weight = QFont::Normal) {
     font.setPixelSize(pixels);
@@ -47,11 +52,12 @@ protected:
 };
 
 /// A caption that a screen reader need not tell: its neighbour is named.
-FittingLabel* caption(const QString& text, FittingLabel::Ink ink) {
+FittingLabel* caption(const QString& text, const QString& tip, FittingLabel::Ink ink) {
     auto* label = new FittingLabel(text);
     label->showText(text, ink);
+    label->setTip(tip);
     label->setAccessibleName(text);
-    label->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     return label;
 }
 } // namespace
@@ -60,7 +66,7 @@ RecordTab::RecordTab(const RecordTabControls& controls, const Texts& texts, QWid
     : QWidget(parent), m_texts(&texts) {
     setFont(sized(font(), textSize));
     auto* left = new QVBoxLayout;
-    left->setSpacing(spacing);
+    left->setSpacing(rowSpacing);
     left->addWidget(makeDisplay(controls));
     left->addWidget(makeSources(controls));
     left->addLayout(makeSwitches(controls), 1);
@@ -72,6 +78,18 @@ RecordTab::RecordTab(const RecordTabControls& controls, const Texts& texts, QWid
     all->addLayout(left, 1);
     all->addLayout(makeMeter(controls));
     m_texts = nullptr;
+    orderTabs();
+}
+
+void RecordTab::orderTabs() {
+    QWidget* previous = nullptr;
+    for (const char* name : {"Record", "Reserve", "Monitor", "Hour", "Marker", "Sources", "Level"}) {
+        auto* next = findChild<QWidget*>(QString::fromLatin1(name));
+        if (previous != nullptr)
+            setTabOrder(previous, next);
+        previous = next;
+    }
+    findChild<QWidget*>("Record")->setFocus();
 }
 
 QString RecordTab::text(const std::string& key) const {
@@ -81,11 +99,12 @@ QString RecordTab::text(const std::string& key) const {
 QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
     auto* condition = new FittingLabel(text("ConditionName"));
     condition->setFont(sized(font(), conditionSize, QFont::Bold));
-    condition->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    condition->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     ControlBinding::bind(controls.condition, *condition, text("ConditionTip"));
 
     auto* mode = new FittingLabel(text("ModeName"));
     mode->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    mode->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     ControlBinding::bind(controls.mode, *mode, text("ModeTip"), FittingLabel::Ink::secondary);
 
     auto* recordTime = new DigitView(text("RecordTimeName"));
@@ -100,34 +119,44 @@ QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
     ControlBinding::bind(controls.write, *lamp, text("WriteTip"));
 
     auto* source = new FittingLabel(text("SourceName"));
-    source->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    source->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     ControlBinding::bind(controls.source, *source, text("SourceTip"), FittingLabel::Ink::secondary);
 
     auto* rate = new FittingLabel(text("RateName"));
     rate->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    rate->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     ControlBinding::bind(controls.rate, *rate, text("RateTip"), FittingLabel::Ink::secondary);
 
     auto* card = new Card;
     auto* rows = new QVBoxLayout(card);
-    rows->setContentsMargins(10, 8, 10, 8);
-    rows->setSpacing(2);
-    const auto row = [rows](int gap, std::initializer_list<QWidget*> widgets) {
+    rows->setContentsMargins(10, 7, 10, 7);
+    rows->setSpacing(1);
+    const auto row = [rows](int height, int gap, std::initializer_list<QWidget*> widgets) {
         auto* line = new QHBoxLayout;
         line->setSpacing(gap);
-        for (QWidget* widget : widgets)
-            widget == nullptr ? line->addStretch() : line->addWidget(widget);
+        for (QWidget* widget : widgets) {
+            if (widget == nullptr) {
+                line->addStretch();
+                continue;
+            }
+            if (widget->minimumHeight() == 0)
+                widget->setFixedHeight(height);
+            line->addWidget(widget);
+        }
         rows->addLayout(line);
     };
-    row(spacing, {condition, mode});
-    row(0, {recordTime, nullptr});
-    row(5, {caption(text("TotalTimeCaption"), FittingLabel::Ink::secondary), totalTime, nullptr, lamp,
-            caption(text("WriteCaption"), FittingLabel::Ink::secondary)});
-    row(spacing, {source, rate});
+    row(conditionHeight, spacing, {condition, mode});
+    row(timeHeight, 0, {recordTime, nullptr});
+    row(textHeight, 5,
+        {caption(text("TotalTimeCaption"), text("TotalTimeTip"), FittingLabel::Ink::secondary), totalTime,
+         nullptr, lamp, caption(text("WriteCaption"), text("WriteTip"), FittingLabel::Ink::secondary)});
+    row(textHeight, spacing, {source, rate});
     return card;
 }
 
 QWidget* RecordTab::makeSources(const RecordTabControls& controls) {
     auto* sources = new SourceBox;
+    sources->setObjectName("Sources");
     sources->setAccessibleName(text("SourcesName"));
     sources->setAccessibleDescription(text("SourcesDescription"));
     sources->setPlaceholderText(text("NoSourceChoice"));
@@ -170,13 +199,14 @@ CaptionButton* RecordTab::makeSwitch(Button& control, const std::string& key, Gl
 
 QWidget* RecordTab::makeMessage(const RecordTabControls& controls) {
     auto* message = new FittingLabel(text("MessageName"));
-    message->setFixedHeight(message->fontMetrics().height());
+    message->setFixedHeight(captionHeight);
     ControlBinding::bind(controls.message, *message, text("MessageTip"));
     return message;
 }
 
 QLayout* RecordTab::makeMeter(const RecordTabControls& controls) {
     auto* slider = new LevelSlider;
+    slider->setObjectName("Level");
     slider->setAccessibleName(text("LevelName"));
     slider->setAccessibleDescription(text("LevelDescription"));
     ControlBinding::bind(controls.level, *slider, text("LevelTip"), text("LevelOf"));
@@ -192,9 +222,9 @@ QLayout* RecordTab::makeMeter(const RecordTabControls& controls) {
     pair->addWidget(slider);
     pair->addWidget(lamps);
     auto* column = new QVBoxLayout;
-    column->setSpacing(4);
-    FittingLabel* title = caption(text("LevelCaption"), FittingLabel::Ink::normal);
-    title->setToolTip(text("LampsTip"));
+    column->setSpacing(2);
+    FittingLabel* title = caption(text("LevelCaption"), text("LampsTip"), FittingLabel::Ink::normal);
+    title->setFixedHeight(captionHeight);
     column->addWidget(title, 0, Qt::AlignHCenter);
     column->addLayout(pair);
     column->addStretch();

@@ -27,6 +27,7 @@ private:
     /// A switch button whose texts' keys begin with `key`.
     CaptionButton* makeSwitch(Button& control, const std::string& key, Glyph off, Glyph on,
                               const char* shortcut);
+    void orderTabs();
     QString text(const std::string& key) const;
 
     const Texts* m_texts;

@@ -11,6 +11,8 @@ public:
     void setTip(const QString& tip);
     void setSources(const QStringList& names, int selected);
 
+    QSize sizeHint() const override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

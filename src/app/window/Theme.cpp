@@ -24,7 +24,7 @@ Theme Theme::of(const QPalette& palette, bool enabled) {
     theme.border = mix(window, windowText, 0.22);
     theme.text = palette.color(QPalette::Active, QPalette::Text);
     theme.secondaryText = readable(mix(theme.text, theme.card, 0.35), theme.card);
-    theme.redText = readable(QColor(0xd3, 0x2f, 0x2f), theme.card);
+    theme.redText = readable(readable(QColor(0xd3, 0x2f, 0x2f), theme.card), window);
     theme.button = palette.color(group, QPalette::Button);
     theme.buttonText = palette.color(QPalette::Active, QPalette::ButtonText);
     theme.accent = palette.color(QPalette::Active, QPalette::Highlight);
@@ -46,7 +46,7 @@ Theme Theme::of(const QPalette& palette, bool enabled) {
 }
 
 double Theme::contrast(const QColor& one, const QColor& other) {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 

@@ -13,7 +13,7 @@ struct Theme {
     QColor border;
     QColor text;
     QColor secondaryText;
-    QColor redText;
+    QColor redText; ///< stands out from the display and from the window
     QColor button;
     QColor buttonText;
     QColor accent;   ///< focus ring and switched-on buttons

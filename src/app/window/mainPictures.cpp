@@ -1,11 +1,12 @@
 // Renders the record tab in each state, theme and language: velmoratide-pictures <folder>.
+#include "app/window/Icons.h"
 #include "app/window/MainWindow.h"
 #include "base/Texts.h"
 
 #include <cstdio>
 #include <QApplication>
 #include <QDir>
-#include <QFontDatabase>
+#include <QPainter>
 #include <QPalette>
 #include <QPixmap>
 #include <string>
@@ -98,7 +99,7 @@ QPalette darkPalette() {
     return palette;
 }
 
-bool render(const QString& path, const std::string& language, void (*set)(Scene&, const Texts&)) {
+QPixmap render(const std::string& language, void (*set)(Scene&, const Texts&)) {
     const Texts texts = Texts::forLanguage(language);
     Scene scene;
     set(scene, texts);
@@ -108,7 +109,42 @@ bool render(const QString& path, const std::string& language, void (*set)(Scene&
     QPixmap picture(window.size() * 2);
     picture.setDevicePixelRatio(2);
     window.render(&picture);
-    return picture.save(path);
+    return picture;
+}
+
+bool save(const QPixmap& picture, const QString& path) {
+    if (picture.save(path))
+        return true;
+    std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+    return false;
+}
+
+/// Every picture by itself, and all of them on one sheet: a row for each theme and language.
+bool renderAll(const QDir& folder) {
+    constexpr std::pair<const char*, void (*)(Scene&, const Texts&)> scenes[] = {{"idle", setIdle},
+                                                                                 {"recording", setRecording},
+                                                                                 {"over-level", setOverLevel},
+                                                                                 {"no-device", setNoDevice}};
+    const QSize size(MainWindow::recordTabWidth, MainWindow::recordTabHeight);
+    QPixmap sheet(size.width() * 4, size.height() * 4);
+    QPainter painter(&sheet);
+    int cell = 0;
+    const QPalette light = QApplication::palette();
+    for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
+        QApplication::setPalette(palette);
+        for (const char* language : {"en", "ja"})
+            for (const auto& [name, set] : scenes) {
+                const QPixmap picture = render(language, set);
+                painter.drawPixmap(QRect(QPoint(cell % 4 * size.width(), cell / 4 * size.height()), size),
+                                   picture);
+                ++cell;
+                if (!save(picture, folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language))))
+                    return false;
+            }
+    }
+    painter.end();
+    return save(sheet, folder.filePath("all.png")) &&
+           save(Icons::application().pixmap(256, 256), folder.filePath("icon.png"));
 }
 } // namespace
 
@@ -118,22 +154,5 @@ int main(int argc, char* argv[]) {
     QFont font;
     font.setFamilies({"DejaVu Sans", "Noto Sans CJK JP"});
     QApplication::setFont(font);
-    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString("."));
-    const QPalette light = QApplication::palette();
-    constexpr std::pair<const char*, void (*)(Scene&, const Texts&)> scenes[] = {{"idle", setIdle},
-                                                                                 {"recording", setRecording},
-                                                                                 {"over-level", setOverLevel},
-                                                                                 {"no-device", setNoDevice}};
-    for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
-        QApplication::setPalette(palette);
-        for (const char* language : {"en", "ja"})
-            for (const auto& [name, set] : scenes) {
-                const QString path = folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language));
-                if (!render(path, language, set)) {
-                    std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
-                    return 1;
-                }
-            }
-    }
-    return 0;
+    return renderAll(QDir(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString("."))) ? 0 : 1;
 }

@@ -18,8 +18,8 @@ public:
     std::uint32_t pending() const { return m_pending; }
     void clear() { m_pending = 0; }
 
-    /// Takes `frames` interleaved frames, silence when `interleaved` is null. Calls `deliver(float* cycle)` for each
-    /// full cycle; the cycle's memory is valid, and may be written to, until `deliver` returns.
+    /// Takes `frames` interleaved frames, silence when `interleaved` is null. Calls `deliver(float* cycle)` for
+    /// each full cycle; the cycle's memory is valid, and may be written to, until `deliver` returns.
     template <typename Deliver>
     void push(const float* interleaved, std::uint64_t frames, Deliver&& deliver) {
         deliverFull(deliver); // cycles may have become smaller than what waits
@@ -39,7 +39,8 @@ public:
         }
     }
 
-    /// Fills the waiting frames up with silence and delivers them; returns how many frames of silence that took.
+    /// Fills the waiting frames up with silence and delivers them; returns how many frames of silence that
+    /// took.
     template <typename Deliver>
     std::uint32_t flush(Deliver&& deliver) {
         deliverFull(deliver);
@@ -51,7 +52,9 @@ public:
     }
 
 private:
-    std::size_t sampleCount(std::uint32_t frames) const { return static_cast<std::size_t>(frames) * m_channels; }
+    std::size_t sampleCount(std::uint32_t frames) const {
+        return static_cast<std::size_t>(frames) * m_channels;
+    }
     template <typename Deliver>
     void deliverFull(Deliver& deliver) {
         while (m_pending >= m_cycleFrames) {

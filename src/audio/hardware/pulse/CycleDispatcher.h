@@ -7,11 +7,11 @@
 #include <span>
 #include <vector>
 
-/// One device's I/O procedures and the frame count of its stream, which outlives the server's streams: a stream that
-/// is opened again goes on counting where the device's clock is by then.
+/// One device's I/O procedures and the frame count of its stream, which outlives the server's streams: a stream
+/// that is opened again goes on counting where the device's clock is by then.
 ///
-/// Every call is made under the lock of the sound system's thread, so a procedure can be stopped only between cycles.
-/// Procedures run in a RealtimeScope; memory is allocated by `begin` only.
+/// Every call is made under the lock of the sound system's thread, so a procedure can be stopped only between
+/// cycles. Procedures run in a RealtimeScope; memory is allocated by `begin` only.
 class CycleDispatcher {
 public:
     static constexpr std::uint32_t minCycleFrames = 14;
@@ -35,8 +35,8 @@ public:
     void observe(HostTime time);
     /// The same, without certainty; ignored once something certain is known.
     void guess(HostTime time);
-    /// The stream ended. What waits for a full cycle is handed on, filled up with silence; returns the frames of
-    /// silence. The next observation or guess decides where counting goes on.
+    /// The stream ended. What waits for a full cycle is handed on, filled up with silence; returns the frames
+    /// of silence. The next observation or guess decides where counting goes on.
     std::uint32_t interrupt();
     /// Hands on captured frames (silence when `interleaved` is null) in cycles.
     void capture(const float* interleaved, std::uint64_t frames);
@@ -65,8 +65,8 @@ private:
     CycleAssembler m_assembler{0, 0};
     StreamClock m_streamClock{1.0};
     std::vector<float> m_output;
-    std::vector<float> m_scratch;   ///< one procedure's output, when several are mixed
-    std::uint64_t m_position = 0;   ///< number of the next cycle's first frame
-    HostTime m_lastStamp = 0;       ///< stamps never go back
+    std::vector<float> m_scratch; ///< one procedure's output, when several are mixed
+    std::uint64_t m_position = 0; ///< number of the next cycle's first frame
+    HostTime m_lastStamp = 0;     ///< stamps never go back
     bool m_afterGap = false;
 };

@@ -58,9 +58,10 @@ void PulseConnection::connect() {
     pa_proplist_free(properties);
     pa_context_set_state_callback(
         m_context.get(),
-        [](pa_context*, void* connection) { static_cast<PulseConnection*>(connection)->contextChanged(); }, this);
-    // Starting a server is the session's business: one that we started would compete with the one that is coming.
-    // A refusal on the spot arrives through the state callback as well.
+        [](pa_context*, void* connection) { static_cast<PulseConnection*>(connection)->contextChanged(); },
+        this);
+    // Starting a server is the session's business: one that we started would compete with the one that is
+    // coming. A refusal on the spot arrives through the state callback as well.
     pa_context_connect(m_context.get(), m_options.server.empty() ? nullptr : m_options.server.c_str(),
                        PA_CONTEXT_NOAUTOSPAWN, nullptr);
     if (pa_context_get_state(m_context.get()) == PA_CONTEXT_UNCONNECTED)

@@ -48,7 +48,8 @@ public:
     bool start();
     /// Closes the context and ends the thread; no callback comes afterwards. Not under a Lock.
     void stop();
-    /// Waits under a Lock, which it lends to the sound system's thread meanwhile, until `done` or for `seconds`.
+    /// Waits under a Lock, which it lends to the sound system's thread meanwhile, until `done` or for
+    /// `seconds`.
     bool waitUntil(const std::function<bool()>& done, double seconds);
 
     // Any thread, under a Lock; or the sound system's thread

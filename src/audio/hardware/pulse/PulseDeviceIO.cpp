@@ -39,7 +39,8 @@ OSStatus PulseDeviceIO::startStream() {
         if (m_condition == Condition::waiting)
             m_condition = Condition::returning; // for the sake of procedures that were started earlier
     }
-    m_surroundings.connection.waitUntil([this] { return !m_stream || m_stream->isReady(); }, secondsUntilStarted);
+    m_surroundings.connection.waitUntil([this] { return !m_stream || m_stream->isReady(); },
+                                        secondsUntilStarted);
     if (m_stream && m_stream->isReady())
         return audioHardwareNoError;
     if (m_surroundings.connection.context() == nullptr)

@@ -6,8 +6,8 @@
 
 #include <atomic>
 
-/// Keeps a stream open while a procedure is started. When the device or the server goes away, the stream is opened
-/// again, with the format it had, as soon as a device of the same ID is there.
+/// Keeps a stream open while a procedure is started. When the device or the server goes away, the stream is
+/// opened again, with the format it had, as soon as a device of the same ID is there.
 class PulseDeviceIO final : private PulseStream::Owner {
 public:
     using Tell = std::function<void(const AudioHardwareEvent&)>;

@@ -12,7 +12,8 @@ constexpr AudioStreamID firstStream = 0x10000; // a device's one stream has its 
 } // namespace
 
 PulseHardware::PulseHardware(Clock& clock, PulseOptions options)
-    : m_clock(clock), m_lister([this](const std::vector<PulseDevice>& listed) { devicesListed(listed); }),
+    : m_clock(clock),
+      m_lister([this](const std::vector<PulseDevice>& listed) { devicesListed(listed); }),
       m_connection(std::move(options), *this) {
     if (!m_connection.start())
         return;
@@ -88,7 +89,8 @@ PulseDeviceIO* PulseHardware::io(AudioDeviceID device) {
     const PulseDeviceIO::Surroundings surroundings{
         m_clock, m_connection, m_table, [this](const AudioHardwareEvent& event) { tell(event); },
         [this](double seconds) { m_connection.callLater(seconds, [this] { m_lister.refresh(); }); }};
-    // The sound system's thread walks the map under the connection's lock, other threads look up under the mutex.
+    // The sound system's thread walks the map under the connection's lock, other threads look up under the
+    // mutex.
     const PulseConnection::Lock lock(m_connection);
     const std::lock_guard guard(m_iosMutex);
     return m_ios.emplace(device, std::make_unique<PulseDeviceIO>(device, surroundings)).first->second.get();

@@ -13,12 +13,13 @@
 
 /// Sources (monitors of sinks too) are devices with input streams, sinks are devices with output streams.
 ///
-/// All I/O procedures and the listener run on one thread, which also talks to the server; it holds a lock while it
-/// works, and what starts or stops a procedure waits for that lock, so a cycle always ends first. No cycle waits for
-/// the server. Queries are answered from what the server told last and wait for nobody. The listener must not wait
-/// for the main thread.
+/// All I/O procedures and the listener run on one thread, which also talks to the server; it holds a lock while
+/// it works, and what starts or stops a procedure waits for that lock, so a cycle always ends first. No cycle
+/// waits for the server. Queries are answered from what the server told last and wait for nobody. The listener
+/// must not wait for the main thread.
 ///
-/// While the server is away there are no devices, and procedures stay started: their streams come back on their own.
+/// While the server is away there are no devices, and procedures stay started: their streams come back on their
+/// own.
 class PulseHardware final : public AudioHardware, private PulseConnection::Owner {
 public:
     /// Waits for the server's device list, 5 s at most; not at all where no server listens.
@@ -79,6 +80,6 @@ private:
     std::mutex m_iosMutex; ///< never held while anything else is waited for
     std::map<AudioDeviceID, std::unique_ptr<PulseDeviceIO>> m_ios; ///< grows only
     std::function<void(const AudioHardwareEvent&)> m_listener;
-    bool m_hasList = false;         ///< of the present connection
+    bool m_hasList = false; ///< of the present connection
     bool m_failedOnce = false;
 };

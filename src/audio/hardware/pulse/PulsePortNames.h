@@ -12,6 +12,6 @@ struct PulsePortDescription {
     unsigned type = 0;       ///< a pa_device_port_type_t; 0 from servers that do not say
 };
 
-/// "Internal microphone", "Line In", "Digital In", "Internal speakers" or "Headphones" for a port known by its name
-/// or type, else the port's description (its name if it has none).
+/// "Internal microphone", "Line In", "Digital In", "Internal speakers" or "Headphones" for a port known by its
+/// name or type, else the port's description (its name if it has none).
 std::string pulsePortName(const PulsePortDescription& port, AudioDirection direction);

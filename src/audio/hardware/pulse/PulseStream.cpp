@@ -5,7 +5,8 @@
 #include <pulse/error.h>
 
 namespace {
-// Each answer costs a wake-up, and the loop that follows them is slow; only the start needs them close together.
+// Each answer costs a wake-up, and the loop that follows them is slow; only the start needs them close
+// together.
 constexpr HostTime timingInterval = 2'000'000'000;
 constexpr unsigned answersUntilSettled = 4;
 
@@ -40,8 +41,8 @@ bool PulseStream::open(pa_context* context, const PulseDevice& device, const Pul
     spec.format = PA_SAMPLE_FLOAT32NE;
     m_frameBytes = static_cast<std::uint32_t>(pa_frame_size(&spec));
     m_rate = spec.rate;
-    m_stream = pa_stream_new(context, device.direction == AudioDirection::input ? "Recording" : "Playback", &spec,
-                             &format.map);
+    m_stream = pa_stream_new(context, device.direction == AudioDirection::input ? "Recording" : "Playback",
+                             &spec, &format.map);
     if (m_stream == nullptr)
         return false;
     pa_stream_set_state_callback(
@@ -78,11 +79,13 @@ void PulseStream::stateChanged() {
 
 void PulseStream::keepTime() {
     const HostTime time = now();
-    if (m_timing != nullptr || (m_timingAnswers >= answersUntilSettled && time - m_timingAsked < timingInterval))
+    if (m_timing != nullptr ||
+        (m_timingAnswers >= answersUntilSettled && time - m_timingAsked < timingInterval))
         return;
     m_timingAsked = time;
     m_timing = pa_stream_update_timing_info(
-        m_stream, [](pa_stream*, int success, void* self) {
+        m_stream,
+        [](pa_stream*, int success, void* self) {
             static_cast<PulseStream*>(self)->timingAnswered(success != 0);
         },
         this);

@@ -10,8 +10,9 @@
 #include <pulse/stream.h>
 #include <string>
 
-/// Everything happens on the sound system's thread, or under its lock. Samples are 32-bit floats in the device's
-/// rate, channels and channel order. The server never moves the stream to another device: it ends instead.
+/// Everything happens on the sound system's thread, or under its lock. Samples are 32-bit floats in the
+/// device's rate, channels and channel order. The server never moves the stream to another device: it ends
+/// instead.
 class PulseStream {
 public:
     /// Told on the sound system's thread, never from inside a cycle.
@@ -41,7 +42,8 @@ protected:
     virtual pa_buffer_attr attributes(AudioLatencyNeed need) const = 0;
     /// Moves what can be moved; `bytes` is what the server said of it.
     virtual void transfer(std::size_t bytes) = 0;
-    /// Host time at which frame `framesTaken()` is at the device, `latency` nanoseconds off the server's answer.
+    /// Host time at which frame `framesTaken()` is at the device, `latency` nanoseconds off the server's
+    /// answer.
     virtual HostTime deviceTime(HostTime now, HostTime latency) const = 0;
 
     pa_stream* stream() const { return m_stream; }

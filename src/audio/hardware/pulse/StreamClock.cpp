@@ -65,8 +65,8 @@ void StreamClock::observe(std::uint64_t frame, HostTime time) {
 }
 
 HostTime StreamClock::timeOf(std::uint64_t frame) const {
-    const double frames = frame >= m_frame ? static_cast<double>(frame - m_frame)
-                                           : -static_cast<double>(m_frame - frame);
+    const double frames =
+        frame >= m_frame ? static_cast<double>(frame - m_frame) : -static_cast<double>(m_frame - frame);
     return m_time + static_cast<HostTime>(std::llround(frames * m_ticks + m_timeFraction));
 }
 

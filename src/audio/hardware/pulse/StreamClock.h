@@ -6,13 +6,13 @@
 
 /// A second-order delay-locked loop over irregular observations.
 ///
-/// The state is one moment (frame F was at the device at time T) and the time p that a frame takes. An observation
-/// "frame f was there at time t", n = f - F frames on, has the error e = t - (T + n p), and with the loop's
-/// bandwidth B in Hz and w = 2 pi B n / rate:
+/// The state is one moment (frame F was at the device at time T) and the time p that a frame takes. An
+/// observation "frame f was there at time t", n = f - F frames on, has the error e = t - (T + n p), and with
+/// the loop's bandwidth B in Hz and w = 2 pi B n / rate:
 ///     F := f,  T := T + n p + sqrt(2) w e,  p := p + w^2 e / n.
-/// That is the critically damped loop of F. Adriaensen, "Using a DLL to filter time" (2005), with its period left
-/// free. B is wide at first and narrow afterwards. An error that stays beyond a quarter of a second is no jitter but
-/// sound that is missing: then the moment is set anew.
+/// That is the critically damped loop of F. Adriaensen, "Using a DLL to filter time" (2005), with its period
+/// left free. B is wide at first and narrow afterwards. An error that stays beyond a quarter of a second is no
+/// jitter but sound that is missing: then the moment is set anew.
 ///
 /// One thread at a time. Nothing allocates.
 class StreamClock {

@@ -1,4 +1,4 @@
-// recorder/StreamClock.h — which frame of the input stream was captured when.
+// recorder/FrameClock.h — which frame of the input stream was captured when.
 #pragma once
 #include "base/Clock.h"
 #include "base/Realtime.h"
@@ -11,7 +11,7 @@
 ///
 /// The I/O thread notes the capture time of each cycle's first frame; between and beyond the notes the device's
 /// nominal rate carries on. Readers never hold the writer up: they read again when a note came in between.
-class StreamClock {
+class FrameClock {
 public:
     // Main thread, while no cycle runs
     /// Forgets everything noted. `rate` is frames a second.

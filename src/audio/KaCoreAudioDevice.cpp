@@ -1,0 +1,197 @@
+#include "audio/KaCoreAudioDevice.h"
+
+#include "audio/KaCoreAudioDeviceDelegate.h"
+#include "audio/KaCoreAudioSystem.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+namespace {
+std::uint32_t clampedToUnsigned(double value) {
+    // Not-a-number compares false and becomes 0.
+    if (!(value > 0.0))
+        return 0;
+    constexpr auto largest = std::numeric_limits<std::uint32_t>::max();
+    return value >= largest ? largest : static_cast<std::uint32_t>(value);
+}
+} // namespace
+
+KaCoreAudioDevice::KaCoreAudioDevice(KaCoreAudioSystem& system, AudioDeviceID deviceID)
+    : m_system(system), m_hardware(system.hardware()), m_myDevice(deviceID) {}
+
+KaCoreAudioDevice::~KaCoreAudioDevice() {
+    removeIOProc();
+}
+
+std::vector<std::unique_ptr<KaCoreAudioDevice>> KaCoreAudioDevice::allDevices(KaCoreAudioSystem& system) {
+    struct Named {
+        std::string name;
+        std::string uid;
+        std::unique_ptr<KaCoreAudioDevice> device;
+    };
+    std::vector<Named> found;
+    for (const AudioDeviceID deviceID : system.hardware().devices()) {
+        auto device = std::make_unique<KaCoreAudioDevice>(system, deviceID);
+        found.push_back({device->deviceName(), device->deviceUID(), std::move(device)});
+    }
+    std::ranges::stable_sort(found, [](const Named& left, const Named& right) {
+        if (left.name.empty() != right.name.empty())
+            return right.name.empty();
+        return std::tie(left.name, left.uid) < std::tie(right.name, right.uid);
+    });
+    std::vector<std::unique_ptr<KaCoreAudioDevice>> devices;
+    for (Named& named : found)
+        devices.push_back(std::move(named.device));
+    return devices;
+}
+
+std::string KaCoreAudioDevice::deviceName() const {
+    return m_hardware.deviceName(m_myDevice);
+}
+
+std::string KaCoreAudioDevice::deviceUID() const {
+    return m_hardware.deviceUID(m_myDevice);
+}
+
+std::uint32_t KaCoreAudioDevice::channelsForDirection(AudioDirection direction) const {
+    const std::vector<std::uint32_t> channels = channelsByStreamForDirection(direction);
+    return std::accumulate(channels.begin(), channels.end(), std::uint32_t{0});
+}
+
+std::vector<std::uint32_t> KaCoreAudioDevice::channelsByStreamForDirection(AudioDirection direction) const {
+    return m_hardware.streamConfiguration(m_myDevice, direction);
+}
+
+std::vector<std::string> KaCoreAudioDevice::dataSourcesForDirection(AudioDirection direction) const {
+    std::vector<std::string> names;
+    for (const AudioDataSource& source : m_hardware.dataSources(m_myDevice, direction))
+        names.push_back(source.name);
+    return names;
+}
+
+void KaCoreAudioDevice::setDataSource(const std::optional<std::string>& name, AudioDirection forDirection) {
+    if (!name)
+        return;
+    for (const AudioDataSource& source : m_hardware.dataSources(m_myDevice, forDirection)) {
+        if (source.name == *name)
+            m_hardware.setDataSource(m_myDevice, forDirection, source.id);
+    }
+}
+
+double KaCoreAudioDevice::nominalSampleRate() const {
+    return m_hardware.nominalSampleRate(m_myDevice);
+}
+
+void KaCoreAudioDevice::setNominalSampleRate(double rate) {
+    m_hardware.setNominalSampleRate(m_myDevice, rate);
+}
+
+std::vector<std::array<double, 2>> KaCoreAudioDevice::nominalSampleRates() const {
+    std::vector<std::array<double, 2>> rates;
+    for (const AudioValueRange& range : m_hardware.availableNominalSampleRates(m_myDevice))
+        rates.push_back({range.minimum, range.maximum});
+    return rates;
+}
+
+std::uint32_t KaCoreAudioDevice::deviceMinBufferSizeInFrames() const {
+    return clampedToUnsigned(m_hardware.bufferFrameSizeRange(m_myDevice, AudioDirection::output).minimum);
+}
+
+std::uint32_t KaCoreAudioDevice::deviceMaxBufferSizeInFrames() const {
+    return clampedToUnsigned(m_hardware.bufferFrameSizeRange(m_myDevice, AudioDirection::output).maximum);
+}
+
+std::uint32_t KaCoreAudioDevice::deviceBufferSizeInFrames() const {
+    return m_hardware.bufferFrameSize(m_myDevice);
+}
+
+void KaCoreAudioDevice::setDeviceBufferSizeInFrames(std::uint32_t frames) {
+    m_hardware.setBufferFrameSize(m_myDevice, frames);
+}
+
+std::uint32_t KaCoreAudioDevice::deviceMaxVariableBufferSizeInFrames() const {
+    return m_hardware.maxVariableBufferFrameSize(m_myDevice);
+}
+
+const std::vector<KaCoreAudioStream>& KaCoreAudioDevice::streamsForDirection(AudioDirection direction) {
+    const auto index = static_cast<std::size_t>(direction);
+    if (m_streamsDirty[index]) {
+        m_myStreams[index].clear();
+        for (const AudioStreamID stream : m_hardware.streams(m_myDevice, direction))
+            m_myStreams[index].emplace_back(m_hardware, stream, direction, *this);
+        // A device that is away has no streams; they are asked for again when it is back.
+        m_streamsDirty[index] = m_myStreams[index].empty();
+    }
+    return m_myStreams[index];
+}
+
+std::string KaCoreAudioDevice::description() const {
+    char head[96];
+    std::snprintf(head, sizeof head, "<KaCoreAudioDevice: %p id %u> ", static_cast<const void*>(this),
+                  m_myDevice);
+    return head + deviceName();
+}
+
+void KaCoreAudioDevice::setIOProc(AudioDeviceIOProc proc, void* withClientData) {
+    removeIOProc();
+    m_myIOProc = proc;
+    m_myIOProcClientData = withClientData;
+}
+
+void KaCoreAudioDevice::setIOTarget(KaIOTarget target, void* withClientData) {
+    removeIOProc();
+    m_myIOInvocation = std::move(target);
+    m_myIOProcClientData = withClientData;
+}
+
+void KaCoreAudioDevice::removeIOProc() {
+    if (m_myIOProc == nullptr && !m_myIOInvocation)
+        return;
+    deviceStop();
+    m_myIOProc = nullptr;
+    m_myIOInvocation = nullptr;
+    m_myIOProcClientData = nullptr;
+}
+
+bool KaCoreAudioDevice::deviceStart() {
+    if (m_myIOProc == nullptr && !m_myIOInvocation)
+        return m_deviceIOStarted;
+    m_deviceIOStarted = m_system.registerDevice(*this);
+    return m_deviceIOStarted;
+}
+
+void KaCoreAudioDevice::deviceStop() {
+    if (!m_deviceIOStarted)
+        return;
+    m_system.unRegisterDevice(*this);
+    m_deviceIOStarted = false;
+}
+
+void KaCoreAudioDevice::setDevicePaused(bool paused) {
+    if (paused)
+        m_system.setPause(true, *this);
+    else
+        m_isPaused.store(false, std::memory_order_relaxed);
+}
+
+void KaCoreAudioDevice::dispatchIOProcWithTimeStamp(const AudioTimeStamp* timeStamp,
+                                                    const AudioBufferList* inputData,
+                                                    const AudioTimeStamp* inputTime,
+                                                    AudioBufferList* outputData,
+                                                    const AudioTimeStamp* outputTime) KA_REALTIME {
+    if (m_isPaused.load(std::memory_order_relaxed))
+        return;
+    // A client's result is of no interest: no client can stop the cycle.
+    if (m_myIOProc != nullptr)
+        m_myIOProc(m_myDevice, timeStamp, inputData, inputTime, outputData, outputTime, m_myIOProcClientData);
+    else if (m_myIOInvocation)
+        m_myIOInvocation(*this, timeStamp, inputData, inputTime, outputData, outputTime, m_myIOProcClientData);
+}
+
+void KaCoreAudioDevice::dispatchIOStartDidFailForReason(OSStatus reason) {
+    if (m_myDelegate != nullptr)
+        m_myDelegate->audioDeviceStartDidFail(*this, reason);
+}

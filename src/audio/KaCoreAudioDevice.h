@@ -1,0 +1,105 @@
+// audio/KaCoreAudioDevice.h — one client's view of a hardware device.
+#pragma once
+#include "audio/hardware/AudioHardware.h"
+#include "audio/KaCoreAudioStream.h"
+#include "base/Realtime.h"
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+class KaCoreAudioDeviceDelegate;
+class KaCoreAudioSystem;
+
+/// What a started device object calls in each cycle: device object, now, input list and time, output list and
+/// time, client data. A null list means that the hardware device lacks that direction.
+using KaIOTarget =
+    std::function<OSStatus(KaCoreAudioDevice& device, const AudioTimeStamp* timeStamp,
+                           const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                           AudioBufferList* outputData, const AudioTimeStamp* outputTime, void* clientData)>;
+
+/// Queries and settings of one hardware device, and one client's share of its I/O cycles. Several objects for
+/// one device ID are independent clients of it. Holds no hardware state but the lists of streams.
+class KaCoreAudioDevice {
+public:
+    KaCoreAudioDevice(KaCoreAudioSystem& system, AudioDeviceID deviceID);
+    /// Stops and leaves the cycle first.
+    ~KaCoreAudioDevice();
+    KaCoreAudioDevice(const KaCoreAudioDevice&) = delete;
+    KaCoreAudioDevice& operator=(const KaCoreAudioDevice&) = delete;
+
+    // Main thread: properties. A failed query yields an empty or zero result, a failed setting is ignored.
+    /// Every device of the system by name, then by unique ID; devices without a name come last.
+    static std::vector<std::unique_ptr<KaCoreAudioDevice>> allDevices(KaCoreAudioSystem& system);
+
+    AudioDeviceID deviceID() const { return m_myDevice; }
+    std::string deviceName() const;
+    std::string deviceUID() const;
+    /// Sum over the streams of the direction.
+    std::uint32_t channelsForDirection(AudioDirection direction) const;
+    std::vector<std::uint32_t> channelsByStreamForDirection(AudioDirection direction) const;
+    /// Names in the device's order.
+    std::vector<std::string> dataSourcesForDirection(AudioDirection direction) const;
+    /// Chooses the source of exactly that name. No name, or one that no source has, changes nothing.
+    void setDataSource(const std::optional<std::string>& name, AudioDirection forDirection);
+    /// Hz.
+    double nominalSampleRate() const;
+    void setNominalSampleRate(double rate);
+    /// Minimum and maximum in Hz of each range, in the device's order.
+    std::vector<std::array<double, 2>> nominalSampleRates() const;
+    /// Frames, as the output side tells them whatever the device is used for.
+    std::uint32_t deviceMinBufferSizeInFrames() const;
+    std::uint32_t deviceMaxBufferSizeInFrames() const;
+    std::uint32_t deviceBufferSizeInFrames() const;
+    void setDeviceBufferSizeInFrames(std::uint32_t frames);
+    std::uint32_t deviceMaxVariableBufferSizeInFrames() const;
+    const std::vector<KaCoreAudioStream>& streamsForDirection(AudioDirection direction);
+    void setDelegate(KaCoreAudioDeviceDelegate* delegate) { m_myDelegate = delegate; }
+    /// Class, address, ID and name.
+    std::string description() const;
+
+    // Any one thread but the I/O thread: the client's share of the cycles
+    /// Both stop the device first; `deviceStart` must be called again.
+    void setIOProc(AudioDeviceIOProc proc, void* withClientData);
+    void setIOTarget(KaIOTarget target, void* withClientData);
+    template <typename Target>
+    void setIOTarget(Target& target,
+                     OSStatus (Target::*withSelector)(KaCoreAudioDevice&, const AudioTimeStamp*,
+                                                      const AudioBufferList*, const AudioTimeStamp*,
+                                                      AudioBufferList*, const AudioTimeStamp*, void*),
+                     void* withClientData) {
+        setIOTarget(KaIOTarget(std::bind_front(withSelector, &target)), withClientData);
+    }
+    void removeIOProc();
+    void removeIOTarget() { removeIOProc(); }
+    /// Whether the device is started; the delegate hears why not.
+    bool deviceStart();
+    /// Returns after a cycle in progress has ended.
+    void deviceStop();
+    /// A pause waits for the cycle in progress, so that none is cut in half; a resume takes effect at once.
+    void setDevicePaused(bool paused);
+
+    // Multiplexer only
+    void dispatchIOProcWithTimeStamp(const AudioTimeStamp* timeStamp, const AudioBufferList* inputData,
+                                     const AudioTimeStamp* inputTime, AudioBufferList* outputData,
+                                     const AudioTimeStamp* outputTime) KA_REALTIME;
+    void dispatchIOStartDidFailForReason(OSStatus reason);
+    void doSetPause(bool pause) { m_isPaused.store(pause, std::memory_order_relaxed); }
+
+private:
+    KaCoreAudioSystem& m_system;
+    AudioHardware& m_hardware;
+    const AudioDeviceID m_myDevice;
+    KaCoreAudioDeviceDelegate* m_myDelegate = nullptr;
+    AudioDeviceIOProc m_myIOProc = nullptr;
+    bool m_deviceIOStarted = false;
+    std::array<std::vector<KaCoreAudioStream>, 2> m_myStreams; // by direction
+    std::array<bool, 2> m_streamsDirty{true, true};
+    void* m_myIOProcClientData = nullptr;
+    KaIOTarget m_myIOInvocation;
+    std::atomic<bool> m_isPaused{false};
+};

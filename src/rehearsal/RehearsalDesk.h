@@ -1,0 +1,56 @@
+// rehearsal/RehearsalDesk.h — the whole application on virtual time, with scripted surroundings.
+#pragma once
+#include "audio/hardware/simulated/SimulatedHardware.h"
+#include "base/NotificationCenter.h"
+#include "base/Texts.h"
+#include "base/UserDefaults.h"
+#include "rehearsal/RecordedSystemLog.h"
+#include "rehearsal/ScriptedAlert.h"
+#include "rehearsal/ScriptedVolume.h"
+#include "rehearsal/VirtualClock.h"
+#include "rehearsal/VirtualRunLoop.h"
+#include "storage/PosixVolume.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class VmControler;
+
+/// One launch of the application. All files are real and lie in `folder`.
+class RehearsalDesk {
+public:
+    struct Setting {
+        std::string key;
+        QJsonValue value;
+    };
+
+    /// `start` is local time in `zone`. Settings that an earlier launch left in `folder` are carried on.
+    RehearsalDesk(std::string folder, QTimeZone zone, const CalendarDate& start, std::vector<SimulatedDevice> devices,
+                  const std::vector<Setting>& settings = {});
+    /// Ends without the quit sequence; what was not written is lost.
+    ~RehearsalDesk();
+
+    /// Makes the controllers and runs the start-up sequence.
+    void launch();
+    /// Ends the duty as a clean quit does.
+    void terminate();
+    void runFor(double seconds) { runLoop.runFor(seconds); }
+    std::string recordFolder() const { return folder + "/record"; }
+
+    const std::string folder;
+    VirtualClock clock;
+    VirtualRunLoop runLoop{clock};
+    NotificationCenter notifications;
+    RecordedSystemLog log;
+    ScriptedAlert alert;
+    Texts texts;
+    UserDefaults defaults;
+    SimulatedHardware hardware;
+    PosixVolume files;
+    ScriptedVolume volume{files, clock};
+    std::unique_ptr<VmControler> controler;
+
+private:
+    static Date startDate(const QTimeZone& zone, const CalendarDate& start);
+};

@@ -1,0 +1,271 @@
+#include "recorder/VmRecorder.h"
+
+#include "app/VmControler.h"
+#include "audio/VmDevice.h"
+#include "recorder/VmLevelMeter.h"
+#include "rehearsal/RehearsalDesk.h"
+#include "storage/SoundFile.h"
+#include "storage/VmMechanic.h"
+#include "support/Counting.h"
+#include "support/TemporaryFolder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace {
+SimulatedDevice countingInput() {
+    SimulatedDevice device;
+    device.name = "Desk input";
+    device.uid = "desk-in";
+    device.dataSources = {"Internal microphone", "Line In"};
+    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::counter}};
+    return device;
+}
+
+const std::vector<RehearsalDesk::Setting> fullRateStereo = {{"SamplingRateNumber", 2}, {"ChannelsNumber", 2}};
+const CalendarDate morning{.year = 2007, .month = 10, .day = 24, .hour = 9, .minute = 30};
+
+/// A desk in a folder of its own.
+class Desk {
+public:
+    explicit Desk(const std::vector<RehearsalDesk::Setting>& settings = fullRateStereo,
+                  std::vector<SimulatedDevice> devices = {countingInput()}, const CalendarDate& start = morning)
+        : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, std::move(devices), settings) {
+        watch = desk.notifications.observe({}, [this](const Notification& notification) {
+            const auto message = notification.userInfo.find(std::string(ErrorMessageString));
+            events.push_back(notification.object + (message == notification.userInfo.end() ? "" : ": " + message->second));
+        });
+    }
+    VmRecorder& recorder() { return desk.controler->recorder(); }
+    std::vector<std::string> recordings() const {
+        std::vector<std::string> names;
+        for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
+            names.push_back(entry.name);
+        return names;
+    }
+    std::vector<std::int16_t> samples(const std::string& name) const {
+        PosixVolume volume;
+        const auto opened = SoundFile::openForReading(volume, desk.recordFolder() + "/" + name);
+        EXPECT_EQ(opened.error, SoundFileError::none) << name;
+        std::vector<std::int16_t> all(static_cast<std::size_t>(opened.file->byteCount()) / 2);
+        opened.file->readSamples(0, all);
+        return all;
+    }
+    std::string information(const std::string& name) const {
+        std::ifstream file(desk.recordFolder() + "/" + name, std::ios::binary);
+        file.seekg(256);
+        std::string text;
+        std::getline(file, text, '\0');
+        return text;
+    }
+    bool logged(const std::string& line) const {
+        const auto lines = desk.log.lines();
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
+    bool happened(const std::string& event) const {
+        return std::find(events.begin(), events.end(), event) != events.end();
+    }
+
+    TemporaryFolder folder;
+    RehearsalDesk desk;
+    std::vector<std::string> events;
+    NotificationCenter::Observation watch;
+};
+
+using Names = std::vector<std::string>;
+} // namespace
+
+TEST(VmRecorder, recordsWhileTheSwitchIsOn_underTheTimesOfStartAndStop) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(10.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(30.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(5.0);
+    ASSERT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093010~093040.aif"}));
+    const auto samples = it.samples("_Velmoratide_20071024_093010~093040.aif");
+    EXPECT_NEAR(static_cast<double>(samples.size() / 2), 30.0 * 44100, 1.0);
+    const std::int64_t first = counting::frameOf(samples[0], samples[1]);
+    EXPECT_NEAR(static_cast<double>(first), 10.05 * 44100, 0.05 * 44100 + 1);
+    EXPECT_EQ(counting::breaks(samples, first), 0);
+    EXPECT_EQ(it.events, (Names{"DutyStart", "RecordingStart", "RecordingStop", ""}));
+    EXPECT_TRUE(it.desk.log.lines().empty());
+}
+
+TEST(VmRecorder, writesTheRecordInformationBehindTheHeader) {
+    Desk it({{"SamplingRateNumber", 1}, {"ChannelsNumber", 1}});
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(5.0);
+    ASSERT_EQ(it.recordings().size(), 1U);
+    const std::string name = it.recordings()[0];
+    EXPECT_EQ(it.information(name), name.substr(0, name.size() - 4) + "22050MI");
+}
+
+TEST(VmRecorder, hidesRecordingsBehindADot_whenAsked) {
+    Desk it({{"HideSoundFileFlag", true}});
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(5.0);
+    ASSERT_EQ(it.recordings(), (Names{".Velmoratide_20071024_093001~093021.aif"}));
+    EXPECT_EQ(it.information(it.recordings()[0]).substr(0, 13), "_Velmoratide_");
+}
+
+TEST(VmRecorder, neverOverwritesARecordingOfTheSameName) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    std::filesystem::create_directories(it.desk.recordFolder());
+    std::ofstream(it.desk.recordFolder() + "/_Velmoratide_20071024_093001~093003.aif") << "somebody's";
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(2.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(2.0);
+    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093001~093003+.aif",
+                                      "_Velmoratide_20071024_093001~093003.aif"}));
+}
+
+TEST(VmRecorder, waitsForTheFirstSoundOfTheStreamBeforeItBegins) {
+    Desk it;
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(10.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(3.0);
+    const auto samples = it.samples(it.recordings().at(0));
+    const double named = it.recorder().recordStopDate().secondsSince(it.recorder().recordStartDate());
+    EXPECT_NEAR(static_cast<double>(samples.size() / 2) / 44100.0, named, 0.001);
+}
+
+TEST(VmRecorder, rescuesWhatACrashLeft_atTheNextLaunch) {
+    TemporaryFolder folder;
+    const auto devices = std::vector<SimulatedDevice>{countingInput()};
+    {
+        RehearsalDesk desk(folder.path(), QTimeZone("Asia/Tokyo"), morning, devices, fullRateStereo);
+        desk.launch();
+        desk.runFor(10.0);
+        desk.controler->recorder().recordButton().press(true);
+        desk.runFor(23.0);
+        // The process's state is dropped: only what is on the disk by now counts.
+        std::filesystem::copy(folder.path(), folder.path() + "-copy", std::filesystem::copy_options::recursive);
+    }
+    RehearsalDesk next(folder.path() + "-copy", QTimeZone("Asia/Tokyo"),
+                       {.year = 2007, .month = 10, .day = 24, .hour = 10}, devices);
+    next.defaults.set("RecordSwitch", false);
+    next.launch();
+    const auto entries = PosixVolume().list(next.recordFolder());
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].name, "_Velmoratide_20071024_093010~093030.aif");
+    const auto opened = SoundFile::openForReading(next.files, next.recordFolder() + "/" + entries[0].name);
+    ASSERT_EQ(opened.error, SoundFileError::none);
+    EXPECT_NEAR(static_cast<double>(opened.file->frames()), 20.0 * 44100, 1024);
+    std::ifstream file(next.recordFolder() + "/" + entries[0].name, std::ios::binary);
+    file.seekg(256);
+    std::string text;
+    std::getline(file, text, '\0');
+    EXPECT_EQ(text, "_Velmoratide_20071024_093010~09303044100SI*");
+    std::filesystem::remove_all(folder.path() + "-copy");
+}
+
+TEST(VmRecorder, goesOnWithTheSwitchOfTheLastLaunch) {
+    Desk it({{"RecordSwitch", true}});
+    it.desk.launch();
+    it.desk.runFor(10.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    it.desk.terminate();
+    EXPECT_EQ(it.recordings().size(), 1U);
+    EXPECT_TRUE(it.desk.defaults.boolForKey("RecordSwitch")); // the next launch goes on
+}
+
+TEST(VmRecorder, stopsAndSaysSo_whenTheDiskIsFull) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(12.0);
+    it.desk.volume.setWriteError(true);
+    it.desk.runFor(8.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::stopped);
+    EXPECT_FALSE(it.recorder().recordButton().isOn());
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: audio file write error."));
+    ASSERT_FALSE(it.desk.alert.shown().empty());
+    EXPECT_EQ(it.desk.alert.shown()[0].request.messageKey, "FileWriteError");
+    EXPECT_EQ(it.desk.alert.shown()[0].request.informativeKey, "CheckAndRetry");
+    ASSERT_EQ(it.recordings().size(), 1U);
+    const auto samples = it.samples(it.recordings()[0]);
+    EXPECT_GE(samples.size() / 2, 10U * 44100U - 1024U);
+    EXPECT_EQ(counting::breaks(samples, counting::frameOf(samples[0], samples[1])), 0);
+}
+
+TEST(VmRecorder, stopsAndSaysSo_whenNoFileCanBeMade) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    it.desk.volume.setWriteError(true);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(3.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::stopped);
+    EXPECT_FALSE(it.recorder().recordButton().isOn());
+    EXPECT_TRUE(it.logged("VmRecorder: record file create error."));
+    EXPECT_EQ(it.desk.alert.shown().size(), 1U);
+}
+
+TEST(VmRecorder, refusesToQuitWhileTheSwitchIsOn) {
+    Desk it;
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(3.0);
+    EXPECT_EQ(it.desk.controler->applicationShouldTerminate(), VmControler::TerminateReply::cancel);
+    EXPECT_EQ(it.desk.alert.shown().at(0).request.messageKey, "UnableExit");
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(3.0);
+    EXPECT_EQ(it.desk.controler->applicationShouldTerminate(), VmControler::TerminateReply::now);
+}
+
+TEST(VmRecorder, saysThatThereIsNoInput) {
+    Desk it(fullRateStereo, {});
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    EXPECT_TRUE(it.desk.controler->devicer().awakeError());
+    EXPECT_TRUE(it.desk.runLoop.hasQuit());
+    EXPECT_EQ(it.desk.alert.shown().at(0).request.messageKey, "NoRecordSource");
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: no sound data input device."));
+}
+
+TEST(VmRecorder, startsOnLevelWithSoundFromBeforeTheTrigger) {
+    SimulatedDevice device = countingInput();
+    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::silence},
+                     {.at = 20.0, .kind = SimulatedSegment::Kind::constant, .level = 0.5},
+                     {.at = 25.0, .kind = SimulatedSegment::Kind::silence}};
+    auto settings = fullRateStereo;
+    settings.insert(settings.end(), {{"RecordMode", 1}, {"AutoStartLevel", 10}, {"RecordSwitch", true}});
+    Desk it(settings, {device});
+    it.desk.launch();
+    it.desk.runFor(40.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
+    ASSERT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093017~093030.aif"}));
+    const auto samples = it.samples(it.recordings()[0]);
+    const auto loud = std::find_if(samples.begin(), samples.end(), [](std::int16_t sample) { return sample != 0; });
+    EXPECT_NEAR(static_cast<double>(loud - samples.begin()) / 2 / 44100.0, 3.0, 0.3);
+}
+
+TEST(VmLevelMeter, lightsUpToTwentyInASecondAtFullScale) {
+    SimulatedDevice device = countingInput();
+    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::constant, .level = 1.0}};
+    Desk it(fullRateStereo, {device});
+    it.desk.launch();
+    it.desk.runFor(0.5);
+    EXPECT_TRUE(it.desk.controler->meter().lamps().isLit(4));
+    EXPECT_FALSE(it.desk.controler->meter().lamps().isLit(15));
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.desk.controler->meter().level(), 20);
+    EXPECT_TRUE(it.desk.controler->meter().lamps().isLit(19));
+}
