@@ -20,8 +20,8 @@
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
-#include <cstdio>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <QDir>
 #include <QStandardPaths>
@@ -62,8 +62,12 @@ QJsonValue valueLike(const QJsonValue& registered, const std::string& text) {
 } // namespace
 
 Application::Application(CommandLine line, QCoreApplication& qt, TerminationSignals& termination)
-    : m_line(std::move(line)), m_qt(qt), m_termination(termination), m_log(m_clock, STDERR_FILENO),
-      m_texts(Texts::forLanguage(Texts::wishedLanguage())), m_runLoop(std::make_unique<QtRunLoop>(qt)),
+    : m_line(std::move(line)),
+      m_qt(qt),
+      m_termination(termination),
+      m_log(m_clock, STDERR_FILENO),
+      m_texts(Texts::forLanguage(Texts::wishedLanguage())),
+      m_runLoop(std::make_unique<QtRunLoop>(qt)),
       m_volume(std::make_unique<PosixVolume>()) {}
 
 Application::~Application() {
@@ -110,7 +114,8 @@ bool Application::prepare() {
     if (m_line.demo)
         m_hardware = std::make_unique<SimulatedHardware>(m_clock, demonstrationDesk());
     else
-        m_hardware = std::make_unique<PulseHardware>(m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
+        m_hardware = std::make_unique<PulseHardware>(
+            m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
     return true;
 }
 
@@ -138,8 +143,8 @@ int Application::listSources() {
     KaCoreAudioSystem system(*m_hardware);
     const auto sources = audioSources(system, AudioDirection::input);
     for (std::size_t index = 0; index < sources.size(); ++index)
-        std::printf("%zu\t%s\t%s\t%g Hz\n", index, sources[index].name.c_str(), sources[index].deviceName.c_str(),
-                    m_hardware->nominalSampleRate(sources[index].device));
+        std::printf("%zu\t%s\t%s\t%g Hz\n", index, sources[index].name.c_str(),
+                    sources[index].deviceName.c_str(), m_hardware->nominalSampleRate(sources[index].device));
     if (sources.empty())
         std::fprintf(stderr, "velmoratide: no sound input was found\n");
     return std::fflush(stdout) == 0 ? 0 : 1;
@@ -157,7 +162,8 @@ bool Application::chooseSource() {
         return true;
     const int index = indexOfAudioSource(sources, m_line.source);
     if (index < 0)
-        return fail(2, "--source: \"" + m_line.source + "\" is not exactly one of the inputs (--list-sources shows them)"),
+        return fail(2, "--source: \"" + m_line.source +
+                           "\" is not exactly one of the inputs (--list-sources shows them)"),
                false;
     m_defaults->overrideForThisRun("recordSourceDevice", index);
     return true;
@@ -174,7 +180,8 @@ bool Application::checkFolder() {
         if (written && m_volume->remove(probe) == 0)
             return true;
     }
-    return fail(1, "recordings cannot be written to the folder " + folder + " (" + std::strerror(errno) + ")"), false;
+    return fail(1, "recordings cannot be written to the folder " + folder + " (" + std::strerror(errno) + ")"),
+           false;
 }
 
 void Application::printFinishedFiles() {
@@ -187,12 +194,13 @@ void Application::printFinishedFiles() {
 
 void Application::showWindow() {
     VmRecorder& recorder = m_controler->recorder();
-    const RecordTabControls controls{recorder.recordButton(), recorder.reserveButton(),   recorder.monitorButton(),
-                                     recorder.hourButton(),   recorder.markerButton(),    recorder.conditionField(),
-                                     recorder.modeField(),    recorder.sourceField(),     recorder.rateField(),
-                                     recorder.recordTimeField(), recorder.totalTimeField(), recorder.messageField(),
-                                     recorder.levelSlider(),  m_controler->meter().lamps(), recorder.sourcePopup(),
-                                     recorder.writeIndicator()};
+    const RecordTabControls controls{
+        recorder.recordButton(),    recorder.reserveButton(),     recorder.monitorButton(),
+        recorder.hourButton(),      recorder.markerButton(),      recorder.conditionField(),
+        recorder.modeField(),       recorder.sourceField(),       recorder.rateField(),
+        recorder.recordTimeField(), recorder.totalTimeField(),    recorder.messageField(),
+        recorder.levelSlider(),     m_controler->meter().lamps(), recorder.sourcePopup(),
+        recorder.writeIndicator()};
     m_window = std::make_unique<MainWindow>(controls, m_texts, [this] {
         if (m_controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
             return false;
@@ -214,17 +222,18 @@ int Application::runDuty() {
     if (m_line.headless || m_line.recordFor)
         printFinishedFiles();
     m_termination.setHandler([this] { m_runLoop->quit(0); });
-    m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert,
-                                                      m_texts, *m_hardware, *m_volume});
+    m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log,
+                                                      *m_alert, m_texts, *m_hardware, *m_volume});
     if (!m_line.headless)
         showWindow();
     m_controler->applicationDidFinishLaunching();
     std::string fault;
     if (m_line.recordFor) {
-        m_recordFor = std::make_unique<RecordForDuty>(*m_controler, *m_line.recordFor, [this, &fault](std::string why) {
-            fault = std::move(why);
-            m_runLoop->quit(fault.empty() ? 0 : 1);
-        });
+        m_recordFor =
+            std::make_unique<RecordForDuty>(*m_controler, *m_line.recordFor, [this, &fault](std::string why) {
+                fault = std::move(why);
+                m_runLoop->quit(fault.empty() ? 0 : 1);
+            });
         m_recordFor->begin();
     }
     m_exitCode = m_runLoop->run();

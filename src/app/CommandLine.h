@@ -18,8 +18,8 @@ struct CommandLine {
     std::string folder;
     std::vector<std::pair<std::string, std::string>> overrides; ///< setting and value
 
-    /// Reads the arguments after the program's name. On a mistake returns nothing and says in one line in `error`
-    /// what is wrong.
+    /// Reads the arguments after the program's name. On a mistake returns nothing and says in one line in
+    /// `error` what is wrong.
     static std::optional<CommandLine> parse(const std::vector<std::string>& arguments, std::string& error);
     static std::string helpText();
 };

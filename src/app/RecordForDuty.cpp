@@ -10,10 +10,11 @@
 
 RecordForDuty::RecordForDuty(VmControler& controler, double seconds, std::function<void(std::string)> finished)
     : m_controler(controler), m_seconds(seconds), m_finished(std::move(finished)) {
-    m_starts = controler.seams().notifications.observe(VmLogEventNotification, [this](const Notification& event) {
-        if (event.object == "RecordingStart")
-            recordingStarted();
-    });
+    m_starts =
+        controler.seams().notifications.observe(VmLogEventNotification, [this](const Notification& event) {
+            if (event.object == "RecordingStart")
+                recordingStarted();
+        });
 }
 
 void RecordForDuty::begin() {
@@ -26,7 +27,8 @@ void RecordForDuty::recordingStarted() {
         return; // a file that follows a split
     const VmRecorder& recorder = m_controler.recorder();
     const double gone = m_controler.seams().clock.now().secondsSince(recorder.recordStartDate());
-    m_timer = m_controler.seams().runLoop.schedule({.interval = std::max(m_seconds - gone, 0.0)}, [this] { end({}); });
+    m_timer = m_controler.seams().runLoop.schedule({.interval = std::max(m_seconds - gone, 0.0)},
+                                                   [this] { end({}); });
 }
 
 void RecordForDuty::watch() {
@@ -42,7 +44,5 @@ void RecordForDuty::end(const std::string& fault) {
     VmRecorder& recorder = m_controler.recorder();
     recorder.recordButton().press(false);
     recorder.resetCondition(); // now, not at the next tick
-    m_finished(!fault.empty()            ? fault
-               : recorder.lastWrite() <= 0 ? "the sound input delivered nothing"
-                                           : "");
+    m_finished(!fault.empty() ? fault : recorder.lastWrite() <= 0 ? "the sound input delivered nothing" : "");
 }

@@ -17,7 +17,8 @@ int main(int argc, char* argv[]) {
         return 2;
     }
     if (line->help || line->version) {
-        std::fputs(line->help ? CommandLine::helpText().c_str() : "Velmoratide " VELMORATIDE_VERSION "\n", stdout);
+        std::fputs(line->help ? CommandLine::helpText().c_str() : "Velmoratide " VELMORATIDE_VERSION "\n",
+                   stdout);
         return std::fflush(stdout) == 0 ? 0 : 1;
     }
     // A reader of our output that goes away must not end a duty.
@@ -25,7 +26,8 @@ int main(int argc, char* argv[]) {
     TerminationSignals termination;
     int qtArgc = 1; // Qt's own arguments are not offered
     const bool windowless = line->headless || line->listSources;
-    const auto qt = windowless ? std::make_unique<QCoreApplication>(qtArgc, argv) : makeWindowedApplication(qtArgc, argv);
+    const auto qt =
+        windowless ? std::make_unique<QCoreApplication>(qtArgc, argv) : makeWindowedApplication(qtArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmoratide"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORATIDE_VERSION));
     return Application(*line, *qt, termination).run();

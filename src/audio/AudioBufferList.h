@@ -9,8 +9,8 @@ struct AudioBuffer {
     void* mData = nullptr;
 };
 
-/// `mNumberBuffers` buffers: interleaved audio has one buffer of all channels, non-interleaved audio one buffer of
-/// one channel each.
+/// `mNumberBuffers` buffers: interleaved audio has one buffer of all channels, non-interleaved audio one buffer
+/// of one channel each.
 struct AudioBufferList {
     std::uint32_t mNumberBuffers = 0;
     AudioBuffer* mBuffers = nullptr;
@@ -22,8 +22,8 @@ struct AudioTimeStamp {
     static constexpr std::uint32_t hostTimeValid = 2;
     static constexpr std::uint32_t rateScalarValid = 4;
 
-    double mSampleTime = 0.0;    ///< frames since the stream began, holes included
-    std::int64_t mHostTime = 0;  ///< nanoseconds of the clock's host time
-    double mRateScalar = 1.0;    ///< actual over nominal host ticks a frame
+    double mSampleTime = 0.0;   ///< frames since the stream began, holes included
+    std::int64_t mHostTime = 0; ///< nanoseconds of the clock's host time
+    double mRateScalar = 1.0;   ///< actual over nominal host ticks a frame
     std::uint32_t mFlags = 0;
 };

@@ -6,9 +6,9 @@
 #include <cctype>
 #include <charconv>
 #include <functional>
-#include <utility>
 #include <initializer_list>
 #include <string_view>
+#include <utility>
 
 namespace {
 std::vector<std::string> merged(const std::vector<std::string>& names,
@@ -75,7 +75,8 @@ int indexOfAudioSource(const std::vector<AudioSource>& sources, const std::strin
     };
     if (const int found = matching([&](const AudioSource& source) { return source.name == wish; }); found >= 0)
         return found;
-    if (const int found = matching([&](const AudioSource& source) { return source.deviceName == wish; }); found >= 0)
+    if (const int found = matching([&](const AudioSource& source) { return source.deviceName == wish; });
+        found >= 0)
         return found;
     const std::string part = lowered(wish);
     return matching([&](const AudioSource& source) {

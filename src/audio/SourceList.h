@@ -23,6 +23,6 @@ std::vector<std::string> representRecordNames(const std::vector<std::string>& na
 /// "Headphones" and "Internal speakers" merged into one "Internal speakers".
 std::vector<std::string> representPlayNames(const std::vector<std::string>& names);
 
-/// Index of the source that a person means by `wish`: an index, a name, a device's name, or a part of exactly one
-/// of the names, whatever its case. -1 when there is none or when it is not clear which.
+/// Index of the source that a person means by `wish`: an index, a name, a device's name, or a part of exactly
+/// one of the names, whatever its case. -1 when there is none or when it is not clear which.
 int indexOfAudioSource(const std::vector<AudioSource>& sources, const std::string& wish);

@@ -12,7 +12,6 @@
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 
-
 void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
     KaAudioBufferListDispose(list);
 }
@@ -135,13 +134,16 @@ int VmDevice::checkRecordSource(int index) const {
 
 int VmDevice::deviceNumberOfRecordSource(int index) const {
     const auto sources = recordSources();
-    return index >= 0 && index < static_cast<int>(sources.size()) ? sources[static_cast<std::size_t>(index)].deviceNumber
-                                                                  : 0;
+    return index >= 0 && index < static_cast<int>(sources.size())
+               ? sources[static_cast<std::size_t>(index)].deviceNumber
+               : 0;
 }
 
 std::string VmDevice::sourceNameOfRecordSource(int index) const {
     const auto sources = recordSources();
-    return index >= 0 && index < static_cast<int>(sources.size()) ? sources[static_cast<std::size_t>(index)].name : "";
+    return index >= 0 && index < static_cast<int>(sources.size())
+               ? sources[static_cast<std::size_t>(index)].name
+               : "";
 }
 
 std::vector<std::string> VmDevice::usableRecordSourceNames() const {

@@ -13,8 +13,8 @@ class UserDefaults;
 class VmControler;
 
 /// Shows the input devices as one flat list of sources, in which a device counts once for each of its (merged)
-/// data sources, and sets up the record path for the chosen one. Main thread only, but for the accessors that an
-/// I/O target uses: the path is rebuilt only while no cycle runs.
+/// data sources, and sets up the record path for the chosen one. Main thread only, but for the accessors that
+/// an I/O target uses: the path is rebuilt only while no cycle runs.
 class VmDevice {
 public:
     explicit VmDevice(VmControler& controler);

@@ -57,13 +57,26 @@ std::string Clock::format(Date date, const char* pattern) const {
             continue;
         }
         switch (*++at) {
-        case 'Y': number(local.year, 4); break;
-        case 'm': number(local.month, 2); break;
-        case 'd': number(local.day, 2); break;
-        case 'H': number(local.hour, 2); break;
-        case 'M': number(local.minute, 2); break;
-        case 'S': number(local.second, 2); break;
-        default: text += *at;
+        case 'Y':
+            number(local.year, 4);
+            break;
+        case 'm':
+            number(local.month, 2);
+            break;
+        case 'd':
+            number(local.day, 2);
+            break;
+        case 'H':
+            number(local.hour, 2);
+            break;
+        case 'M':
+            number(local.minute, 2);
+            break;
+        case 'S':
+            number(local.second, 2);
+            break;
+        default:
+            text += *at;
         }
     }
     return text;

@@ -37,17 +37,17 @@ public:
     void sleep(double seconds) { sleepUntil(hostTime() + hostTimeFromSeconds(seconds)); }
     /// Runs `body` on a thread of its own. The clock outlives it: destroying the clock waits for it.
     virtual void detachThread(const std::string& name, std::function<void()> body) = 0;
-    /// Calls `call` at host time `first`, then at each host time that it returns: a simulated device's heart beat.
-    /// Real time: on a thread of its own. Virtual time: on the thread that drives the time. Not to be destroyed
-    /// from inside the call.
+    /// Calls `call` at host time `first`, then at each host time that it returns: a simulated device's heart
+    /// beat. Real time: on a thread of its own. Virtual time: on the thread that drives the time. Not to be
+    /// destroyed from inside the call.
     [[nodiscard]] virtual std::unique_ptr<Beat> startBeat(const std::string& name, HostTime first,
                                                           std::function<HostTime()> call) = 0;
 
     /// Local calendar form of `date`.
     CalendarDate calendarDate(Date date) const;
-    /// The moment of a local date and time. A time that a spring change skips is read with the offset before the
-    /// change; of a repeated hour the first is meant. `dayOfWeek` and `utcOffset` are not looked at; fields beyond
-    /// their range carry over.
+    /// The moment of a local date and time. A time that a spring change skips is read with the offset before
+    /// the change; of a repeated hour the first is meant. `dayOfWeek` and `utcOffset` are not looked at; fields
+    /// beyond their range carry over.
     Date dateFromLocal(const CalendarDate& local) const;
     /// Text of `date` in local time; knows %Y %m %d %H %M %S and %%.
     std::string format(Date date, const char* pattern) const;

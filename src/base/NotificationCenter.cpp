@@ -18,7 +18,8 @@ void NotificationCenter::Observation::end() {
 
 NotificationCenter::Observation NotificationCenter::observe(std::string_view name, Handler handler) {
     const std::lock_guard guard(m_mutex);
-    m_observers.push_back({++m_lastToken, std::string(name), std::make_shared<const Handler>(std::move(handler))});
+    m_observers.push_back(
+        {++m_lastToken, std::string(name), std::make_shared<const Handler>(std::move(handler))});
     return {*this, m_lastToken};
 }
 

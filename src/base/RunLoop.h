@@ -23,7 +23,8 @@ public:
 
     // Main thread
     /// Starts a timer. Its handler may destroy the timer itself.
-    [[nodiscard]] virtual std::unique_ptr<Timer> schedule(TimerOptions options, std::function<void()> handler) = 0;
+    [[nodiscard]] virtual std::unique_ptr<Timer> schedule(TimerOptions options,
+                                                          std::function<void()> handler) = 0;
     /// Runs until `quit`; returns its exit code.
     virtual int run() = 0;
     virtual void quit(int exitCode) = 0;

@@ -51,8 +51,8 @@ void UserDefaults::setAside(const std::string& why) {
         if (QFileInfo::exists(aside))
             continue;
         if (QFile::rename(qString(m_path), aside)) {
-            m_log.log("UserDefaults: settings file " + m_path + " cannot be read (" + why + "); it is kept as " +
-                      aside.toStdString() + ", defaults are used.");
+            m_log.log("UserDefaults: settings file " + m_path + " cannot be read (" + why +
+                      "); it is kept as " + aside.toStdString() + ", defaults are used.");
             return;
         }
         break;
@@ -68,7 +68,8 @@ void UserDefaults::registerDefault(std::string_view key, QJsonValue value) {
     const QString name = qString(key);
     const QJsonValue stored = m_stored.value(name);
     if (!stored.isUndefined() && !sameType(stored, value))
-        m_log.log("UserDefaults: setting \"" + std::string(key) + "\" is of the wrong type; its default is used.");
+        m_log.log("UserDefaults: setting \"" + std::string(key) +
+                  "\" is of the wrong type; its default is used.");
     m_registered.insert(name, std::move(value));
 }
 

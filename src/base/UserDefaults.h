@@ -11,8 +11,8 @@ class SystemLog;
 
 /// Settings in one JSON file, replaced atomically.
 ///
-/// A key is looked up among this run's overrides, then the stored values, then the registered defaults. A stored
-/// value of another type than the registered default is passed over.
+/// A key is looked up among this run's overrides, then the stored values, then the registered defaults. A
+/// stored value of another type than the registered default is passed over.
 class UserDefaults {
 public:
     /// `path` may be empty: nothing is read or written then. An unreadable file is set aside under

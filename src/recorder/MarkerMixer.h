@@ -11,7 +11,8 @@
 class MarkerMixer {
 public:
     // Main thread
-    /// The marker as interleaved 16-bit samples. Earlier sounds stay in memory: a cycle may still be reading one.
+    /// The marker as interleaved 16-bit samples. Earlier sounds stay in memory: a cycle may still be reading
+    /// one.
     void setSound(std::vector<std::int16_t> samples) {
         m_sounds.push_back(std::make_unique<const std::vector<std::int16_t>>(std::move(samples)));
         m_writeMarker.store(0, std::memory_order_relaxed);
@@ -25,8 +26,8 @@ public:
     }
 
     // I/O thread
-    /// Adds the next samples of an armed marker to `count` samples of `data`, one marker sample to each sample of
-    /// the interleaved stream, unclipped.
+    /// Adds the next samples of an armed marker to `count` samples of `data`, one marker sample to each sample
+    /// of the interleaved stream, unclipped.
     void mixInto(float* data, unsigned count) noexcept KA_REALTIME {
         std::int32_t left = m_writeMarker.load(std::memory_order_acquire);
         if (left == 0)

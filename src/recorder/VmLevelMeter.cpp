@@ -9,8 +9,7 @@
 #include <cmath>
 
 VmLevelMeter::VmLevelMeter(VmControler& controler)
-    : m_controler(controler),
-      m_peekHoldTime(controler.seams().defaults.doubleForKey("PeekLevelHoldTime")) {}
+    : m_controler(controler), m_peekHoldTime(controler.seams().defaults.doubleForKey("PeekLevelHoldTime")) {}
 
 VmLevelMeter::~VmLevelMeter() = default;
 
@@ -37,7 +36,8 @@ void VmLevelMeter::initLEDDisplay() {
     m_counter = 0;
     for (int index = 0; index < LampColumn::count; ++index)
         m_lamps.setLit(index, false);
-    m_timer = m_controler.seams().runLoop.schedule({.interval = tick, .repeats = true}, [this] { execLevelMeter(); });
+    m_timer =
+        m_controler.seams().runLoop.schedule({.interval = tick, .repeats = true}, [this] { execLevelMeter(); });
 }
 
 void VmLevelMeter::renewLEDDisplay() {
@@ -52,8 +52,8 @@ OSStatus VmLevelMeter::levelInputIOForDevice(KaCoreAudioDevice&, const AudioTime
     m_counter = 0;
     const AudioBuffer& input = inputData->mBuffers[0];
     const auto* samples = static_cast<const float*>(input.mData);
-    const auto count = static_cast<unsigned>(
-        std::min<std::size_t>(input.mDataByteSize / sizeof(float), m_buffer.size()));
+    const auto count =
+        static_cast<unsigned>(std::min<std::size_t>(input.mDataByteSize / sizeof(float), m_buffer.size()));
     for (unsigned i = 0; i < count; ++i)
         m_buffer[i].store(samples[i], std::memory_order_relaxed);
     m_frames.store(count, std::memory_order_release);

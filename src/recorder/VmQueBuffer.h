@@ -64,8 +64,8 @@ public:
     /// Moves at most `samples` floats to `into`, consecutive ones; returns their bytes. Fewer than are held
     /// come out only if the producer overtakes the reader during the call. Never waits.
     unsigned readFloat32Data(float* into, unsigned samples) noexcept KA_REALTIME;
-    /// Position behind the last sample that was read or cleared: what `readFloat32Data` returned ends here, also
-    /// when more has been overwritten since.
+    /// Position behind the last sample that was read or cleared: what `readFloat32Data` returned ends here,
+    /// also when more has been overwritten since.
     std::uint64_t readPosition() const noexcept { return m_read.load(std::memory_order_relaxed); }
     /// Empties the queue.
     void clearData() noexcept;

@@ -18,7 +18,8 @@
 #include <cmath>
 
 VmRecorder::VmRecorder(VmControler& controler)
-    : m_controler(controler), m_workFiles(controler.seams(), controler.mechanic()),
+    : m_controler(controler),
+      m_workFiles(controler.seams(), controler.mechanic()),
       m_pipeline(controler.seams().clock, controler.seams().log, controler.seams().notifications) {
     const UserDefaults& defaults = controler.seams().defaults;
     m_recordMode = defaults.integerForKey("RecordMode");
@@ -107,9 +108,9 @@ void VmRecorder::recordSourceChanged() {
     renewDispSampleRate();
 }
 
-OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*, const AudioBufferList* inputData,
-                                       const AudioTimeStamp* inputTime, AudioBufferList*, const AudioTimeStamp*,
-                                       void*) noexcept {
+OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*,
+                                       const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                                       AudioBufferList*, const AudioTimeStamp*, void*) noexcept {
     const VmDevice& devicer = m_controler.devicer();
     if (inputData == nullptr)
         return audioHardwareNoError;
@@ -153,8 +154,8 @@ void VmRecorder::stopRecording() {
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
-    const double prior =
-        m_pipeline.prepare(seams.clock.hostTime(), m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0);
+    const double prior = m_pipeline.prepare(seams.clock.hostTime(),
+                                            m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0);
     m_recordStartDate = seams.clock.now().addingSeconds(-prior);
     VmMechanic& mechanic = m_controler.mechanic();
     m_writeFile = mechanic.createAudioFileWithFormat(
@@ -218,7 +219,10 @@ WorkFiles::Label VmRecorder::fileLabel() const {
 
 char VmRecorder::sourceLetter() const {
     const std::string source = m_controler.devicer().presentRecordSourceName();
-    return source == "Internal microphone" ? 'I' : source == "Line In" ? 'L' : source == "Digital In" ? 'D' : 'X';
+    return source == "Internal microphone" ? 'I'
+           : source == "Line In"           ? 'L'
+           : source == "Digital In"        ? 'D'
+                                           : 'X';
 }
 
 // --- what a file is ------------------------------------------------------------------------------------------

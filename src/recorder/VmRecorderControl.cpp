@@ -195,7 +195,8 @@ void VmRecorder::renewDispSampleRate() {
         m_sourceField.setText(m_controler.seams().texts("NoRecordSource"));
         return;
     }
-    m_rateField.setText(formatted("%g kHz ", sampleRate() / 1000.0) + m_controler.seams().texts(channels(m_channels)));
+    m_rateField.setText(formatted("%g kHz ", sampleRate() / 1000.0) +
+                        m_controler.seams().texts(channels(m_channels)));
     m_sourceField.setText(devicer.presentJapanRecordSourceName());
 }
 

@@ -20,15 +20,20 @@ constexpr std::size_t informationRoom = 4080 - 256; // up to the sound chunk
 } // namespace
 
 WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
-    : m_clock(seams.clock), m_volume(seams.volume), m_defaults(seams.defaults), m_log(seams.log),
-      m_notifications(seams.notifications), m_mechanic(mechanic) {}
+    : m_clock(seams.clock),
+      m_volume(seams.volume),
+      m_defaults(seams.defaults),
+      m_log(seams.log),
+      m_notifications(seams.notifications),
+      m_mechanic(mechanic) {}
 
 void WorkFiles::noteStart(Date start) {
     m_defaults.set("WriteStartTempFile", m_clock.format(start, "%Y%m%d_%H%M%S"));
     m_defaults.synchronize();
 }
 
-std::string WorkFiles::informationText(Date start, Date stop, const Label& label, std::string_view option) const {
+std::string WorkFiles::informationText(Date start, Date stop, const Label& label,
+                                       std::string_view option) const {
     std::string text = std::string(SoundFileNames::headerString) + m_clock.format(start, "%Y%m%d_%H%M%S~") +
                        m_clock.format(stop, "%H%M%S");
     if (!label.scheduleName.empty())
@@ -56,10 +61,9 @@ bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate
 
 std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label) {
     const std::string folder = m_mechanic.recordFolder();
-    const std::string name =
-        SoundFileNames::finalName(SoundFileNames::whichHeaderString(label.hidden),
-                                  m_clock.format(start, "%Y%m%d_%H%M%S"), m_clock.format(stop, "%H%M%S"),
-                                  SoundFileNames::soundExtension);
+    const std::string name = SoundFileNames::finalName(
+        SoundFileNames::whichHeaderString(label.hidden), m_clock.format(start, "%Y%m%d_%H%M%S"),
+        m_clock.format(stop, "%H%M%S"), SoundFileNames::soundExtension);
     int error = EEXIST;
     std::string path;
     while (error == EEXIST) { // again when somebody else took the name meanwhile
@@ -98,8 +102,8 @@ bool WorkFiles::startFromSettings(Date& start) const {
 }
 
 void WorkFiles::putAside(const std::string& temporary) {
-    const std::string stem = m_mechanic.recordFolder() + "/VelmoratideUnreadable_" +
-                             m_clock.format(m_clock.now(), "%Y%m%d_%H%M%S");
+    const std::string stem =
+        m_mechanic.recordFolder() + "/VelmoratideUnreadable_" + m_clock.format(m_clock.now(), "%Y%m%d_%H%M%S");
     std::string path = stem + ".data";
     for (int number = 2; m_volume.exists(path); ++number)
         path = stem + "-" + std::to_string(number) + ".data";

@@ -20,7 +20,7 @@ class WorkFiles {
 public:
     /// What the record information says besides the dates.
     struct Label {
-        int sampleRate = 0;       ///< Hz, of the file
+        int sampleRate = 0; ///< Hz, of the file
         int channels = 1;
         char sourceLetter = 'X';
         std::string scheduleName; ///< replaces all of the above when not empty
@@ -35,8 +35,8 @@ public:
     /// Moves the temporary file to its final name and writes the record information into it. Returns the final
     /// path, or an empty text when it could not be moved: the temporary file then stays in place.
     std::string finish(Date start, Date stop, const Label& label);
-    /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was none
-    /// or when it could not be moved. A file without a single frame is removed.
+    /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was
+    /// none or when it could not be moved. A file without a single frame is removed.
     std::string rescueTempFile(const Label& label);
     /// The computed end of the last rescued recording; 0 when none was rescued.
     Date lastCrashDate() const { return m_lastCrashDate; }

@@ -161,7 +161,8 @@ std::int64_t WritePipeline::writeSoundFile(unsigned size) {
         m_writeThreadError = true;
         return 0;
     }
-    const std::size_t got = m_soundQue->readFloat32Data(block.get(), static_cast<unsigned>(wanted)) / sizeof(float);
+    const std::size_t got =
+        m_soundQue->readFloat32Data(block.get(), static_cast<unsigned>(wanted)) / sizeof(float);
     convert(block.get(), m_soundQue->readPosition() - got, got);
     const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
     return writePending() ? count : 0;

@@ -2,8 +2,8 @@
 #pragma once
 #include "base/Clock.h"
 #include "base/Realtime.h"
-#include "recorder/MarkerMixer.h"
 #include "recorder/FrameClock.h"
+#include "recorder/MarkerMixer.h"
 #include "recorder/VmQueBuffer.h"
 
 #include <atomic>
@@ -21,14 +21,14 @@ class SystemLog;
 /// Captures all the time into the queue and, while a file is open, drains the queue into it about every five
 /// seconds on a thread of its own.
 ///
-/// Frames are numbered by the queue: the n-th frame that was ever pushed is frame n, until the queue is made anew.
-/// A recording is the frames from `startFrame` up to but without `stopFrame`, both multiples of the ratio of
-/// device rate and file rate, so the decimation keeps its phase over blocks, files and overflows. Frames before
-/// `startFrame` are discarded by the write thread, frames from `stopFrame` on stay in the queue.
+/// Frames are numbered by the queue: the n-th frame that was ever pushed is frame n, until the queue is made
+/// anew. A recording is the frames from `startFrame` up to but without `stopFrame`, both multiples of the ratio
+/// of device rate and file rate, so the decimation keeps its phase over blocks, files and overflows. Frames
+/// before `startFrame` are discarded by the write thread, frames from `stopFrame` on stay in the queue.
 ///
-/// Hand-shake: the starter sets `writeThread`, the thread sets `fileWriteing` while it lives, the stopper clears
-/// `writeThread` and waits for `fileWriteing` to go before it touches the file. A block that could not be written
-/// is kept and tried again first: by the final flush, if not before.
+/// Hand-shake: the starter sets `writeThread`, the thread sets `fileWriteing` while it lives, the stopper
+/// clears `writeThread` and waits for `fileWriteing` to go before it touches the file. A block that could not
+/// be written is kept and tried again first: by the final flush, if not before.
 class WritePipeline {
 public:
     struct Format {
@@ -41,7 +41,7 @@ public:
     /// What happened between the start and the stop of a recording.
     struct Account {
         double lastInput = 0.0;
-        double writeCount = 0.0;       ///< bytes of 16-bit samples
+        double writeCount = 0.0;        ///< bytes of 16-bit samples
         std::int32_t overflowCount = 0; ///< bytes of floats
     };
 
@@ -63,7 +63,8 @@ public:
     /// Called on the write thread when a write begins and ends.
     void setActivityHandler(std::function<void(bool)> handler) { m_activityHandler = std::move(handler); }
     /// Prepares the queue for a recording that begins `priorSeconds` before `start`, as far as the queue holds
-    /// that much and the last recording does not reach into it. Returns how many seconds before `start` it begins.
+    /// that much and the last recording does not reach into it. Returns how many seconds before `start` it
+    /// begins.
     double prepare(HostTime start, double priorSeconds);
     /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
     void start(SoundFile& file, const Format& format);
@@ -83,7 +84,8 @@ public:
     bool fileWriteing() const { return m_fileWriteing.load(std::memory_order_acquire); }
     bool writeThreadError() const { return m_writeThreadError.load(std::memory_order_acquire); }
 
-    /// Seconds between two looks of the write thread at its run flag, and how many of them make a write interval.
+    /// Seconds between two looks of the write thread at its run flag, and how many of them make a write
+    /// interval.
     static constexpr double wakeInterval = 1.0;
     static constexpr int wakesPerWrite = 5;
     /// Seconds that `finish` waits for sound that is still on its way from the device.

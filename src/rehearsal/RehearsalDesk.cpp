@@ -8,8 +8,10 @@ Date RehearsalDesk::startDate(const QTimeZone& zone, const CalendarDate& start) 
 
 RehearsalDesk::RehearsalDesk(std::string deskFolder, QTimeZone zone, const CalendarDate& start,
                              std::vector<SimulatedDevice> devices, const std::vector<Setting>& settings)
-    : folder(std::move(deskFolder)), clock(zone, startDate(zone, start)),
-      defaults(folder + "/settings.json", log), hardware(clock, std::move(devices)) {
+    : folder(std::move(deskFolder)),
+      clock(zone, startDate(zone, start)),
+      defaults(folder + "/settings.json", log),
+      hardware(clock, std::move(devices)) {
     VmControler::registerDefaults(defaults);
     defaults.set("DirectoryPath", recordFolder());
     for (const Setting& setting : settings)

@@ -26,8 +26,8 @@ public:
     };
 
     /// `start` is local time in `zone`. Settings that an earlier launch left in `folder` are carried on.
-    RehearsalDesk(std::string folder, QTimeZone zone, const CalendarDate& start, std::vector<SimulatedDevice> devices,
-                  const std::vector<Setting>& settings = {});
+    RehearsalDesk(std::string folder, QTimeZone zone, const CalendarDate& start,
+                  std::vector<SimulatedDevice> devices, const std::vector<Setting>& settings = {});
     /// Ends without the quit sequence; what was not written is lost.
     ~RehearsalDesk();
 

@@ -7,7 +7,8 @@
 namespace {
 class ScriptedFile final : public VolumeFile {
 public:
-    ScriptedFile(std::unique_ptr<VolumeFile> file, ScriptedVolume& volume) : m_file(std::move(file)), m_volume(volume) {}
+    ScriptedFile(std::unique_ptr<VolumeFile> file, ScriptedVolume& volume)
+        : m_file(std::move(file)), m_volume(volume) {}
 
     std::int64_t readAt(std::int64_t offset, std::span<std::byte> into) override {
         return m_file->readAt(offset, into);

@@ -8,7 +8,8 @@ constexpr auto laterFirst = [](const auto& left, const auto& right) { return rig
 }
 
 struct VirtualClock::VirtualBeat final : Beat {
-    VirtualBeat(VirtualClock& owner, std::function<HostTime()> beatCall) : clock(owner), call(std::move(beatCall)) {}
+    VirtualBeat(VirtualClock& owner, std::function<HostTime()> beatCall)
+        : clock(owner), call(std::move(beatCall)) {}
     ~VirtualBeat() override {
         const std::lock_guard guard(clock.m_mutex);
         std::erase_if(clock.m_events, [this](const Event& event) { return event.beat == this; });
@@ -74,7 +75,8 @@ void VirtualClock::detachThread(const std::string&, std::function<void()> body) 
     });
 }
 
-std::unique_ptr<Beat> VirtualClock::startBeat(const std::string&, HostTime first, std::function<HostTime()> call) {
+std::unique_ptr<Beat> VirtualClock::startBeat(const std::string&, HostTime first,
+                                              std::function<HostTime()> call) {
     auto beat = std::make_unique<VirtualBeat>(*this, std::move(call));
     const std::lock_guard guard(m_mutex);
     addEvent(first, nullptr, beat.get());

@@ -10,11 +10,11 @@
 
 /// A clock whose time jumps to the next thing that is due.
 ///
-/// One thread drives it: the one that made it, by sleeping (or through the virtual run loop, which sleeps for it).
-/// All other threads of the application are started by `detachThread` and run one at a time: whoever holds the
-/// baton runs until it sleeps or ends, then hands the baton back to the driver. Who is due at the same moment goes
-/// in the order in which it began to wait. So a rehearsal is the same every time, and no work of a thread takes
-/// virtual time unless it sleeps.
+/// One thread drives it: the one that made it, by sleeping (or through the virtual run loop, which sleeps for
+/// it). All other threads of the application are started by `detachThread` and run one at a time: whoever holds
+/// the baton runs until it sleeps or ends, then hands the baton back to the driver. Who is due at the same
+/// moment goes in the order in which it began to wait. So a rehearsal is the same every time, and no work of a
+/// thread takes virtual time unless it sleeps.
 class VirtualClock final : public Clock {
 public:
     /// Starts at `start`, with host time 0.
@@ -45,7 +45,7 @@ private:
     struct Event {
         HostTime due;
         std::uint64_t order;
-        Sleeper* sleeper; // either a sleeping thread
+        Sleeper* sleeper;  // either a sleeping thread
         VirtualBeat* beat; // or a beat
         bool operator<(const Event& other) const {
             return due != other.due ? due < other.due : order < other.order;

@@ -20,8 +20,8 @@ private:
 
 std::unique_ptr<Timer> VirtualRunLoop::schedule(TimerOptions options, std::function<void()> handler) {
     auto timer = std::make_unique<VirtualTimer>(*this);
-    m_entries.push_back({timer.get(), m_clock.hostTime() + hostTimeFromSeconds(options.interval), ++m_order, options,
-                         std::make_shared<std::function<void()>>(std::move(handler))});
+    m_entries.push_back({timer.get(), m_clock.hostTime() + hostTimeFromSeconds(options.interval), ++m_order,
+                         options, std::make_shared<std::function<void()>>(std::move(handler))});
     return timer;
 }
 
@@ -67,7 +67,8 @@ bool VirtualRunLoop::runPosted() {
 VirtualRunLoop::Entry* VirtualRunLoop::earliest() {
     Entry* first = nullptr;
     for (Entry& entry : m_entries)
-        if (first == nullptr || entry.due < first->due || (entry.due == first->due && entry.order < first->order))
+        if (first == nullptr || entry.due < first->due ||
+            (entry.due == first->due && entry.order < first->order))
             first = &entry;
     return first;
 }

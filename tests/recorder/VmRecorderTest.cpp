@@ -35,7 +35,8 @@ public:
         : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, std::move(devices), settings) {
         watch = desk.notifications.observe({}, [this](const Notification& notification) {
             const auto message = notification.userInfo.find(std::string(ErrorMessageString));
-            events.push_back(notification.object + (message == notification.userInfo.end() ? "" : ": " + message->second));
+            events.push_back(notification.object +
+                             (message == notification.userInfo.end() ? "" : ": " + message->second));
         });
     }
     VmRecorder& recorder() { return desk.controler->recorder(); }
@@ -129,8 +130,8 @@ TEST(VmRecorder, neverOverwritesARecordingOfTheSameName) {
     it.desk.runFor(2.0);
     it.recorder().recordButton().press(false);
     it.desk.runFor(2.0);
-    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093001~093003+.aif",
-                                      "_Velmoratide_20071024_093001~093003.aif"}));
+    EXPECT_EQ(it.recordings(),
+              (Names{"_Velmoratide_20071024_093001~093003+.aif", "_Velmoratide_20071024_093001~093003.aif"}));
 }
 
 TEST(VmRecorder, waitsForTheFirstSoundOfTheStreamBeforeItBegins) {
@@ -253,7 +254,8 @@ TEST(VmRecorder, startsOnLevelWithSoundFromBeforeTheTrigger) {
     EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
     ASSERT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093017~093030.aif"}));
     const auto samples = it.samples(it.recordings()[0]);
-    const auto loud = std::find_if(samples.begin(), samples.end(), [](std::int16_t sample) { return sample != 0; });
+    const auto loud =
+        std::find_if(samples.begin(), samples.end(), [](std::int16_t sample) { return sample != 0; });
     EXPECT_NEAR(static_cast<double>(loud - samples.begin()) / 2 / 44100.0, 3.0, 0.3);
 }
 

@@ -18,7 +18,8 @@ namespace {
 /// A pipeline fed with the counting signal in virtual time.
 class Rig {
 public:
-    explicit Rig(double deviceRate = 44100.0, unsigned cycleFrames = 512) : rate(deviceRate), frames(cycleFrames) {
+    explicit Rig(double deviceRate = 44100.0, unsigned cycleFrames = 512)
+        : rate(deviceRate), frames(cycleFrames) {
         EXPECT_TRUE(pipeline.initSoundQue(rate));
         cycle.resize(std::size_t{frames} * 2);
         beat = clock.startBeat("device", dueOf(frames), [this] { return deliver(); });
@@ -36,7 +37,9 @@ public:
         startTime = clock.hostTime();
         deliveredAtStart = delivered;
         priorTaken = pipeline.prepare(startTime, prior);
-        file = SoundFile::create(volume, folder.path() + "/sound.aif", fileRate, static_cast<unsigned>(channels)).file;
+        file =
+            SoundFile::create(volume, folder.path() + "/sound.aif", fileRate, static_cast<unsigned>(channels))
+                .file;
         ASSERT_NE(file, nullptr);
         pipeline.start(*file, {rate, fileRate, channels});
         recording = true;
@@ -266,7 +269,8 @@ TEST(WritePipeline, keepsTheNewestEightySecondsAndReportsTheRest_whenTheDiskStal
     rig.volume.setWriteSeconds(100.0);
     rig.runFor(2.0);
     rig.volume.setWriteSeconds(0.0);
-    rig.runFor(102.0); // the stalled block was taken 5 s into the recording, the next one 106 s into it or later
+    rig.runFor(
+        102.0); // the stalled block was taken 5 s into the recording, the next one 106 s into it or later
     const auto account = rig.stop();
     const auto samples = rig.samples();
 
@@ -316,7 +320,8 @@ TEST(WritePipeline, endsAfterAWriteErrorAndKeepsWhatWasWrittenReadable) {
     EXPECT_NEAR(kept, 5.0, 512.0 / 44100.0);
     // 11 seconds were captured; the input figure carries the pipeline's own factor of 16.
     char report[160];
-    std::snprintf(report, sizeof report, "SomeReportHappen: VmRecorder: data lost input=%fseconds, write=%fseconds",
+    std::snprintf(report, sizeof report,
+                  "SomeReportHappen: VmRecorder: data lost input=%fseconds, write=%fseconds",
                   12.0 - 16.0 * rig.capturedSeconds(), 12.0 - kept);
     EXPECT_TRUE(rig.hasEvent(report)) << report << " but " << rig.events.back();
 }

@@ -37,7 +37,8 @@ void writeCountingWave(const std::string& path, std::uint32_t rate, double secon
     const auto frames = static_cast<std::uint32_t>(rate * seconds);
     std::ofstream file(path, std::ios::binary);
     const auto word = [&file](std::uint32_t value, int bytes) {
-        file.write(reinterpret_cast<const char*>(&value), bytes); // little-endian, as the machines that run tests
+        file.write(reinterpret_cast<const char*>(&value),
+                   bytes); // little-endian, as the machines that run tests
     };
     file << "RIFF";
     word(36 + frames * 8, 4);
@@ -97,10 +98,12 @@ TEST_F(ProgramRecording, recordsEveryFrameOfThirtySecondsOnceAndInOrder) {
     ChildProcess player({"paplay", "--latency-msec=2000", "--device=duty", folder.path() + "/count.wav"},
                         server.environment());
     pauseFor(2.0);
-    RunningProgram all({"--headless", "--record-for", "30", "--set", "SamplingRateNumber=2", "--set", "ChannelsNumber=2"},
-                       server.environment());
-    RunningProgram half({"--headless", "--record-for", "30", "--set", "SamplingRateNumber=1", "--set", "ChannelsNumber=1"},
-                        server.environment());
+    RunningProgram all(
+        {"--headless", "--record-for", "30", "--set", "SamplingRateNumber=2", "--set", "ChannelsNumber=2"},
+        server.environment());
+    RunningProgram half(
+        {"--headless", "--record-for", "30", "--set", "SamplingRateNumber=1", "--set", "ChannelsNumber=1"},
+        server.environment());
     EXPECT_EQ(all.wait(), 0);
     EXPECT_EQ(half.wait(), 0);
 
@@ -158,7 +161,8 @@ TEST_F(ProgramRecording, listsIndexNameDeviceAndRate) {
     PrivatePulseServer server;
     RunningProgram program({"--list-sources"}, server.environment());
     EXPECT_EQ(program.wait(), 0);
-    EXPECT_EQ(program.outputLines(), std::vector<std::string>{"0\tMonitor of Null Output\tMonitor of Null Output\t44100 Hz"});
+    EXPECT_EQ(program.outputLines(),
+              std::vector<std::string>{"0\tMonitor of Null Output\tMonitor of Null Output\t44100 Hz"});
 }
 
 TEST(Program, saysInOneLineThatThereIsNoInput) {
@@ -179,9 +183,12 @@ TEST(Program, saysInOneLineThatTheFolderCannotBeWritten) {
 
 TEST(Program, saysInOneLineWhichArgumentIsWrong) {
     const std::vector<std::vector<std::string>> wrong = {
-        {"--nonsense"},          {"--record-for", "soon"},      {"--record-for", "-1"},  {"--record-for"},
-        {"--set", "Nothing=1"},  {"--set", "RecordMode=maybe"}, {"--set", "RecordMode"}, {"file.aif"},
-        {"--source", "Nowhere"}, {"--headless=yes"},            {"--folder", ""},
+        {"--nonsense"},          {"--record-for", "soon"},
+        {"--record-for", "-1"},  {"--record-for"},
+        {"--set", "Nothing=1"},  {"--set", "RecordMode=maybe"},
+        {"--set", "RecordMode"}, {"file.aif"},
+        {"--source", "Nowhere"}, {"--headless=yes"},
+        {"--folder", ""},
     };
     for (auto arguments : wrong) {
         arguments.insert(arguments.begin(), {"--demo", "--headless", "--settings", "/dev/null/settings"});

@@ -5,10 +5,12 @@
 #include <iterator>
 
 RunningProgram::RunningProgram(std::vector<std::string> arguments, ChildProcess::Environment environment) {
-    const auto has = [&](const char* name) { return std::find(arguments.begin(), arguments.end(), name) != arguments.end(); };
-    std::vector<std::string> command = {"sh", "-c",
-                                        "exec \"$0\" \"$@\" >'" + m_folder.path() + "/out' 2>'" + m_folder.path() + "/err'",
-                                        VELMORATIDE_PROGRAM};
+    const auto has = [&](const char* name) {
+        return std::find(arguments.begin(), arguments.end(), name) != arguments.end();
+    };
+    std::vector<std::string> command = {
+        "sh", "-c", "exec \"$0\" \"$@\" >'" + m_folder.path() + "/out' 2>'" + m_folder.path() + "/err'",
+        VELMORATIDE_PROGRAM};
     if (!has("--folder"))
         command.insert(command.end(), {"--folder", recordFolder()});
     if (!has("--settings"))

@@ -3,5 +3,6 @@
 #include <memory>
 #include <QCoreApplication>
 
-/// `argc` and `argv` must outlive the object. Closing the window does not quit: the application controller decides.
+/// `argc` and `argv` must outlive the object. Closing the window does not quit: the application controller
+/// decides.
 std::unique_ptr<QCoreApplication> makeWindowedApplication(int& argc, char** argv);

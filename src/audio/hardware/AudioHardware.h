@@ -74,7 +74,7 @@ struct AudioHardwareEvent {
         deviceReturned,    ///< a device that died delivers again (same unique ID)
         serverLost,        ///< the whole sound system went away; told once
         serverReturned,
-        hole,              ///< `frames` frames were lost before the adapter and handed on as silence
+        hole, ///< `frames` frames were lost before the adapter and handed on as silence
     };
     Kind kind = Kind::deviceListChanged;
     AudioDeviceID device = 0;
