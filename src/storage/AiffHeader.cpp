@@ -31,13 +31,13 @@ constexpr double highestRate = 1e7;
 /// More chunks than any real file has; ends the search in a file of empty ones.
 constexpr int mostChunks = 1000;
 
-enum class Fetch { whole, short_, failed };
+enum class Fetch { whole, cutShort, failed };
 
 Fetch fetch(VolumeFile& file, std::int64_t at, std::span<std::byte> into) {
     const std::int64_t got = file.readAt(at, into);
     if (got < 0)
         return Fetch::failed;
-    return static_cast<std::size_t>(got) == into.size() ? Fetch::whole : Fetch::short_;
+    return static_cast<std::size_t>(got) == into.size() ? Fetch::whole : Fetch::cutShort;
 }
 
 struct SoundChunk {
@@ -76,7 +76,7 @@ SoundFileError AiffHeader::read(VolumeFile& file) {
     const Fetch begun = fetch(file, 0, form);
     if (begun == Fetch::failed)
         return SoundFileError::readFailed;
-    if (begun == Fetch::short_ || BigEndian::get32(form.data()) != formID ||
+    if (begun == Fetch::cutShort || BigEndian::get32(form.data()) != formID ||
         BigEndian::get32(form.data() + 8) != aiffType)
         return SoundFileError::notAiff;
 
@@ -124,7 +124,7 @@ SoundFileError AiffHeader::readFormat(VolumeFile& file, std::int64_t at, std::ui
     const Fetch fetched = fetch(file, at + chunkHeaderBytes, fields);
     if (fetched == Fetch::failed)
         return SoundFileError::readFailed;
-    if (fetched == Fetch::short_)
+    if (fetched == Fetch::cutShort)
         return SoundFileError::noFormat;
     channels = BigEndian::get16(fields.data());
     frames = BigEndian::get32(fields.data() + 2);
