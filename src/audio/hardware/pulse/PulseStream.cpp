@@ -170,8 +170,9 @@ int PulsePlaybackStream::connect(const std::string& deviceName, const pa_buffer_
 pa_buffer_attr PulsePlaybackStream::attributes(AudioLatencyNeed need) const {
     constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
     pa_buffer_attr wished{};
-    wished.maxlength = wished.minreq = wished.fragsize = serversChoice;
-    wished.prebuf = 0; // cycles that come late must not stop the clock
+    // With the server's choice of `prebuf` it waits for sound that comes late; with none it would go on
+    // without, and then skip as much when the sound comes.
+    wished.maxlength = wished.prebuf = wished.minreq = wished.fragsize = serversChoice;
     // Two cycles at least: the server asks for the next while the last is played.
     wished.tlength = std::max(bytesOf(secondsOf(need)), 2 * cycles().cycleFrames() * frameBytes());
     return wished;
