@@ -6,6 +6,25 @@ using Kind = AudioHardwareEvent::Kind;
 
 namespace {
 constexpr std::size_t rate = 44100;
+
+/// Takes a lock in each cycle, as a multiplexer of several clients does.
+struct LockingClient {
+    std::mutex lock;
+    std::atomic<std::uint64_t> cycles{0};
+    bool isRegistered = false; ///< under `lock`
+    std::atomic<std::uint64_t> strayCycles{0};
+
+    static OSStatus proc(AudioDeviceID, const AudioTimeStamp*, const AudioBufferList*, const AudioTimeStamp*,
+                         AudioBufferList*, const AudioTimeStamp*, void* client) {
+        auto& self = *static_cast<LockingClient*>(client);
+        const std::lock_guard guard(self.lock);
+        self.cycles = self.cycles + 1;
+        if (!self.isRegistered)
+            self.strayCycles = self.strayCycles + 1;
+        return audioHardwareNoError;
+    }
+};
+
 class PulseHardwareLossTest : public PulseHardwareFixture {
 protected:
     static bool advances(const CycleRecorder& recorder) {
@@ -140,4 +159,44 @@ TEST_F(PulseHardwareLossTest, failsToStartWithAStatus_onAVanishedDevice) {
     ASSERT_TRUE(await(3.0, [&] { return m_events.count(Kind::serverLost) == 1; }));
     EXPECT_EQ(m_hardware->startIOProc(device, CycleRecorder::proc), audioHardwareNotRunningError);
     EXPECT_EQ(m_events.count(Kind::deviceDied), 0U);
+}
+
+TEST_F(PulseHardwareLossTest, startsAndStopsAgainAndAgain_whileCyclesTakeALock) {
+    const AudioDeviceID source = deviceWithUID("duty.monitor");
+    const AudioDeviceID sink = deviceWithUID("duty");
+    CycleRecorder recorder(2, 60 * rate);
+    ASSERT_EQ(record(source, recorder), audioHardwareNoError); // keeps the thread busy meanwhile
+    LockingClient client;
+    const auto setRegistered = [&](bool registered) {
+        const std::lock_guard guard(client.lock);
+        client.isRegistered = registered;
+    };
+    for (int round = 0; round < 40; ++round) {
+        const AudioDeviceID device = round % 2 == 0 ? sink : source;
+        setRegistered(true);
+        ASSERT_EQ(m_hardware->addIOProc(device, LockingClient::proc, &client), audioHardwareNoError);
+        ASSERT_EQ(m_hardware->startIOProc(device, LockingClient::proc), audioHardwareNoError);
+        const std::uint64_t before = client.cycles;
+        ASSERT_TRUE(await(3.0, [&] { return client.cycles > before; }));
+        ASSERT_EQ(m_hardware->stopIOProc(device, LockingClient::proc), audioHardwareNoError);
+        setRegistered(false);
+        ASSERT_EQ(m_hardware->removeIOProc(device, LockingClient::proc), audioHardwareNoError);
+    }
+    EXPECT_EQ(client.strayCycles, 0U);
+    stopRecording(source);
+}
+
+TEST_F(PulseHardwareLossTest, playsAgain_afterTheServerWasKilledAndCameBack) {
+    const AudioDeviceID sink = deviceWithUID("duty");
+    LockingClient client;
+    client.isRegistered = true;
+    ASSERT_EQ(m_hardware->addIOProc(sink, LockingClient::proc, &client), audioHardwareNoError);
+    ASSERT_EQ(m_hardware->startIOProc(sink, LockingClient::proc), audioHardwareNoError);
+    ASSERT_TRUE(await(3.0, [&] { return client.cycles > 20; }));
+    ASSERT_TRUE(m_server->restart());
+    ASSERT_TRUE(await(5.0, [&] { return m_events.count(Kind::deviceReturned) == 1; }));
+    const std::uint64_t before = client.cycles;
+    EXPECT_TRUE(await(3.0, [&] { return client.cycles > before + 20; }));
+    EXPECT_EQ(m_events.count(Kind::serverLost), 1U);
+    EXPECT_EQ(m_hardware->removeIOProc(sink, LockingClient::proc), audioHardwareNoError);
 }

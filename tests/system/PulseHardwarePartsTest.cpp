@@ -1,9 +1,11 @@
 // The adapter's mechanisms, which need no server.
 #include "audio/hardware/pulse/CycleAssembler.h"
+#include "audio/hardware/pulse/CycleDispatcher.h"
 #include "audio/hardware/pulse/PulseDeviceTable.h"
 #include "audio/hardware/pulse/PulseFormats.h"
 #include "audio/hardware/pulse/PulsePortNames.h"
 #include "audio/hardware/pulse/StreamClock.h"
+#include "base/SystemClock.h"
 
 #include <algorithm>
 #include <cmath>
@@ -65,6 +67,63 @@ TEST(CycleAssembler, fillsTheLastCycleUpWithSilence) {
     EXPECT_EQ(std::count(last.begin(), last.begin() + 10, 1.0F), 10);
     EXPECT_EQ(std::count(last.begin() + 10, last.end(), 0.0F), 6);
     EXPECT_EQ(assembler.flush([](const float*) { FAIL(); }), 0U);
+}
+
+namespace {
+struct MonoCycles {
+    std::vector<float> samples = std::vector<float>(10'000);
+    std::vector<double> times = std::vector<double>(1000);
+    std::size_t count = 0;
+    std::size_t cycles = 0;
+
+    static OSStatus proc(AudioDeviceID, const AudioTimeStamp*, const AudioBufferList* inputData,
+                         const AudioTimeStamp* inputTime, AudioBufferList*, const AudioTimeStamp*, void* into) {
+        auto& self = *static_cast<MonoCycles*>(into);
+        const AudioBuffer& buffer = inputData->mBuffers[0];
+        std::copy_n(static_cast<const float*>(buffer.mData), buffer.mDataByteSize / sizeof(float),
+                    self.samples.begin() + static_cast<std::ptrdiff_t>(self.count));
+        self.count += buffer.mDataByteSize / sizeof(float);
+        self.times[self.cycles++] = inputTime->mSampleTime;
+        return audioHardwareNoError;
+    }
+};
+} // namespace
+
+TEST(CycleDispatcher, handsAHoleOnAsSilenceOfTheSameLength) {
+    const SystemClock clock;
+    CycleDispatcher dispatcher(clock, 1);
+    MonoCycles got;
+    ASSERT_TRUE(dispatcher.add(MonoCycles::proc, &got));
+    dispatcher.setStarted(MonoCycles::proc, true);
+    dispatcher.setCycleFrames(20);
+    dispatcher.begin(1, 1000.0);
+    const std::vector<float> sound(30, 1.0F);
+    dispatcher.capture(sound.data(), 30);
+    dispatcher.capture(nullptr, 40);
+    dispatcher.capture(sound.data(), 30);
+    ASSERT_EQ(got.count, 100U);
+    for (std::size_t frame = 0; frame < 100; ++frame)
+        EXPECT_EQ(got.samples[frame], frame < 30 || frame >= 70 ? 1.0F : 0.0F) << frame;
+    EXPECT_EQ(got.times[4], 80.0);
+}
+
+TEST(CycleDispatcher, goesOnCountingWhereTheStreamsClockIs_afterAGap) {
+    const SystemClock clock;
+    CycleDispatcher dispatcher(clock, 1);
+    MonoCycles got;
+    ASSERT_TRUE(dispatcher.add(MonoCycles::proc, &got));
+    dispatcher.setStarted(MonoCycles::proc, true);
+    dispatcher.setCycleFrames(20);
+    dispatcher.begin(1, 1000.0);
+    dispatcher.observe(100 * second);
+    const std::vector<float> sound(30, 1.0F);
+    dispatcher.capture(sound.data(), 30);
+    EXPECT_EQ(dispatcher.interrupt(), 10U); // the second cycle is filled up
+    EXPECT_EQ(got.count, 40U);
+    dispatcher.guess(160 * second); // a minute away
+    dispatcher.capture(sound.data(), 20);
+    EXPECT_EQ(got.count, 60U);
+    EXPECT_EQ(got.times[2], 60'000.0);
 }
 
 TEST(StreamClock, findsTheTrueRate_throughJitter) {

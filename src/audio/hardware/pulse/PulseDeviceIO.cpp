@@ -1,5 +1,8 @@
 #include "audio/hardware/pulse/PulseDeviceIO.h"
 
+#include "audio/hardware/pulse/PulsePlaybackStream.h"
+#include "audio/hardware/pulse/PulseRecordStream.h"
+
 namespace {
 constexpr double secondsUntilStarted = 3.0;
 constexpr double secondsUntilNextTry = 1.0;

@@ -1,7 +1,5 @@
 #include "audio/hardware/pulse/PulseStream.h"
 
-#include <algorithm>
-#include <array>
 #include <pulse/error.h>
 
 namespace {
@@ -117,74 +115,4 @@ double PulseStream::secondsOf(AudioLatencyNeed need) {
         return 1.0;
     }
     return 0.05;
-}
-
-int PulseRecordStream::connect(const std::string& deviceName, const pa_buffer_attr& attributes) {
-    constexpr auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
-    return pa_stream_connect_record(stream(), deviceName.c_str(), &attributes, flags);
-}
-
-pa_buffer_attr PulseRecordStream::attributes(AudioLatencyNeed need) const {
-    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
-    pa_buffer_attr wished{};
-    wished.maxlength = serversChoice; // as much as the server can keep while this process is held up
-    wished.tlength = wished.prebuf = wished.minreq = serversChoice;
-    wished.fragsize = bytesOf(secondsOf(need));
-    return wished;
-}
-
-void PulseRecordStream::transfer(std::size_t bytes) {
-    // Until the server has told better, the newest frame is taken to be captured just now.
-    cycles().guess(now() - static_cast<HostTime>(static_cast<double>(bytes / frameBytes()) / rate() * 1e9));
-    std::array<std::uint64_t, 8> holes{};
-    std::size_t holeCount = 0;
-    for (;;) {
-        const void* data = nullptr;
-        std::size_t size = 0;
-        if (pa_stream_peek(stream(), &data, &size) < 0) {
-            pa_stream_disconnect(stream()); // the state callback reports the end
-            break;
-        }
-        if (size == 0)
-            break;
-        const std::uint64_t frames = size / frameBytes();
-        cycles().capture(static_cast<const float*>(data), frames);
-        if (data == nullptr) {
-            // Told after the last cycle; holes beyond the list's end join its last entry.
-            holes[std::min(holeCount, holes.size() - 1)] += frames;
-            ++holeCount;
-        }
-        pa_stream_drop(stream());
-    }
-    for (const std::uint64_t frames : holes)
-        if (frames > 0)
-            owner().streamHadHole(frames);
-    keepTime();
-}
-
-int PulsePlaybackStream::connect(const std::string& deviceName, const pa_buffer_attr& attributes) {
-    constexpr auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
-    return pa_stream_connect_playback(stream(), deviceName.c_str(), &attributes, flags, nullptr, nullptr);
-}
-
-pa_buffer_attr PulsePlaybackStream::attributes(AudioLatencyNeed need) const {
-    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
-    pa_buffer_attr wished{};
-    wished.maxlength = wished.minreq = wished.fragsize = serversChoice;
-    wished.prebuf = 0; // cycles that come late must not stop the clock
-    // Two cycles at least: the server asks for the next while the last is played.
-    wished.tlength = std::max(bytesOf(secondsOf(need)), 2 * cycles().cycleFrames() * frameBytes());
-    return wished;
-}
-
-void PulsePlaybackStream::transfer(std::size_t bytes) {
-    for (std::size_t written = 0; written < bytes;) {
-        const std::span<const float> cycle = cycles().render();
-        if (pa_stream_write(stream(), cycle.data(), cycle.size_bytes(), nullptr, 0, PA_SEEK_RELATIVE) < 0) {
-            pa_stream_disconnect(stream());
-            return;
-        }
-        written += cycle.size_bytes();
-    }
-    keepTime();
 }

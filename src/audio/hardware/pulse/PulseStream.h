@@ -72,27 +72,3 @@ private:
     std::uint32_t m_frameBytes = 0;
     double m_rate = 0.0;
 };
-
-/// From a source: fragments in, cycles out.
-class PulseRecordStream final : public PulseStream {
-public:
-    using PulseStream::PulseStream;
-
-private:
-    int connect(const std::string& deviceName, const pa_buffer_attr& attributes) override;
-    pa_buffer_attr attributes(AudioLatencyNeed need) const override;
-    void transfer(std::size_t bytes) override;
-    HostTime deviceTime(HostTime now, HostTime latency) const override { return now - latency; }
-};
-
-/// To a sink: cycles are pulled as the server asks for sound.
-class PulsePlaybackStream final : public PulseStream {
-public:
-    using PulseStream::PulseStream;
-
-private:
-    int connect(const std::string& deviceName, const pa_buffer_attr& attributes) override;
-    pa_buffer_attr attributes(AudioLatencyNeed need) const override;
-    void transfer(std::size_t bytes) override;
-    HostTime deviceTime(HostTime now, HostTime latency) const override { return now + latency; }
-};
