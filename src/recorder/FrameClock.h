@@ -24,9 +24,9 @@ public:
     void note(std::int64_t frame, HostTime captured) noexcept KA_REALTIME {
         const unsigned sequence = m_sequence.load(std::memory_order_relaxed);
         m_sequence.store(sequence + 1, std::memory_order_relaxed);
-        std::atomic_thread_fence(std::memory_order_release);
-        m_frame.store(frame, std::memory_order_relaxed);
-        m_captured.store(captured, std::memory_order_relaxed);
+        // Whoever reads one of these has to see the odd sequence, or a later one, afterwards.
+        m_frame.store(frame, std::memory_order_release);
+        m_captured.store(captured, std::memory_order_release);
         // Never zero again, however long it runs: zero means that nothing was noted yet.
         m_sequence.store(sequence + 2 == 0 ? 2 : sequence + 2, std::memory_order_release);
     }
@@ -38,9 +38,8 @@ public:
             const unsigned before = m_sequence.load(std::memory_order_acquire);
             if (before == 0)
                 return std::nullopt;
-            const std::int64_t frame = m_frame.load(std::memory_order_relaxed);
-            const HostTime captured = m_captured.load(std::memory_order_relaxed);
-            std::atomic_thread_fence(std::memory_order_acquire);
+            const std::int64_t frame = m_frame.load(std::memory_order_acquire);
+            const HostTime captured = m_captured.load(std::memory_order_acquire);
             if (before % 2 == 0 && m_sequence.load(std::memory_order_relaxed) == before)
                 return frame + std::llround(static_cast<double>(time - captured) * 1e-9 * m_rate);
         }
