@@ -264,12 +264,10 @@ void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
     case AudioHardwareEvent::Kind::serverLost:
         recorder.recordInputLost();
         break;
-    case AudioHardwareEvent::Kind::deviceReturned:
-        recorder.recordInputReturned();
-        break;
     case AudioHardwareEvent::Kind::hole:
         recorder.recordInputHole(event.frames);
         break;
+    case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes
     case AudioHardwareEvent::Kind::deviceListChanged:
     case AudioHardwareEvent::Kind::serverReturned:
         break;

@@ -28,10 +28,11 @@ SimulatedDevice sineInput(std::uint32_t channels = 2) {
 class Ear {
 public:
     explicit Ear(Desk& it) : m_it(it) {
-        it.desk.hardware.setOutputSink([this](const std::string&, const AudioTimeStamp&, const AudioBufferList& list) {
-            const auto* samples = static_cast<const float*>(list.mBuffers[0].mData);
-            heard.insert(heard.end(), samples, samples + list.mBuffers[0].mDataByteSize / sizeof(float));
-        });
+        it.desk.hardware.setOutputSink(
+            [this](const std::string&, const AudioTimeStamp&, const AudioBufferList& list) {
+                const auto* samples = static_cast<const float*>(list.mBuffers[0].mData);
+                heard.insert(heard.end(), samples, samples + list.mBuffers[0].mDataByteSize / sizeof(float));
+            });
     }
     ~Ear() { m_it.desk.hardware.setOutputSink({}); }
     /// Largest absolute sample of `channel` in the last `seconds`.
@@ -130,18 +131,20 @@ TEST(VmRecorderInput, goesOnInTheNextFile_whenTheInputReturns) {
     it.recorder().recordButton().press(false);
     it.desk.runFor(3.0);
 
-    ASSERT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093010~093029.aif", "_Velmoratide_20071024_093037~093050.aif"}));
+    ASSERT_EQ(it.recordings(),
+              (Names{"_Velmoratide_20071024_093010~093029.aif", "_Velmoratide_20071024_093037~093050.aif"}));
     const auto before = it.samples(it.recordings()[0]);
     const auto after = it.samples(it.recordings()[1]);
     EXPECT_EQ(counting::breaks(before, counting::frameOf(before[0], before[1])), 0);
     EXPECT_EQ(counting::breaks(after, counting::frameOf(after[0], after[1])), 0);
     EXPECT_NEAR(static_cast<double>(before.size() / 2) / 44100.0, 20.0, 0.1);
     // Every frame that came after the return is there.
-    EXPECT_NEAR(static_cast<double>(after.size() / 2) / 44100.0, 13.0, 0.02);
+    EXPECT_NEAR(static_cast<double>(after.size() / 2) / 44100.0, 13.0, 0.06); // up to a tick more
     EXPECT_TRUE(it.logged("VmRecorder: sound input \"InternalSource\" is gone."));
     EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: sound input \"InternalSource\" is gone."));
-    EXPECT_TRUE(it.happened("SomeReportHappen: VmRecorder: sound input \"InternalSource\" is back, no sound since "
-                            "2007-10-24 09:30:29 for 7.0seconds."));
+    EXPECT_TRUE(
+        it.happened("SomeReportHappen: VmRecorder: sound input \"InternalSource\" is back, no sound since "
+                    "2007-10-24 09:30:29 for 7.0seconds."));
 }
 
 TEST(VmRecorderInput, reportsHolesWithoutFillingTheLog) {

@@ -24,14 +24,24 @@ inline SimulatedDevice countingInput() {
     return device;
 }
 
-inline const std::vector<RehearsalDesk::Setting> fullRateStereo = {{"SamplingRateNumber", 2}, {"ChannelsNumber", 2}};
+inline SimulatedDevice deskOutput() {
+    SimulatedDevice device;
+    device.name = "Desk output";
+    device.uid = "desk-out";
+    device.direction = SimulatedDevice::Direction::output;
+    return device;
+}
+
+inline const std::vector<RehearsalDesk::Setting> fullRateStereo = {{"SamplingRateNumber", 2},
+                                                                   {"ChannelsNumber", 2}};
 inline const CalendarDate morning{.year = 2007, .month = 10, .day = 24, .hour = 9, .minute = 30};
 
 /// A desk in a folder of its own.
 class Desk {
 public:
     explicit Desk(const std::vector<RehearsalDesk::Setting>& settings = fullRateStereo,
-                  std::vector<SimulatedDevice> devices = {countingInput()}, const CalendarDate& start = morning)
+                  std::vector<SimulatedDevice> devices = {countingInput(), deskOutput()},
+                  const CalendarDate& start = morning)
         : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, std::move(devices), settings) {
         watch = desk.notifications.observe({}, [this](const Notification& notification) {
             const auto message = notification.userInfo.find(std::string(ErrorMessageString));
