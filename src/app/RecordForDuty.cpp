@@ -23,9 +23,12 @@ void RecordForDuty::begin() {
 }
 
 void RecordForDuty::recordingStarted() {
-    if (m_timer != nullptr)
-        return; // a file that follows a split
     const VmRecorder& recorder = m_controler.recorder();
+    if (m_timer != nullptr) { // a file that follows another one
+        m_earlierSeconds = recorder.recordStartDate().secondsSince(m_firstStart);
+        return;
+    }
+    m_firstStart = recorder.recordStartDate();
     const double gone = m_controler.seams().clock.now().secondsSince(recorder.recordStartDate());
     m_timer = m_controler.seams().runLoop.schedule({.interval = std::max(m_seconds - gone, 0.0)},
                                                    [this] { end({}); });
@@ -42,7 +45,6 @@ void RecordForDuty::end(const std::string& fault) {
         return;
     m_watch.reset();
     VmRecorder& recorder = m_controler.recorder();
-    recorder.recordButton().press(false);
-    recorder.resetCondition(); // now, not at the next tick
+    recorder.recordOffAfter(m_seconds - m_earlierSeconds);
     m_finished(!fault.empty() ? fault : recorder.lastWrite() <= 0 ? "the sound input delivered nothing" : "");
 }

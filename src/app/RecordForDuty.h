@@ -1,5 +1,6 @@
 // app/RecordForDuty.h — one recording of a given length, for the command line.
 #pragma once
+#include "base/Date.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
 
@@ -25,6 +26,8 @@ private:
     const double m_seconds;
     const std::function<void(std::string)> m_finished;
     bool m_ended = false;
+    Date m_firstStart;
+    double m_earlierSeconds = 0.0; // of the time before the file that is open
     NotificationCenter::Observation m_starts;
     std::unique_ptr<Timer> m_timer;
     std::unique_ptr<Timer> m_watch;

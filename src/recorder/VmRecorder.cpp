@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 VmRecorder::VmRecorder(VmControler& controler)
     : m_controler(controler),
@@ -129,8 +130,12 @@ bool VmRecorder::_startRecording() {
 
 void VmRecorder::_stopRecording() {
     const Seams& seams = m_controler.seams();
-    const HostTime stop = m_inputLoss ? m_inputLoss->time : seams.clock.hostTime();
+    std::int64_t stop = m_inputLoss ? m_inputLoss->frame : m_pipeline.frameAt(seams.clock.hostTime());
     m_recordStopDate = m_inputLoss ? m_inputLoss->date : seams.clock.now();
+    if (const auto length = std::exchange(m_fixedLength, std::nullopt); length && !m_inputLoss) {
+        stop = m_pipeline.startFrame() + std::llround(*length * m_controler.devicer().recordSampleRate());
+        m_recordStopDate = m_recordStartDate.addingSeconds(*length);
+    }
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
     if (!m_writeFile->close())

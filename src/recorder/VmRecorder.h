@@ -76,6 +76,9 @@ public:
     void rescueTempFile();
     void reviveRecordCondition();
     void autoRecordStart();
+    /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be called
+    /// when that much time has passed.
+    void recordOffAfter(double seconds);
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
     void finishForTermination();
     void saveUserDefaults();
@@ -178,6 +181,7 @@ private:
     Date m_recordStopDate;
     double m_totalRecordTime = 0.0;
     double m_secondCount = 0.0;
+    std::optional<double> m_fixedLength; // seconds, of the file that is open
     double m_lastWrite = 0.0;
     HostTime m_streamStarted = 0;
     bool m_shown = true;

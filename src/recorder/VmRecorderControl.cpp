@@ -68,6 +68,13 @@ void VmRecorder::autoRecordStart() {
     actRecordButton();
 }
 
+void VmRecorder::recordOffAfter(double seconds) {
+    if (condition() == RecordCondition::recording)
+        m_fixedLength = seconds;
+    m_recordButton.press(false);
+    resetCondition(); // now, not at the next tick
+}
+
 void VmRecorder::finishForTermination() {
     m_recordState = false;
     resetCondition();

@@ -80,7 +80,7 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
 
 double WritePipeline::prepare(HostTime start, double priorSeconds) {
     const std::int64_t captured = frameCount();
-    const std::int64_t startFrame = m_frameClock.frameAt(start).value_or(captured);
+    const std::int64_t startFrame = frameAt(start);
     const std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
     const auto prior = static_cast<std::int64_t>(priorSeconds * m_recordSampleRate);
     m_startFrame = std::max({startFrame - prior, priorSeconds > 0.0 ? oldest : 0, m_firstFreeFrame});
@@ -199,10 +199,8 @@ void WritePipeline::awaitFrame(std::int64_t frame) {
         m_clock.sleep(0.02);
 }
 
-WritePipeline::Account WritePipeline::finish(HostTime stop, double secondCount) {
-    const std::int64_t captured = frameCount();
-    const std::int64_t stopFrame = aligned(m_frameClock.frameAt(stop).value_or(captured));
-    m_stopFrame = std::max(stopFrame, m_startFrame);
+WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCount) {
+    m_stopFrame = std::max(aligned(stop), m_startFrame);
     m_writeThread = false;
     const double fileShare = m_format.sampleRate * m_format.channels;
     const double lastInput =
@@ -210,7 +208,7 @@ WritePipeline::Account WritePipeline::finish(HostTime stop, double secondCount) 
     while (fileWriteing())
         m_clock.sleep(0.1);
     // A device that has been silent for longer than the patience is not on its way, it is gone.
-    const double late = static_cast<double>(stopFrame - captured) / m_format.recordSampleRate;
+    const double late = static_cast<double>(m_stopFrame - frameCount()) / m_format.recordSampleRate;
     if (late < stopPatience)
         awaitFrame(m_stopFrame);
     finalFlush(lastInput);

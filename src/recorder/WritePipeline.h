@@ -68,10 +68,14 @@ public:
     double prepare(HostTime start, double priorSeconds);
     /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
     void start(SoundFile& file, const Format& format);
-    /// Ends the recording with what was captured before `stop`: stops the write thread, waits for it and for
-    /// sound that is still on its way (not longer than `stopPatience`), and writes what is left.
+    /// Ends the recording before frame `stop`: stops the write thread, waits for it and for sound that is still
+    /// on its way (not longer than `stopPatience`), and writes what is left.
     /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
-    Account finish(HostTime stop, double secondCount);
+    Account finish(std::int64_t stop, double secondCount);
+    /// First frame of the recording.
+    std::int64_t startFrame() const { return m_startFrame; }
+    /// The frame that is, was or will be captured at `time`; the next one, as long as no cycle was captured.
+    std::int64_t frameAt(HostTime time) const { return m_frameClock.frameAt(time).value_or(frameCount()); }
     /// True once a cycle was captured since the queue was made.
     bool delivers() const { return m_frameClock.frameAt(0).has_value(); }
     /// Frames captured so far: the number of the next one.

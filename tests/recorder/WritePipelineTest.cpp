@@ -47,7 +47,7 @@ public:
     WritePipeline::Account stop() {
         const HostTime now = clock.hostTime();
         deliveredAtStop = delivered;
-        const auto account = pipeline.finish(now, static_cast<double>(now - startTime) * 1e-9);
+        const auto account = pipeline.finish(pipeline.frameAt(now), static_cast<double>(now - startTime) * 1e-9);
         recording = false;
         closed = file->close();
         file.reset();
