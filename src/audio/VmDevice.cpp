@@ -236,21 +236,21 @@ void VmDevice::awaitCycleEnds() {
 
 // --- faults --------------------------------------------------------------------------------------------------
 
-void VmDevice::tellMissing(const char* message, const char* informative, const char* text) {
-    const Seams& seams = m_controler.seams();
-    // Nothing is to be decided, and nobody may be there: the start goes on behind the alert.
-    seams.alert.tell({message, informative, "Understand"});
-    seams.log.log(text);
-    seams.notifications.postLogEvent("SomeErrorHappen", text);
+void VmDevice::reportMissing(const char* text) {
+    m_controler.seams().log.log(text);
+    m_controler.seams().notifications.postLogEvent("SomeErrorHappen", text);
 }
 
 void VmDevice::noRecordDeviceAlert() {
-    tellMissing("NoRecordSource", "RecheckDevice", "VmRecorder: no sound data input device.");
+    m_controler.seams().alert.ask({"NoRecordSource", "RecheckDevice", "Understand"});
+    reportMissing("VmRecorder: no sound data input device.");
     m_awakeError = true;
 }
 
 void VmDevice::noPlayDeviceAlert() {
-    tellMissing("NoPlaybackSource", "UnablePlayback", "VmRecorder: no sound data output device.");
+    // Recording needs no output, and nobody may be there to answer: the start goes on behind the alert.
+    m_controler.seams().alert.tell({"NoPlaybackSource", "UnablePlayback", "Understand"});
+    reportMissing("VmRecorder: no sound data output device.");
 }
 
 void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {

@@ -15,12 +15,12 @@ class UserDefaults;
 class VmControler;
 
 /// Shows the devices of a direction as one flat list of sources, in which a device counts once for each of its
-/// (merged) data sources, and sets up a path for the chosen source of each of three jobs: recording, monitoring and
-/// playback.
+/// (merged) data sources, and sets up a path for the chosen source of each of three jobs: recording, monitoring
+/// and playback.
 ///
 /// Main thread only, but for the accessors that an I/O target uses. Buffers are replaced only while no cycle of
-/// their device runs; the converter, which two devices use, is swapped in one step and the old one released when
-/// no cycle can still be using it.
+/// their device runs; the converter, which two devices use, is swapped in one step and the old one released
+/// when no cycle can still be using it.
 class VmDevice {
 public:
     explicit VmDevice(VmControler& controler);
@@ -54,7 +54,9 @@ public:
     int playSourceCount() const { return sourceCount(AudioDirection::output); }
     int checkRecordSource(int index) const { return checkSource(index, AudioDirection::input); }
     int checkPlaySource(int index) const { return checkSource(index, AudioDirection::output); }
-    int deviceNumberOfRecordSource(int index) const { return source(index, AudioDirection::input).deviceNumber; }
+    int deviceNumberOfRecordSource(int index) const {
+        return source(index, AudioDirection::input).deviceNumber;
+    }
     int deviceNumberOfPlaySource(int index) const { return source(index, AudioDirection::output).deviceNumber; }
     std::string sourceNameOfRecordSource(int index) const { return source(index, AudioDirection::input).name; }
     std::string sourceNameOfPlaySource(int index) const { return source(index, AudioDirection::output).name; }
@@ -142,7 +144,7 @@ private:
     void awaitCycleEnds();
     void noRecordDeviceAlert();
     void noPlayDeviceAlert();
-    void tellMissing(const char* message, const char* informative, const char* text);
+    void reportMissing(const char* text);
     void hardwareEvent(const AudioHardwareEvent& event);
 
     VmControler& m_controler;

@@ -165,3 +165,26 @@ TEST(VmRecorderInput, reportsHolesWithoutFillingTheLog) {
     EXPECT_EQ(lines.size(), 1U);
     EXPECT_NE(lines.at(0).find("are silent"), std::string::npos);
 }
+
+TEST(VmRecorderInput, asksForSoundAsSoonAsItIsNeeded) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::metering); // the level is seen
+    it.recorder().monitorButton().press(true);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::monitoring);
+    it.recorder().setShown(false);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::monitoring);
+    it.recorder().monitorButton().press(false);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::relaxed);
+    it.recorder().setShown(true);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::metering);
+}
+
+TEST(VmRecorderInput, asksForSoundSoon_whileALevelDecides) {
+    Desk it({{"RecordMode", 1}});
+    it.desk.launch();
+    it.recorder().setShown(false);
+    it.desk.runFor(3.0);
+    EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::metering);
+}

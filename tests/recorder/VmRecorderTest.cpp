@@ -196,16 +196,3 @@ TEST(VmRecorder, startsOnLevelWithSoundFromBeforeTheTrigger) {
         std::find_if(samples.begin(), samples.end(), [](std::int16_t sample) { return sample != 0; });
     EXPECT_NEAR(static_cast<double>(loud - samples.begin()) / 2 / 44100.0, 3.0, 0.3);
 }
-
-TEST(VmLevelMeter, lightsUpToTwentyInASecondAtFullScale) {
-    SimulatedDevice device = countingInput();
-    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::constant, .level = 1.0}};
-    Desk it(fullRateStereo, {device});
-    it.desk.launch();
-    it.desk.runFor(0.5);
-    EXPECT_TRUE(it.desk.controler->meter().lamps().isLit(4));
-    EXPECT_FALSE(it.desk.controler->meter().lamps().isLit(15));
-    it.desk.runFor(1.0);
-    EXPECT_EQ(it.desk.controler->meter().level(), 20);
-    EXPECT_TRUE(it.desk.controler->meter().lamps().isLit(19));
-}

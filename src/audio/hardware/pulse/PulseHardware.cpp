@@ -225,7 +225,13 @@ bool PulseHardware::setBufferFrameSize(AudioDeviceID device, std::uint32_t frame
 }
 
 std::uint32_t PulseHardware::maxVariableBufferFrameSize(AudioDeviceID device) {
-    return bufferFrameSize(device); // cycles do not vary
+    // Cycles do not vary, but come in bursts of a fragment, or of a block that the server renders at once.
+    constexpr double burstSeconds = 0.05;
+    const std::uint32_t frames = bufferFrameSize(device);
+    if (frames == 0)
+        return 0;
+    const auto fragment = static_cast<std::uint32_t>(nominalSampleRate(device) * burstSeconds);
+    return (fragment / frames + 1) * frames;
 }
 
 OSStatus PulseHardware::addIOProc(AudioDeviceID device, AudioDeviceIOProc proc, void* clientData) {

@@ -45,8 +45,9 @@ public:
     OSStatus startIOProc(AudioDeviceID device, AudioDeviceIOProc proc) override;
     OSStatus stopIOProc(AudioDeviceID device, AudioDeviceIOProc proc) override;
     OSStatus removeIOProc(AudioDeviceID device, AudioDeviceIOProc proc) override;
-    /// Nothing to trade: every cycle is handed on the moment it is over.
-    void setLatencyNeed(AudioDeviceID, AudioLatencyNeed) override {}
+    /// Nothing to trade: every cycle is handed on the moment it is over. It only remembers what was asked.
+    void setLatencyNeed(AudioDeviceID, AudioLatencyNeed need) override { m_latencyNeed = need; }
+    AudioLatencyNeed latencyNeed() const { return m_latencyNeed; } ///< the last one asked for
     void setListener(std::function<void(const AudioHardwareEvent&)> listener) override;
     std::uint64_t holeFrames(AudioDeviceID device) override;
 
@@ -65,6 +66,7 @@ private:
     std::recursive_mutex
         m_listenerMutex; // held while the listener is called, so that none is called after its end
     std::shared_ptr<const std::function<void(const AudioHardwareEvent&)>> m_listener;
+    AudioLatencyNeed m_latencyNeed = AudioLatencyNeed::metering;
     std::atomic<OSStatus> m_startFailure{audioHardwareNoError};
     std::vector<std::unique_ptr<Unit>>
         m_units; // device ID - 1 is the index; last, so that no cycle outlives the rest
