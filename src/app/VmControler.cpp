@@ -28,7 +28,7 @@ VmControler::VmControler(const Seams& seams) : m_seams(seams) {
 
 VmControler::~VmControler() {
     // The cycles end before anything that they reach.
-    m_devicer->recordDeviceStop();
+    m_devicer->stopDevices();
 }
 
 void VmControler::applicationDidFinishLaunching() {
@@ -36,6 +36,7 @@ void VmControler::applicationDidFinishLaunching() {
         m_seams.runLoop.post([this] { m_seams.runLoop.quit(1); });
     m_recorder->dispRecordMode();
     m_recorder->recordSourceChanged();
+    m_recorder->monitorSourceChanged();
     m_devicer->recordDeviceStart();
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->rescueTempFile();

@@ -2,7 +2,28 @@
 
 #include "audio/KaCoreAudioDevice.h"
 
-KaCoreAudioSystem::KaCoreAudioSystem(AudioHardware& hardware) : m_hardware(hardware) {}
+#include <utility>
+
+KaCoreAudioSystem::KaCoreAudioSystem(AudioHardware& hardware) : m_hardware(hardware) {
+    m_hardware.setListener([this](const AudioHardwareEvent& event) { hardwareDidTell(event); });
+}
+
+KaCoreAudioSystem::~KaCoreAudioSystem() {
+    m_hardware.setListener({});
+}
+
+void KaCoreAudioSystem::setEventHandler(std::function<void(const AudioHardwareEvent&)> handler) {
+    const std::lock_guard guard(m_eventLock);
+    m_eventHandler =
+        handler ? std::make_shared<const std::function<void(const AudioHardwareEvent&)>>(std::move(handler))
+                : nullptr;
+}
+
+void KaCoreAudioSystem::hardwareDidTell(const AudioHardwareEvent& event) {
+    const std::lock_guard guard(m_eventLock);
+    if (const auto handler = m_eventHandler)
+        (*handler)(event);
+}
 
 KaCoreAudioIOProcMux& KaCoreAudioSystem::muxForDevice(const KaCoreAudioDevice& device) {
     const std::lock_guard guard(m_tableLock);

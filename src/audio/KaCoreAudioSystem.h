@@ -3,14 +3,18 @@
 #include "audio/hardware/AudioHardware.h"
 #include "audio/KaCoreAudioIOProcMux.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 
-/// Holds one multiplexer for each hardware device that was ever started. Outlives every device object.
+/// Holds one multiplexer for each hardware device that was ever started, and listens to the hardware: of two
+/// systems on one hardware only the younger one hears it. Outlives every device object.
 class KaCoreAudioSystem {
 public:
     explicit KaCoreAudioSystem(AudioHardware& hardware);
+    /// Ends listening first.
+    ~KaCoreAudioSystem();
     KaCoreAudioSystem(const KaCoreAudioSystem&) = delete;
     KaCoreAudioSystem& operator=(const KaCoreAudioSystem&) = delete;
 
@@ -22,9 +26,18 @@ public:
     bool registerDevice(KaCoreAudioDevice& device);
     void unRegisterDevice(KaCoreAudioDevice& device);
     void setPause(bool pause, KaCoreAudioDevice& forDevice);
+    /// What hears of every event of the hardware; an empty function ends it. It is called on a thread of the
+    /// sound system, never from inside a cycle, and must not wait for the main thread: no call of the former
+    /// one is in progress when this returns.
+    void setEventHandler(std::function<void(const AudioHardwareEvent&)> handler);
 
 private:
+    // Sound system's thread
+    void hardwareDidTell(const AudioHardwareEvent& event);
+
     AudioHardware& m_hardware;
+    std::recursive_mutex m_eventLock; // held while the handler is called, which may replace itself
+    std::shared_ptr<const std::function<void(const AudioHardwareEvent&)>> m_eventHandler;
     std::mutex m_tableLock;
     std::map<AudioDeviceID, std::unique_ptr<KaCoreAudioIOProcMux>> m_deviceMultiplexers;
 };

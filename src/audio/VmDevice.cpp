@@ -3,23 +3,33 @@
 #include "app/VmControler.h"
 #include "audio/KaAudioBuffer.h"
 #include "audio/KaAudioBufferList.h"
+#include "audio/KaConversionBuffer.h"
 #include "audio/KaCoreAudioDevice.h"
 #include "base/Alert.h"
 #include "base/NotificationCenter.h"
+#include "base/RunLoop.h"
 #include "base/SystemLog.h"
-#include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "storage/SoundFile.h"
 
 void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
     KaAudioBufferListDispose(list);
 }
 
-VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {}
+VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {
+    m_system.setEventHandler([this, alive = std::weak_ptr<bool>(m_alive)](const AudioHardwareEvent& event) {
+        m_controler.seams().runLoop.post([this, alive, event] {
+            if (alive.lock())
+                hardwareEvent(event);
+        });
+    });
+}
 
 VmDevice::~VmDevice() {
-    recordDeviceStop();
+    m_system.setEventHandler({});
+    stopDevices();
 }
 
 void VmDevice::registerDefaults(UserDefaults& defaults) {
@@ -30,10 +40,25 @@ void VmDevice::registerDefaults(UserDefaults& defaults) {
 }
 
 void VmDevice::awake() {
+    const UserDefaults& defaults = m_controler.seams().defaults;
     m_awakeError = false;
-    m_recordSource = m_controler.seams().defaults.integerForKey("recordSourceDevice");
-    m_useHighQuality = m_controler.seams().defaults.boolForKey("UseHightQualitySampling");
-    initRecordDevice();
+    m_record.source = checkRecordSource(defaults.integerForKey("recordSourceDevice"));
+    m_play.source = checkPlaySource(defaults.integerForKey("PlaybackSourceDevice"));
+    m_monitor.source = checkPlaySource(defaults.integerForKey("MonitorSourceDevice"));
+    m_useHighQuality = defaults.boolForKey("UseHightQualitySampling");
+    if (m_record.source < 0)
+        noRecordDeviceAlert();
+    else
+        renewRecordSource();
+    if (m_play.source < 0)
+        noPlayDeviceAlert();
+    else
+        renewPlaySource();
+    if (m_monitor.source < 0)
+        noPlayDeviceAlert();
+    else
+        renewMonitorSource();
+    newMonitorConverter();
 }
 
 void VmDevice::saveUserDefaults() {
@@ -42,26 +67,43 @@ void VmDevice::saveUserDefaults() {
 
 // --- selection -----------------------------------------------------------------------------------------------
 
-void VmDevice::initRecordDevice() {
-    if (checkRecordSource(m_recordSource) < 0) {
-        m_recordSource = -1;
-        noRecordDeviceAlert();
-        return;
-    }
+void VmDevice::setRecordSource(int index) {
+    m_controler.recorder().recordSourceWillChange();
+    m_record.source = index;
     renewRecordSource();
+    m_controler.recorder().recordSourceChanged(); // makes the queue that the first cycle needs
+    recordDeviceStart();
+    newMonitorConverter();
 }
 
-void VmDevice::setRecordSource(int index) {
-    m_recordSource = index;
-    renewRecordSource();
-    m_controler.recorder().recordSourceChanged();
-    recordDeviceStart();
+void VmDevice::setPlaySource(int index) {
+    m_play.source = index;
+    renewPlaySource();
+}
+
+void VmDevice::setMonitorSource(int index) {
+    m_monitor.source = index;
+    renewMonitorSource();
+    m_controler.recorder().monitorSourceChanged();
+    newMonitorConverter();
 }
 
 void VmDevice::changeRecordSource(int index) {
     m_controler.seams().defaults.set("recordSourceDevice", index);
     m_controler.seams().defaults.synchronize();
     setRecordSource(index);
+}
+
+void VmDevice::changePlaySource(int index) {
+    m_controler.seams().defaults.set("PlaybackSourceDevice", index);
+    m_controler.seams().defaults.synchronize();
+    setPlaySource(index);
+}
+
+void VmDevice::changeMonitorSource(int index) {
+    m_controler.seams().defaults.set("MonitorSourceDevice", index);
+    m_controler.seams().defaults.synchronize();
+    setMonitorSource(index);
 }
 
 void VmDevice::setUseHighQuality(bool useHighQuality) {
@@ -71,175 +113,163 @@ void VmDevice::setUseHighQuality(bool useHighQuality) {
 }
 
 void VmDevice::recordDeviceStart() {
-    if (m_recordDevice == nullptr || m_levelDevice == nullptr)
+    if (m_record.device == nullptr)
         return;
-    m_recordDevice->deviceStart();
+    m_record.device->deviceStart();
     m_levelDevice->deviceStart();
+    m_controler.seams().hardware.setLatencyNeed(m_record.device->deviceID(), m_latencyNeed);
 }
 
-void VmDevice::recordDeviceStop() {
-    m_recordDevice.reset();
+void VmDevice::stopDevices() {
+    m_record.device.reset();
     m_levelDevice.reset();
+    m_monitor.device.reset();
+    m_play.device.reset();
+}
+
+void VmDevice::playDevicePause(bool pause) {
+    if (m_play.device == nullptr)
+        return;
+    m_play.device->deviceStart();
+    m_play.device->setDevicePaused(pause);
+}
+
+void VmDevice::monitorDevicePaused(bool paused) {
+    m_monitorPaused = paused;
+    if (m_monitor.device == nullptr)
+        return;
+    if (!paused)
+        m_monitor.device->deviceStart();
+    m_monitor.device->setDevicePaused(paused);
+    if (paused)
+        m_monitor.device->deviceStop();
+}
+
+void VmDevice::setLatencyNeed(AudioLatencyNeed need) {
+    if (m_latencyNeed == need)
+        return;
+    m_latencyNeed = need;
+    if (m_record.device != nullptr)
+        m_controler.seams().hardware.setLatencyNeed(m_record.device->deviceID(), need);
+}
+
+// --- paths ---------------------------------------------------------------------------------------------------
+
+bool VmDevice::findSource(Path& path, AudioDirection direction, const char* missing) {
+    path.device.reset();
+    path.source = checkSource(path.source, direction);
+    if (path.source >= 0)
+        return true;
+    m_controler.seams().log.log(missing);
+    return false;
+}
+
+void VmDevice::setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direction) const {
+    device.setDataSource(source(path.source, direction).name, direction);
+    path.sampleRate = sampleRateOfDevice(device);
+    device.setNominalSampleRate(path.sampleRate);
+    path.bufferSize = static_cast<int>(bufferSizeOfDevice(device));
+    device.setDeviceBufferSizeInFrames(static_cast<unsigned>(path.bufferSize));
+    path.channels = static_cast<int>(device.channelsForDirection(direction));
 }
 
 void VmDevice::renewRecordSource() {
-    recordDeviceStop();
-    m_recordSource = checkRecordSource(m_recordSource);
-    if (m_recordSource < 0) {
-        m_controler.seams().log.log("No recording source is exist.");
+    m_levelDevice.reset();
+    if (!findSource(m_record, AudioDirection::input, "No recording source is exist."))
         return;
-    }
-    const AudioSource source = recordSources()[static_cast<std::size_t>(m_recordSource)];
-    m_recordDevice = std::make_unique<KaCoreAudioDevice>(m_system, source.device);
-    m_levelDevice = std::make_unique<KaCoreAudioDevice>(m_system, source.device);
-    m_controler.recorder().setRecordIOTargetWithDevice(*m_recordDevice);
+    const AudioDeviceID device = source(m_record.source, AudioDirection::input).device;
+    m_record.device = std::make_unique<KaCoreAudioDevice>(m_system, device);
+    m_levelDevice = std::make_unique<KaCoreAudioDevice>(m_system, device);
+    m_controler.recorder().setRecordIOTargetWithDevice(*m_record.device);
     m_controler.meter().setLevelIOTargetWithDevice(*m_levelDevice);
-    m_recordSampleRate = sampleRateOfDevice(*m_recordDevice);
-    m_recordBufferSize = static_cast<int>(bufferSizeOfDevice(*m_recordDevice));
-    for (KaCoreAudioDevice* device : {m_recordDevice.get(), m_levelDevice.get()}) {
-        device->setDataSource(source.name, AudioDirection::input);
-        device->setNominalSampleRate(m_recordSampleRate);
-        device->setDeviceBufferSizeInFrames(static_cast<unsigned>(m_recordBufferSize));
-    }
-    m_recordChannels = static_cast<int>(channelsOfRecordDevice(*m_recordDevice));
-    const auto frames = static_cast<unsigned>(m_recordBufferSize);
-    m_recordBuffer = KaAudioBuffer::initWithCapacityFrames(frames, static_cast<unsigned>(m_recordChannels));
+    setUp(m_record, *m_levelDevice, AudioDirection::input);
+    setUp(m_record, *m_record.device, AudioDirection::input);
+    const auto frames = static_cast<unsigned>(m_record.bufferSize);
+    m_recordBuffer = KaAudioBuffer::initWithCapacityFrames(frames, static_cast<unsigned>(m_record.channels));
     m_convertBuffer.reset(KaAudioBufferListNew(2, frames, true));
     m_controler.recorder().renewDispSampleRate();
 }
 
-void VmDevice::noRecordDeviceAlert() {
+void VmDevice::renewPlaySource() {
+    if (!findSource(m_play, AudioDirection::output, "No playback device is exist."))
+        return;
+    m_play.device =
+        std::make_unique<KaCoreAudioDevice>(m_system, source(m_play.source, AudioDirection::output).device);
+    setUp(m_play, *m_play.device, AudioDirection::output);
+    m_play.device->setDevicePaused(true);
+}
+
+void VmDevice::renewMonitorSource() {
+    if (!findSource(m_monitor, AudioDirection::output, "No monitoring device is exist."))
+        return;
+    m_monitor.device =
+        std::make_unique<KaCoreAudioDevice>(m_system, source(m_monitor.source, AudioDirection::output).device);
+    m_controler.recorder().setMonitorIOTargetWithDevice(*m_monitor.device);
+    setUp(m_monitor, *m_monitor.device, AudioDirection::output);
+    const auto frames = static_cast<unsigned>(m_monitor.bufferSize);
+    m_monitorBuffer = KaAudioBuffer::initWithCapacityFrames(frames, static_cast<unsigned>(m_monitor.channels));
+    m_monitorConvertBuffer.reset(KaAudioBufferListNew(2, frames, true));
+    monitorDevicePaused(true);
+}
+
+void VmDevice::newMonitorConverter() {
+    std::unique_ptr<KaConversionBuffer> fresh;
+    if (m_record.device != nullptr && m_monitor.device != nullptr)
+        fresh = KaConversionBuffer::initWithSourceDevice(*m_record.device, *m_monitor.device);
+    m_converterInUse.store(fresh.get(), std::memory_order_release);
+    awaitCycleEnds();
+    m_monitorConverter = std::move(fresh);
+}
+
+void VmDevice::awaitCycleEnds() {
+    // A pause waits for the cycle in progress. The meter and a monitor that is about to be fed anew can spare a
+    // cycle; the recording cannot.
+    if (m_levelDevice != nullptr) {
+        m_levelDevice->setDevicePaused(true);
+        m_levelDevice->setDevicePaused(false);
+    }
+    if (m_monitor.device != nullptr) {
+        m_monitor.device->setDevicePaused(true);
+        m_monitor.device->setDevicePaused(m_monitorPaused);
+    }
+}
+
+// --- faults --------------------------------------------------------------------------------------------------
+
+void VmDevice::tellMissing(const char* message, const char* informative, const char* text) {
     const Seams& seams = m_controler.seams();
-    seams.alert.ask({"NoRecordSource", "RecheckDevice", "Understand"});
-    const std::string text = "VmRecorder: no sound data input device.";
+    // Nothing is to be decided, and nobody may be there: the start goes on behind the alert.
+    seams.alert.tell({message, informative, "Understand"});
     seams.log.log(text);
     seams.notifications.postLogEvent("SomeErrorHappen", text);
+}
+
+void VmDevice::noRecordDeviceAlert() {
+    tellMissing("NoRecordSource", "RecheckDevice", "VmRecorder: no sound data input device.");
     m_awakeError = true;
 }
 
-// --- source list ---------------------------------------------------------------------------------------------
-
-std::vector<AudioSource> VmDevice::recordSources() const {
-    return audioSources(m_system, AudioDirection::input);
+void VmDevice::noPlayDeviceAlert() {
+    tellMissing("NoPlaybackSource", "UnablePlayback", "VmRecorder: no sound data output device.");
 }
 
-int VmDevice::recordSourceCount() const {
-    return static_cast<int>(recordSources().size());
-}
-
-int VmDevice::checkRecordSource(int index) const {
-    const int count = recordSourceCount();
-    return count == 0 ? -1 : index >= 0 && index < count ? index : 0;
-}
-
-int VmDevice::deviceNumberOfRecordSource(int index) const {
-    const auto sources = recordSources();
-    return index >= 0 && index < static_cast<int>(sources.size())
-               ? sources[static_cast<std::size_t>(index)].deviceNumber
-               : 0;
-}
-
-std::string VmDevice::sourceNameOfRecordSource(int index) const {
-    const auto sources = recordSources();
-    return index >= 0 && index < static_cast<int>(sources.size())
-               ? sources[static_cast<std::size_t>(index)].name
-               : "";
-}
-
-std::vector<std::string> VmDevice::usableRecordSourceNames() const {
-    std::vector<std::string> names;
-    for (const AudioSource& source : recordSources())
-        names.push_back(source.name);
-    return names;
-}
-
-std::vector<std::string> VmDevice::usableJapanRecordSourceNames() const {
-    std::vector<std::string> names = usableRecordSourceNames();
-    for (std::string& name : names)
-        name = convertJapanRecordSourceName(name);
-    return names;
-}
-
-std::string VmDevice::presentRecordSourceName() const {
-    return sourceNameOfRecordSource(m_recordSource);
-}
-
-std::string VmDevice::presentJapanRecordSourceName() const {
-    return japanSourceNameOfRecordSource(m_recordSource);
-}
-
-std::string VmDevice::japanSourceNameOfRecordSource(int index) const {
-    return convertJapanRecordSourceName(sourceNameOfRecordSource(index));
-}
-
-std::string VmDevice::convertJapanRecordSourceName(const std::string& name) const {
-    const Texts& texts = m_controler.seams().texts;
-    if (name == "Internal microphone")
-        return texts("InternalSource");
-    if (name == "Line In")
-        return texts("ExternalSource");
-    if (name == "Digital In")
-        return texts("DigitalSource");
-    return name;
-}
-
-std::vector<std::string> VmDevice::representRecordName(const std::vector<std::string>& names) {
-    return representRecordNames(names);
-}
-
-bool VmDevice::isRecordableDevice(const KaCoreAudioDevice& device) {
-    return channelsOfRecordDevice(device) > 0;
-}
-
-bool VmDevice::isPresentInternalRecord() const {
-    return presentRecordSourceName() == "Internal microphone";
-}
-
-bool VmDevice::isPresentExternalRecord() const {
-    const std::string name = presentRecordSourceName();
-    return name == "Line In" || name == "External microphone/Line In";
-}
-
-bool VmDevice::isPresentDigitalRecord() const {
-    return presentRecordSourceName() == "Digital In";
-}
-
-// --- device parameters ---------------------------------------------------------------------------------------
-
-double VmDevice::sampleRateOfDevice(const KaCoreAudioDevice& device) const {
-    double last = 0.0;
-    for (const auto& range : device.nominalSampleRates())
-        for (const double rate : range) {
-            if (!m_useHighQuality && rate >= 44100.0)
-                return rate;
-            last = rate;
-        }
-    return last;
-}
-
-double VmDevice::recordSampleRateWithSource(int index) const {
-    const auto sources = recordSources();
-    if (index < 0 || index >= static_cast<int>(sources.size()))
-        return 0.0;
-    return sampleRateOfDevice(KaCoreAudioDevice(m_system, sources[static_cast<std::size_t>(index)].device));
-}
-
-double VmDevice::sampleRateWithNominal(double nominal, int quality) {
-    return quality == 0 ? nominal * 0.25 : quality == 1 ? nominal * 0.5 : nominal;
-}
-
-double VmDevice::recordSampleRateWithSource(int index, int quality) const {
-    return sampleRateWithNominal(recordSampleRateWithSource(index), quality);
-}
-
-unsigned VmDevice::bufferSizeOfDevice(const KaCoreAudioDevice& device) {
-    const unsigned minimum = device.deviceMinBufferSizeInFrames();
-    const unsigned maximum = device.deviceMaxBufferSizeInFrames();
-    if (maximum >= 512 && minimum <= 512)
-        return 512;
-    return maximum > 512 ? minimum : maximum;
-}
-
-unsigned VmDevice::channelsOfRecordDevice(const KaCoreAudioDevice& device) {
-    return device.channelsForDirection(AudioDirection::input);
+void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
+    VmRecorder& recorder = m_controler.recorder();
+    const bool recordDeviceMeant =
+        m_record.device != nullptr && (event.device == 0 || event.device == m_record.device->deviceID());
+    if (!recordDeviceMeant)
+        return;
+    switch (event.kind) {
+    case AudioHardwareEvent::Kind::deviceDied:
+    case AudioHardwareEvent::Kind::serverLost:
+        recorder.recordInputLost();
+        break;
+    case AudioHardwareEvent::Kind::hole:
+        recorder.recordInputHole(event.frames);
+        break;
+    case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes
+    case AudioHardwareEvent::Kind::deviceListChanged:
+    case AudioHardwareEvent::Kind::serverReturned:
+        break;
+    }
 }

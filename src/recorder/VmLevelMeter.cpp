@@ -73,7 +73,8 @@ void VmLevelMeter::execLevelMeter() {
     levelAnalyzer();
     // What the analysis set off may have started the meter anew.
     if (m_timer == nullptr)
-        m_timer = m_controler.seams().runLoop.schedule({.interval = tick}, [this] { execLevelMeter(); });
+        m_timer = m_controler.seams().runLoop.schedule(
+            {.interval = m_controler.recorder().tickMatters() ? tick : restingTick}, [this] { execLevelMeter(); });
 }
 
 void VmLevelMeter::levelAnalyzer() {

@@ -47,6 +47,8 @@ private:
     int levelOfSnapshot() const;
 
     static constexpr double tick = 0.05; ///< seconds
+    /// While nobody sees the level and nothing depends on it, only the state machine needs a tick.
+    static constexpr double restingTick = 0.5;
 
     VmControler& m_controler;
     LampColumn m_lamps;

@@ -1,7 +1,6 @@
 #include "recorder/VmRecorder.h"
 
 #include "app/VmControler.h"
-#include "audio/KaAudioBuffer.h"
 #include "audio/VmDevice.h"
 #include "base/Alert.h"
 #include "base/Clock.h"
@@ -33,8 +32,8 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_autoStartup = defaults.boolForKey("AutoRecordStartup");
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
+    m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
     const std::pair<Button*, const char*> comingLater[] = {{&m_reserveButton, "ReserveNotYet"},
-                                                           {&m_monitorButton, "MonitorNotYet"},
                                                            {&m_hourButton, "HourNotYet"},
                                                            {&m_markerButton, "MarkerNotYet"}};
     for (const auto& [button, reason] : comingLater) {
@@ -43,6 +42,7 @@ VmRecorder::VmRecorder(VmControler& controler)
     }
 
     m_recordButton.setAction([this] { actRecordButton(); });
+    m_monitorButton.setAction([this] { actMonitorButton(); });
     m_levelSlider.setAction([this](int) { actLevelSlider(); });
     m_sourcePopup.setAction([this](int index) { m_controler.devicer().changeRecordSource(index); });
     m_pipeline.setErrorHandler([this] { handleWriteError(); });
@@ -86,59 +86,11 @@ void VmRecorder::saveUserDefaults() {
     defaults.set("HideSoundFileFlag", m_hideSoundFile);
     defaults.set("PreBufferingSeconds", m_preBufferSec);
     defaults.set("AutoRecordStartup", m_autoStartup);
+    defaults.set("MonitorSwitch", m_monitorButton.isOn());
     defaults.synchronize();
 }
 
-// --- record path ---------------------------------------------------------------------------------------------
-
-void VmRecorder::setRecordIOTargetWithDevice(KaCoreAudioDevice& device) {
-    device.setDelegate(this);
-    device.setIOTarget(*this, &VmRecorder::recordIOForDevice, nullptr);
-}
-
-void VmRecorder::recordSourceChanged() {
-    const VmDevice& devicer = m_controler.devicer();
-    if (devicer.recordSource() >= 0 && !m_pipeline.initSoundQue(devicer.recordSampleRate())) {
-        // Without a queue there is no recorder.
-        m_controler.seams().runLoop.quit(1);
-        return;
-    }
-    m_streamStarted = m_controler.seams().clock.hostTime();
-    fillSourcePopup();
-    renewDispSampleRate();
-}
-
-OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*,
-                                       const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
-                                       AudioBufferList*, const AudioTimeStamp*, void*) noexcept {
-    const VmDevice& devicer = m_controler.devicer();
-    if (inputData == nullptr)
-        return audioHardwareNoError;
-    const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
-    devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
-    AudioBufferList& converted = devicer.convertBuffer();
-    devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
-    m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
-                       converted.mBuffers[0].mDataByteSize / sizeof(float), inputTime->mHostTime,
-                       condition() == RecordCondition::recording);
-    return audioHardwareNoError;
-}
-
-void VmRecorder::audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) {
-    const std::string text = "VmRecorder: sound input device \"" + device.deviceName() +
-                             "\" cannot be started (" + std::to_string(reason) + ").";
-    m_controler.seams().log.log(text);
-    m_controler.seams().notifications.postLogEvent("SomeErrorHappen", text);
-}
-
 // --- start and stop of a file --------------------------------------------------------------------------------
-
-bool VmRecorder::streamIsLate() {
-    // A recording that began before the stream's first frame would bear a name that its sound does not keep.
-    constexpr double patience = 2.0;
-    return !m_pipeline.delivers() &&
-           m_controler.seams().clock.hostTime() - m_streamStarted < hostTimeFromSeconds(patience);
-}
 
 void VmRecorder::startRecording() {
     if (streamIsLate())
@@ -154,8 +106,9 @@ void VmRecorder::stopRecording() {
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
-    const double prior = m_pipeline.prepare(seams.clock.hostTime(),
-                                            m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0);
+    const double wished = std::max(m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0, m_returnedSeconds);
+    m_returnedSeconds = 0.0;
+    const double prior = m_pipeline.prepare(seams.clock.hostTime(), wished);
     m_recordStartDate = seams.clock.now().addingSeconds(-prior);
     VmMechanic& mechanic = m_controler.mechanic();
     m_writeFile = mechanic.createAudioFileWithFormat(
@@ -163,9 +116,7 @@ bool VmRecorder::_startRecording() {
         mechanic.temporaryFilePath());
     m_startFailed = m_writeFile == nullptr;
     if (m_startFailed) {
-        const std::string text = "VmRecorder: record file create error.";
-        seams.log.log(text);
-        seams.notifications.postLogEvent("SomeErrorHappen", text);
+        say("SomeErrorHappen", "VmRecorder: record file create error.");
         seams.runLoop.post([this] { emerRecordStop(); });
         seams.alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
         return false;
@@ -178,15 +129,12 @@ bool VmRecorder::_startRecording() {
 
 void VmRecorder::_stopRecording() {
     const Seams& seams = m_controler.seams();
-    const HostTime stop = seams.clock.hostTime();
-    m_recordStopDate = seams.clock.now();
+    const HostTime stop = m_inputLoss ? m_inputLoss->time : seams.clock.hostTime();
+    m_recordStopDate = m_inputLoss ? m_inputLoss->date : seams.clock.now();
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
-    if (!m_writeFile->close()) {
-        const std::string text = "VmRecorder: audio file write error.";
-        seams.log.log(text);
-        seams.notifications.postLogEvent("SomeErrorHappen", text);
-    }
+    if (!m_writeFile->close())
+        say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
     m_lastWrite = account.writeCount;
     m_totalRecordTime += m_secondCount;
@@ -195,6 +143,11 @@ void VmRecorder::_stopRecording() {
     if (!path.empty())
         seams.notifications.post(
             {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+}
+
+void VmRecorder::say(std::string_view event, const std::string& text) {
+    m_controler.seams().log.log(text);
+    m_controler.seams().notifications.postLogEvent(event, text);
 }
 
 void VmRecorder::handleWriteError() {

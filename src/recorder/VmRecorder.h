@@ -38,15 +38,33 @@ public:
 
     // Main thread: record path
     void setRecordIOTargetWithDevice(KaCoreAudioDevice& device);
+    void setMonitorIOTargetWithDevice(KaCoreAudioDevice& device);
+    /// The record device is about to be replaced: a file that is open is finished first.
+    void recordSourceWillChange();
     /// The record device or its rate changed: makes the queue anew.
     void recordSourceChanged();
+    /// The monitor device was replaced: goes on as the monitor switch says.
+    void monitorSourceChanged();
+    /// The record device delivers nothing any more: finishes the file with the last sound that came.
+    void recordInputLost();
+    /// `frames` of the device were lost before they reached the recorder and are silent in the recording.
+    void recordInputHole(std::uint64_t frames);
     /// The rates shown to the person are to be read again.
     void renewDispSampleRate();
     void audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) override;
 
     // Main thread: control
     void actRecordButton();
+    void actMonitorButton();
     void actLevelSlider();
+    /// Whether somebody sees the level; decides how soon sound must arrive.
+    void setShown(bool shown);
+    /// Whether the level must be known at once: somebody sees it, or it decides.
+    bool levelMatters() const { return m_shown || m_recordMode == 1; }
+    /// Whether the next tick of the state machine must come soon.
+    bool tickMatters() const {
+        return levelMatters() || m_recordState != (condition() == RecordCondition::recording);
+    }
     /// Called by the level meter on every tick.
     void controlAutoDelay();
     void resetCondition();
@@ -107,6 +125,11 @@ public:
                                const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
                                AudioBufferList* outputData, const AudioTimeStamp* outputTime,
                                void* clientData) noexcept KA_REALTIME;
+    /// Fills one cycle of the monitor device. Never waits.
+    OSStatus monitorIOForDevice(KaCoreAudioDevice& device, const AudioTimeStamp* timeStamp,
+                                const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                                AudioBufferList* outputData, const AudioTimeStamp* outputTime,
+                                void* clientData) noexcept KA_REALTIME;
 
 private:
     void startRecording();
@@ -120,6 +143,11 @@ private:
     void autoDelayStop();
     bool autoDelayState();
     bool streamIsLate();
+    void lookForInput();
+    void reportHoles();
+    bool protectHowling();
+    void updateLatencyNeed();
+    void say(std::string_view event, const std::string& text);
     void countRecordTime();
     void dispRecordTime();
     void fillSourcePopup();
@@ -152,6 +180,19 @@ private:
     double m_secondCount = 0.0;
     double m_lastWrite = 0.0;
     HostTime m_streamStarted = 0;
+    bool m_shown = true;
+
+    /// Where the sound ended when the input was lost.
+    struct InputLoss {
+        std::int64_t frame = 0;
+        HostTime time = 0;
+        Date date;
+    };
+    std::optional<InputLoss> m_inputLoss;
+    std::uint64_t m_holeFrames = 0; // not yet reported
+    HostTime m_holesReported = 0;
+    double m_returnedSeconds = 0.0; // sound that came back before a recording could begin with it
+
     std::unique_ptr<Timer> m_countTimer;
 
     Button m_recordButton;

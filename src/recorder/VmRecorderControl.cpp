@@ -89,6 +89,9 @@ void VmRecorder::controlAutoDelay() {
         autoDelayStart();
     else
         autoDelayStop();
+    lookForInput();
+    reportHoles();
+    updateLatencyNeed();
     resetCondition();
     dispCondition();
 }
@@ -127,6 +130,13 @@ void VmRecorder::resetCondition() {
         if (recording)
             stopRecording();
         setCondition(RecordCondition::stopped);
+        return;
+    }
+    if (m_inputLoss) {
+        // A file that went on without sound would bear times that it does not hold.
+        if (recording)
+            stopRecording();
+        setCondition(RecordCondition::standingBy);
         return;
     }
     switch (m_recordMode) {
@@ -209,7 +219,8 @@ void VmRecorder::fillSourcePopup() {
 
 void VmRecorder::countRecordTime() {
     dispRecordTime();
-    m_countTimer = m_controler.seams().runLoop.schedule({.interval = 0.2}, [this] { countRecordTime(); });
+    const double interval = m_shown ? 0.2 : 1.0;
+    m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });
 }
 
 void VmRecorder::dispRecordTime() {

@@ -74,6 +74,10 @@ public:
     Account finish(HostTime stop, double secondCount);
     /// True once a cycle was captured since the queue was made.
     bool delivers() const { return m_frameClock.frameAt(0).has_value(); }
+    /// Frames captured so far: the number of the next one.
+    std::int64_t frameCount() const;
+    /// When a frame was or will be captured, as the latest cycle tells; nothing before the first.
+    std::optional<HostTime> timeOfFrame(std::int64_t frame) const { return m_frameClock.timeOf(frame); }
 
     MarkerMixer& marker() { return m_marker; }
 
@@ -100,7 +104,6 @@ private:
     void awaitFrame(std::int64_t frame);
     void finalFlush(double lastInput);
     std::int64_t aligned(std::int64_t frame) const;
-    std::int64_t frameCount() const;
     void reportError(std::string_view text);
     void reportEvent(std::string_view text);
 

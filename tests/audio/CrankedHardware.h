@@ -105,8 +105,19 @@ public:
         return 0;
     }
     void setLatencyNeed(AudioDeviceID, AudioLatencyNeed) override {}
-    void setListener(std::function<void(const AudioHardwareEvent&)>) override {}
+    void setListener(std::function<void(const AudioHardwareEvent&)> listener) override {
+        const std::lock_guard guard(m_listenerMutex);
+        m_listener = std::move(listener);
+    }
     std::uint64_t holeFrames(AudioDeviceID) override { return 0; }
+
+    /// Has the listener hear of `event`; whether there is one.
+    bool tell(const AudioHardwareEvent& event) {
+        const std::lock_guard guard(m_listenerMutex);
+        if (m_listener)
+            m_listener(event);
+        return m_listener != nullptr;
+    }
 
     /// Runs one cycle of `device` if a procedure is started, and returns whether it was.
     bool cycle(AudioDeviceID device, const AudioBufferList* input, AudioBufferList* output) {
@@ -124,6 +135,8 @@ public:
     OSStatus lastResult = -1;
 
 private:
+    std::mutex m_listenerMutex; // the end of a listener waits for its call in progress
+    std::function<void(const AudioHardwareEvent&)> m_listener;
     std::mutex m_mutex; // a stop waits for the cycle in progress
     AudioDeviceIOProc m_proc = nullptr;
     void* m_clientData = nullptr;

@@ -4,10 +4,8 @@
 #include "audio/VmDevice.h"
 #include "recorder/VmLevelMeter.h"
 #include "rehearsal/RehearsalDesk.h"
-#include "storage/SoundFile.h"
-#include "storage/VmMechanic.h"
 #include "support/Counting.h"
-#include "support/TemporaryFolder.h"
+#include "support/DeskOfATest.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,66 +13,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-SimulatedDevice countingInput() {
-    SimulatedDevice device;
-    device.name = "Desk input";
-    device.uid = "desk-in";
-    device.dataSources = {"Internal microphone", "Line In"};
-    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::counter}};
-    return device;
-}
-
-const std::vector<RehearsalDesk::Setting> fullRateStereo = {{"SamplingRateNumber", 2}, {"ChannelsNumber", 2}};
-const CalendarDate morning{.year = 2007, .month = 10, .day = 24, .hour = 9, .minute = 30};
-
-/// A desk in a folder of its own.
-class Desk {
-public:
-    explicit Desk(const std::vector<RehearsalDesk::Setting>& settings = fullRateStereo,
-                  std::vector<SimulatedDevice> devices = {countingInput()}, const CalendarDate& start = morning)
-        : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, std::move(devices), settings) {
-        watch = desk.notifications.observe({}, [this](const Notification& notification) {
-            const auto message = notification.userInfo.find(std::string(ErrorMessageString));
-            events.push_back(notification.object +
-                             (message == notification.userInfo.end() ? "" : ": " + message->second));
-        });
-    }
-    VmRecorder& recorder() { return desk.controler->recorder(); }
-    std::vector<std::string> recordings() const {
-        std::vector<std::string> names;
-        for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
-            names.push_back(entry.name);
-        return names;
-    }
-    std::vector<std::int16_t> samples(const std::string& name) const {
-        PosixVolume volume;
-        const auto opened = SoundFile::openForReading(volume, desk.recordFolder() + "/" + name);
-        EXPECT_EQ(opened.error, SoundFileError::none) << name;
-        std::vector<std::int16_t> all(static_cast<std::size_t>(opened.file->byteCount()) / 2);
-        opened.file->readSamples(0, all);
-        return all;
-    }
-    std::string information(const std::string& name) const {
-        std::ifstream file(desk.recordFolder() + "/" + name, std::ios::binary);
-        file.seekg(256);
-        std::string text;
-        std::getline(file, text, '\0');
-        return text;
-    }
-    bool logged(const std::string& line) const {
-        const auto lines = desk.log.lines();
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
-    }
-    bool happened(const std::string& event) const {
-        return std::find(events.begin(), events.end(), event) != events.end();
-    }
-
-    TemporaryFolder folder;
-    RehearsalDesk desk;
-    std::vector<std::string> events;
-    NotificationCenter::Observation watch;
-};
-
 using Names = std::vector<std::string>;
 } // namespace
 

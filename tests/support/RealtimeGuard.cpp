@@ -14,9 +14,13 @@ void* allocate(std::size_t size, std::size_t alignment) {
     }
     if (size == 0)
         size = 1;
-    void* memory = alignment <= alignof(std::max_align_t)
-                       ? std::malloc(size)
-                       : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+    return alignment <= alignof(std::max_align_t)
+               ? std::malloc(size)
+               : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+}
+
+void* allocateOrThrow(std::size_t size, std::size_t alignment) {
+    void* memory = allocate(size, alignment);
     if (memory == nullptr)
         throw std::bad_alloc();
     return memory;
@@ -24,15 +28,27 @@ void* allocate(std::size_t size, std::size_t alignment) {
 } // namespace
 
 void* operator new(std::size_t size) {
-    return allocate(size, alignof(std::max_align_t));
+    return allocateOrThrow(size, alignof(std::max_align_t));
 }
 void* operator new[](std::size_t size) {
-    return allocate(size, alignof(std::max_align_t));
+    return allocateOrThrow(size, alignof(std::max_align_t));
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    return allocate(size, static_cast<std::size_t>(alignment));
+    return allocateOrThrow(size, static_cast<std::size_t>(alignment));
 }
 void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return allocateOrThrow(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size, alignof(std::max_align_t));
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return allocate(size, static_cast<std::size_t>(alignment));
 }
 void operator delete(void* memory) noexcept {

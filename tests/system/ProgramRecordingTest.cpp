@@ -3,7 +3,7 @@
 #include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "support/Counting.h"
-#include "support/PrivatePulseServer.h"
+#include "system/PrivatePulseServer.h"
 #include "system/RunningProgram.h"
 
 #include <chrono>

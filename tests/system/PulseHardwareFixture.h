@@ -2,7 +2,7 @@
 #pragma once
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "base/SystemClock.h"
-#include "support/PrivatePulseServer.h"
+#include "system/PrivatePulseServer.h"
 
 #include <atomic>
 #include <gtest/gtest.h>

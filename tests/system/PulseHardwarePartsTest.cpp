@@ -147,6 +147,22 @@ TEST(StreamClock, findsTheTrueRate_throughJitter) {
     EXPECT_EQ(clock.frameAt(clock.timeOf(frame)), frame);
 }
 
+TEST(StreamClock, neverLeaps_whenAnObservationIsFarOff) {
+    StreamClock clock(1000.0);
+    clock.observe(0, 10 * second);
+    clock.observe(2000, 12 * second);
+    clock.observe(4000, 14 * second + second / 10); // 100 ms late
+    HostTime last = clock.timeOf(4000);
+    EXPECT_EQ(last, 14 * second);
+    for (std::uint64_t frame = 4001; frame < 8000; ++frame) {
+        const HostTime time = clock.timeOf(frame);
+        ASSERT_NEAR(static_cast<double>(time - last), 1e6, 1e5) << frame;
+        ASSERT_EQ(clock.frameAt(time), frame);
+        last = time;
+    }
+    EXPECT_GT(last, 18 * second);
+}
+
 TEST(StreamClock, setsTheMomentAnew_onlyWhenAnErrorStays) {
     StreamClock clock(1000.0);
     clock.observe(0, 10 * second);

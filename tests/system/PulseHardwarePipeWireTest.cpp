@@ -1,4 +1,4 @@
-#include "support/PrivatePipeWireServer.h"
+#include "system/PrivatePipeWireServer.h"
 #include "system/PulseHardwareFixture.h"
 
 using Kind = AudioHardwareEvent::Kind;

@@ -1,7 +1,7 @@
 // system/RunningProgram.h — the built program, run by a test.
 #pragma once
-#include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
+#include "system/ChildProcess.h"
 
 #include <memory>
 #include <string>

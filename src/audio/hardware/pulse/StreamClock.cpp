@@ -27,6 +27,7 @@ void StreamClock::setMoment(std::uint64_t frame, HostTime time, bool exact) {
     m_frame = frame;
     m_time = time;
     m_timeFraction = 0.0;
+    m_correction = 0.0;
     m_outliers = 0;
     m_hasMoment = true;
     m_isExact = exact;
@@ -44,7 +45,7 @@ void StreamClock::observe(std::uint64_t frame, HostTime time) {
     if (frame <= m_frame)
         return;
     const double frames = static_cast<double>(frame - m_frame);
-    const double predicted = frames * m_ticks + m_timeFraction;
+    const double predicted = advance(frames);
     const double error = static_cast<double>(time - m_time) - predicted;
     if (std::abs(error) > largestJitter) {
         if (++m_outliers >= outliersUntilNewMoment)
@@ -54,26 +55,36 @@ void StreamClock::observe(std::uint64_t frame, HostTime time) {
     m_outliers = 0;
     const double bandwidth = m_lockedSeconds < wideSeconds ? wideBandwidth : narrowBandwidth;
     const double w = std::min(largestStep, 2.0 * std::numbers::pi * bandwidth * frames / m_rate);
-    const double advance = predicted + std::numbers::sqrt2 * w * error;
-    const double whole = std::floor(advance);
+    const double whole = std::floor(predicted);
     m_frame = frame;
     m_time += static_cast<HostTime>(whole);
-    m_timeFraction = advance - whole;
+    m_timeFraction = predicted - whole;
+    m_correction = std::numbers::sqrt2 * w * error;
+    m_correctionFrames = frames;
     m_ticks = std::clamp(m_ticks + w * w * error / frames, m_nominalTicks * (1.0 - largestDetune),
                          m_nominalTicks * (1.0 + largestDetune));
     m_lockedSeconds += frames / m_rate;
 }
 
+double StreamClock::advance(double frames) const {
+    const double corrected = m_correction * std::clamp(frames / m_correctionFrames, 0.0, 1.0);
+    return m_timeFraction + frames * m_ticks + corrected;
+}
+
 HostTime StreamClock::timeOf(std::uint64_t frame) const {
     const double frames =
         frame >= m_frame ? static_cast<double>(frame - m_frame) : -static_cast<double>(m_frame - frame);
-    return m_time + static_cast<HostTime>(std::llround(frames * m_ticks + m_timeFraction));
+    return m_time + static_cast<HostTime>(std::llround(advance(frames)));
 }
 
 std::uint64_t StreamClock::frameAt(HostTime time) const {
     if (time <= m_time)
         return m_frame;
-    return m_frame + static_cast<std::uint64_t>(std::llround(static_cast<double>(time - m_time) / m_ticks));
+    const double since = static_cast<double>(time - m_time) - m_timeFraction;
+    const double correctedTicks = m_ticks + m_correction / m_correctionFrames;
+    const double frames =
+        since < m_correctionFrames * correctedTicks ? since / correctedTicks : (since - m_correction) / m_ticks;
+    return m_frame + static_cast<std::uint64_t>(std::max(0LL, std::llround(frames)));
 }
 
 double StreamClock::rateScalar() const {

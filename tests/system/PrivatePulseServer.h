@@ -1,6 +1,6 @@
-// support/PrivatePulseServer.h — a sound server of a test's own.
+// system/PrivatePulseServer.h — a sound server of a test's own.
 #pragma once
-#include "support/ChildProcess.h"
+#include "system/ChildProcess.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,4 +1,4 @@
-// support/ChildProcess.h — a program run by a test, ended with it.
+// system/ChildProcess.h — a program run by a test, ended with it.
 #pragma once
 #include <map>
 #include <string>

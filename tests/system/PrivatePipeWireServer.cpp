@@ -1,4 +1,4 @@
-#include "support/PrivatePipeWireServer.h"
+#include "system/PrivatePipeWireServer.h"
 
 #include <chrono>
 #include <functional>

@@ -1,6 +1,6 @@
-// support/PrivatePipeWireServer.h — a PipeWire of a test's own that speaks the PulseAudio protocol.
+// system/PrivatePipeWireServer.h — a PipeWire of a test's own that speaks the PulseAudio protocol.
 #pragma once
-#include "support/ChildProcess.h"
+#include "system/ChildProcess.h"
 
 #include <filesystem>
 #include <memory>

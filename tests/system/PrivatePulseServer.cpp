@@ -1,4 +1,4 @@
-#include "support/PrivatePulseServer.h"
+#include "system/PrivatePulseServer.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "support/ChildProcess.h"
+#include "system/ChildProcess.h"
 
 #include <csignal>
 #include <cstdlib>

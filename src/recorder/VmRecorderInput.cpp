@@ -1,0 +1,169 @@
+// The input: the I/O targets, changes of the device, monitoring, and sound that fails to come.
+#include "app/VmControler.h"
+#include "audio/KaAudioBuffer.h"
+#include "audio/KaConversionBuffer.h"
+#include "audio/VmDevice.h"
+#include "base/Clock.h"
+#include "base/Formatted.h"
+#include "base/Texts.h"
+#include "recorder/VmRecorder.h"
+#include "storage/SoundFile.h"
+
+// --- I/O targets ---------------------------------------------------------------------------------------------
+
+void VmRecorder::setRecordIOTargetWithDevice(KaCoreAudioDevice& device) {
+    device.setDelegate(this);
+    device.setIOTarget(*this, &VmRecorder::recordIOForDevice, nullptr);
+}
+
+void VmRecorder::setMonitorIOTargetWithDevice(KaCoreAudioDevice& device) {
+    device.setDelegate(this);
+    device.setIOTarget(*this, &VmRecorder::monitorIOForDevice, nullptr);
+}
+
+OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*, const AudioBufferList* inputData,
+                                       const AudioTimeStamp* inputTime, AudioBufferList*, const AudioTimeStamp*,
+                                       void*) noexcept {
+    const VmDevice& devicer = m_controler.devicer();
+    if (inputData == nullptr)
+        return audioHardwareNoError;
+    if (KaConversionBuffer* converter = devicer.monitorConverter(); converter != nullptr)
+        converter->writeFromAudioBufferList(*inputData, inputTime);
+    const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
+    devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
+    AudioBufferList& converted = devicer.convertBuffer();
+    devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
+    m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
+                       converted.mBuffers[0].mDataByteSize / sizeof(float), inputTime->mHostTime,
+                       condition() == RecordCondition::recording);
+    return audioHardwareNoError;
+}
+
+OSStatus VmRecorder::monitorIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*, const AudioBufferList*,
+                                        const AudioTimeStamp*, AudioBufferList* outputData,
+                                        const AudioTimeStamp* outputTime, void*) noexcept {
+    KaConversionBuffer* converter = m_controler.devicer().monitorConverter();
+    if (outputData != nullptr && converter != nullptr)
+        converter->readToAudioBufferList(*outputData, outputTime);
+    return audioHardwareNoError;
+}
+
+void VmRecorder::audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) {
+    say("SomeErrorHappen", "VmRecorder: sound device \"" + device.deviceName() + "\" cannot be started (" +
+                               std::to_string(reason) + ").");
+}
+
+// --- changes of the device -----------------------------------------------------------------------------------
+
+void VmRecorder::recordSourceWillChange() {
+    if (condition() == RecordCondition::recording) {
+        stopRecording();
+        setCondition(RecordCondition::standingBy); // the next tick goes on with the new device
+    }
+    m_inputLoss.reset();
+}
+
+void VmRecorder::recordSourceChanged() {
+    const VmDevice& devicer = m_controler.devicer();
+    if (devicer.recordSource() >= 0 && !m_pipeline.initSoundQue(devicer.recordSampleRate())) {
+        // Without a queue there is no recorder.
+        m_controler.seams().runLoop.quit(1);
+        return;
+    }
+    m_streamStarted = m_controler.seams().clock.hostTime();
+    fillSourcePopup();
+    renewDispSampleRate();
+}
+
+bool VmRecorder::streamIsLate() {
+    // A recording that began before the stream's first frame would bear a name that its sound does not keep.
+    constexpr double patience = 2.0;
+    return !m_pipeline.delivers() &&
+           m_controler.seams().clock.hostTime() - m_streamStarted < hostTimeFromSeconds(patience);
+}
+
+// --- monitoring ----------------------------------------------------------------------------------------------
+
+void VmRecorder::actMonitorButton() {
+    const bool on = m_monitorButton.isOn() && !protectHowling();
+    m_controler.devicer().monitorDevicePaused(!on);
+    m_monitorButton.setImage(on ? "MonitorOn" : "Monitor");
+    updateLatencyNeed();
+}
+
+bool VmRecorder::protectHowling() {
+    const VmDevice& devicer = m_controler.devicer();
+    if (!devicer.isPresentInternalRecord() || !devicer.isPresentInternalMonitor())
+        return false;
+    m_monitorButton.setOn(false);
+    m_messageField.setText(m_controler.seams().texts("HowlingProtected"));
+    return true;
+}
+
+void VmRecorder::monitorSourceChanged() {
+    m_monitorButton.setEnabled(m_controler.devicer().monitorSource() >= 0);
+    m_messageField.setText("");
+    actMonitorButton();
+}
+
+void VmRecorder::setShown(bool shown) {
+    m_shown = shown;
+    updateLatencyNeed();
+}
+
+void VmRecorder::updateLatencyNeed() {
+    // Wake-ups are what a recorder costs: sound comes in as large pieces as its use allows.
+    AudioLatencyNeed need = AudioLatencyNeed::relaxed;
+    if (m_monitorButton.isOn())
+        need = AudioLatencyNeed::monitoring;
+    else if (levelMatters() || !m_pipeline.delivers())
+        need = AudioLatencyNeed::metering;
+    m_controler.devicer().setLatencyNeed(need);
+}
+
+// --- sound that fails to come --------------------------------------------------------------------------------
+
+void VmRecorder::recordInputLost() {
+    if (m_inputLoss)
+        return;
+    const Seams& seams = m_controler.seams();
+    const HostTime now = seams.clock.hostTime();
+    const std::int64_t frame = m_pipeline.frameCount();
+    const HostTime time = std::min(m_pipeline.timeOfFrame(frame).value_or(now), now);
+    m_inputLoss = {frame, time, seams.clock.now().addingSeconds(static_cast<double>(time - now) * 1e-9)};
+    say("SomeErrorHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" is gone.");
+    m_messageField.setText(seams.texts("InputLost"));
+    resetCondition();
+}
+
+void VmRecorder::lookForInput() {
+    if (!m_inputLoss || m_pipeline.frameCount() <= m_inputLoss->frame)
+        return;
+    const Seams& seams = m_controler.seams();
+    const HostTime now = seams.clock.hostTime();
+    const HostTime first = m_pipeline.timeOfFrame(m_inputLoss->frame).value_or(now);
+    m_returnedSeconds = static_cast<double>(now - first) * 1e-9;
+    const double gap = static_cast<double>(first - m_inputLoss->time) * 1e-9;
+    say("SomeReportHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" is back, no sound since " +
+                                seams.clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") +
+                                formatted(" for %.1fseconds.", gap));
+    m_messageField.setText("");
+    m_inputLoss.reset();
+}
+
+void VmRecorder::recordInputHole(std::uint64_t frames) {
+    m_holeFrames += frames;
+    reportHoles();
+}
+
+void VmRecorder::reportHoles() {
+    constexpr double interval = 5.0; // a failing line must not fill the log
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (m_holeFrames == 0 || (m_holesReported != 0 && now - m_holesReported < hostTimeFromSeconds(interval)))
+        return;
+    m_holesReported = now;
+    const double seconds = static_cast<double>(m_holeFrames) / m_controler.devicer().recordSampleRate();
+    m_holeFrames = 0;
+    say("SomeReportHappen",
+        formatted("VmRecorder: sound was lost before the recorder, %.3fseconds are silent.", seconds));
+}

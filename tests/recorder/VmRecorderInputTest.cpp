@@ -1,0 +1,167 @@
+// Monitoring, other sources while recording, and sound that fails to come.
+#include "support/Counting.h"
+#include "support/DeskOfATest.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace {
+using Names = std::vector<std::string>;
+
+SimulatedDevice speakers(double rate, std::uint32_t channels = 2) {
+    SimulatedDevice device;
+    device.name = device.uid = "Speakers";
+    device.direction = SimulatedDevice::Direction::output;
+    device.rates = {rate};
+    device.channels = channels;
+    return device;
+}
+
+SimulatedDevice sineInput(std::uint32_t channels = 2) {
+    SimulatedDevice device = countingInput();
+    device.channels = channels;
+    device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::sine, .level = 0.5, .frequency = 1000.0}};
+    return device;
+}
+
+/// What an output played, channel by channel of an interleaved list.
+class Ear {
+public:
+    explicit Ear(Desk& it) : m_it(it) {
+        it.desk.hardware.setOutputSink(
+            [this](const std::string&, const AudioTimeStamp&, const AudioBufferList& list) {
+                const auto* samples = static_cast<const float*>(list.mBuffers[0].mData);
+                heard.insert(heard.end(), samples, samples + list.mBuffers[0].mDataByteSize / sizeof(float));
+            });
+    }
+    ~Ear() { m_it.desk.hardware.setOutputSink({}); }
+    /// Largest absolute sample of `channel` in the last `seconds`.
+    float peak(double seconds, unsigned channel, unsigned channels, double rate) const {
+        const auto count = std::min(heard.size(), static_cast<std::size_t>(seconds * rate) * channels);
+        float found = 0.0F;
+        for (std::size_t i = heard.size() - count + channel; i < heard.size(); i += channels)
+            found = std::max(found, std::abs(heard[i]));
+        return found;
+    }
+    std::vector<float> heard;
+
+private:
+    Desk& m_it;
+};
+} // namespace
+
+TEST(VmRecorderMonitor, isSilentUntilItIsSwitchedOn) {
+    Desk it(fullRateStereo, {sineInput(), speakers(44100.0)});
+    it.desk.launch();
+    Ear ear(it);
+    it.desk.runFor(5.0);
+    EXPECT_EQ(ear.peak(5.0, 0, 2, 44100.0), 0.0F);
+    it.recorder().monitorButton().press(true);
+    it.desk.runFor(5.0);
+    EXPECT_NEAR(ear.peak(2.0, 0, 2, 44100.0), 0.5F, 0.001F);
+    EXPECT_NEAR(ear.peak(2.0, 1, 2, 44100.0), 0.5F, 0.001F);
+    it.recorder().monitorButton().press(false);
+    const std::size_t before = ear.heard.size();
+    it.desk.runFor(2.0);
+    EXPECT_EQ(ear.heard.size(), before); // the output does not run for nothing
+}
+
+TEST(VmRecorderMonitor, convertsRatesBothWaysAndMonoToStereo) {
+    const std::pair<double, double> rates[] = {{44100.0, 48000.0}, {48000.0, 44100.0}};
+    for (const auto& [from, to] : rates)
+        for (const std::uint32_t channels : {1U, 2U}) {
+            SimulatedDevice device = sineInput(channels);
+            device.rates = {from};
+            Desk it(fullRateStereo, {device, speakers(to)});
+            it.desk.launch();
+            it.recorder().monitorButton().press(true);
+            Ear ear(it);
+            it.desk.runFor(10.0);
+            EXPECT_NEAR(ear.peak(2.0, 0, 2, to), 0.5F, 0.002F) << from << " " << channels;
+            EXPECT_NEAR(ear.peak(2.0, 1, 2, to), 0.5F, 0.002F) << from << " " << channels;
+        }
+}
+
+TEST(VmRecorderMonitor, refusesTheInternalMicrophoneThroughTheInternalSpeakers) {
+    SimulatedDevice out = speakers(44100.0);
+    out.dataSources = {"Internal speakers"};
+    Desk it(fullRateStereo, {sineInput(), out});
+    it.desk.launch();
+    it.recorder().monitorButton().press(true);
+    EXPECT_FALSE(it.recorder().monitorButton().isOn());
+    EXPECT_EQ(it.recorder().messageField().text(), "HowlingProtected");
+}
+
+TEST(VmRecorderInput, finishesTheFileAndGoesOn_whenTheSourceIsChosenAnew) {
+    SimulatedDevice other = countingInput();
+    other.name = other.uid = "Another";
+    other.rates = {48000.0};
+    Desk it(fullRateStereo, {countingInput(), other});
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(10.0);
+    it.desk.controler->devicer().setRecordSource(0); // "Another" comes first by name
+    it.desk.runFor(10.0);
+    it.desk.terminate();
+    ASSERT_EQ(it.recordings().size(), 2U);
+    std::size_t seconds = 0;
+    for (const std::string& name : it.recordings()) {
+        const auto samples = it.samples(name);
+        EXPECT_EQ(counting::breaks(samples, counting::frameOf(samples[0], samples[1])), 0);
+        seconds += samples.size() / 2 / 44000;
+    }
+    EXPECT_GE(seconds, 19U);
+}
+
+TEST(VmRecorderInput, goesOnInTheNextFile_whenTheInputReturns) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(10.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.runFor(7.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
+    EXPECT_EQ(it.recorder().messageField().text(), "InputLost");
+    it.desk.hardware.replug("desk-in");
+    it.desk.runFor(13.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    EXPECT_EQ(it.recorder().messageField().text(), "");
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(3.0);
+
+    ASSERT_EQ(it.recordings(),
+              (Names{"_Velmoratide_20071024_093010~093029.aif", "_Velmoratide_20071024_093037~093050.aif"}));
+    const auto before = it.samples(it.recordings()[0]);
+    const auto after = it.samples(it.recordings()[1]);
+    EXPECT_EQ(counting::breaks(before, counting::frameOf(before[0], before[1])), 0);
+    EXPECT_EQ(counting::breaks(after, counting::frameOf(after[0], after[1])), 0);
+    EXPECT_NEAR(static_cast<double>(before.size() / 2) / 44100.0, 20.0, 0.1);
+    // Every frame that came after the return is there.
+    EXPECT_NEAR(static_cast<double>(after.size() / 2) / 44100.0, 13.0, 0.06); // up to a tick more
+    EXPECT_TRUE(it.logged("VmRecorder: sound input \"InternalSource\" is gone."));
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: sound input \"InternalSource\" is gone."));
+    EXPECT_TRUE(
+        it.happened("SomeReportHappen: VmRecorder: sound input \"InternalSource\" is back, no sound since "
+                    "2007-10-24 09:30:29 for 7.0seconds."));
+}
+
+TEST(VmRecorderInput, reportsHolesWithoutFillingTheLog) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(10.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    it.desk.hardware.stall("desk-in", 3.0);
+    it.desk.runFor(20.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(3.0);
+    const auto samples = it.samples(it.recordings().at(0));
+    EXPECT_NEAR(static_cast<double>(samples.size() / 2) / 44100.0, 40.0, 0.1);
+    const auto silent = std::count(samples.begin(), samples.end(), 0);
+    EXPECT_NEAR(static_cast<double>(silent) / 44100.0, 6.0, 0.2); // both channels of 3 s
+    const auto lines = it.desk.log.lines();
+    EXPECT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines.at(0).find("are silent"), std::string::npos);
+}
