@@ -1,9 +1,10 @@
 // Measures the sample queue against memcpy of the same bytes.
+#include "Figures.h"
 #include "recorder/VmQueBuffer.h"
 
-#include <benchmark/benchmark.h>
-#include <cstdio>
 #include <cstring>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -49,32 +50,26 @@ void overwrite(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * blockSamples * sizeof(float));
 }
 
-/// Prints how many times the limit a write and a read take.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (run.run_name.function_name == "copyThroughRing")
-                m_limits.push_back(run.GetAdjustedRealTime());
-            else if (run.run_name.function_name == "writeAndRead" && m_next < m_limits.size())
-                std::printf("  = %.2f times the limit\n", run.GetAdjustedRealTime() / m_limits[m_next++]);
-        }
-    }
-
-private:
-    std::vector<double> m_limits;
-    std::size_t m_next = 0;
-};
+void sizes(benchmark::internal::Benchmark* benchmark) {
+    for (const long samples : {16L * 1024, 44100L * 160, 192000L * 160})
+        benchmark->Arg(samples);
+    benchmark->Repetitions(12)->MinTime(0.05);
+}
 } // namespace
 
-BENCHMARK(copyThroughRing)->Arg(16 * 1024)->Arg(44100 * 2)->Arg(44100 * 160)->Arg(192000 * 160);
-BENCHMARK(writeAndRead)->Arg(16 * 1024)->Arg(44100 * 2)->Arg(44100 * 160)->Arg(192000 * 160);
-BENCHMARK(overwrite)->Arg(16 * 1024)->Arg(44100 * 160);
+BENCHMARK(copyThroughRing)->Apply(sizes);
+BENCHMARK(writeAndRead)->Apply(sizes);
+BENCHMARK(overwrite)->Apply(sizes);
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    const LeastTimes times = runMixed(argc, argv);
+    for (const auto& [samples, what] : {std::pair{"16384", "64 KiB"}, std::pair{"7056000", "80 s at 44100 Hz"},
+                                        std::pair{"30720000", "80 s at 192000 Hz"}}) {
+        const double ours = times.of("writeAndRead", samples);
+        const double limit = times.of("copyThroughRing", samples);
+        if (limit > 0.0)
+            reportFigure(std::string("queue write and read, ring of ") + what, nanoseconds(ours),
+                         nanoseconds(limit) + " memcpy", ours / limit, Aim::atMost, 3.0);
+    }
     return 0;
 }

@@ -1,9 +1,7 @@
 // storage/BigEndian.h — numbers as sound files store them.
 #pragma once
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 /// Big-endian words and samples. Any thread.
 struct BigEndian {
@@ -25,24 +23,5 @@ struct BigEndian {
 
     /// Copies `samples` 16-bit samples, changing between native and big-endian order. `from` and `to` may be
     /// the same, else they must not overlap.
-    static void copySamples(void* to, const void* from, std::size_t samples) {
-        if constexpr (std::endian::native == std::endian::big) {
-            std::memmove(to, from, samples * 2);
-        } else {
-            auto* target = static_cast<std::byte*>(to);
-            const auto* source = static_cast<const std::byte*>(from);
-            // Four samples a step in one register: plain enough for any compiler to make it fast.
-            for (; samples >= 4; samples -= 4, source += 8, target += 8) {
-                std::uint64_t four = 0;
-                std::memcpy(&four, source, 8);
-                four = (four & 0x00FF00FF00FF00FFu) << 8 | (four >> 8 & 0x00FF00FF00FF00FFu);
-                std::memcpy(target, &four, 8);
-            }
-            for (; samples > 0; --samples, source += 2, target += 2) {
-                std::uint16_t one = 0;
-                std::memcpy(&one, source, 2);
-                put16(target, one);
-            }
-        }
-    }
+    static void copySamples(void* to, const void* from, std::size_t samples);
 };
