@@ -14,6 +14,11 @@ class KaCoreAudioDevice;
 /// for each output channel. It holds one cycle of each. What does not fit is dropped; while there is less than
 /// a reading cycle needs, that cycle is silent and the frames held wait for the next. Nothing is allocated
 /// after creation.
+///
+/// Where the two cycles differ in length, their changing offset takes up all of that room: until each offset
+/// has occurred once (2 s between 44100 and 48000 Hz at 512 frames), a few silent cycles and less than a cycle
+/// of dropped frames bring the ring to its level, which it then keeps. A side that hands its cycles on in
+/// bursts needs the frames of its longest burst as `bufferFrames`.
 class KaConversionBuffer {
 public:
     /// From the inputs of one device to the outputs of another. Nothing unless every stream concerned carries

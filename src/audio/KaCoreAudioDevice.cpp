@@ -2,6 +2,7 @@
 
 #include "audio/KaCoreAudioDeviceDelegate.h"
 #include "audio/KaCoreAudioSystem.h"
+#include "base/SystemLog.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -48,6 +49,15 @@ std::vector<std::unique_ptr<KaCoreAudioDevice>> KaCoreAudioDevice::allDevices(Ka
     return devices;
 }
 
+std::unique_ptr<KaCoreAudioDevice> KaCoreAudioDevice::deviceWithUID(KaCoreAudioSystem& system,
+                                                                    const std::string& uid) {
+    for (const AudioDeviceID deviceID : system.hardware().devices()) {
+        if (system.hardware().deviceUID(deviceID) == uid)
+            return std::make_unique<KaCoreAudioDevice>(system, deviceID);
+    }
+    return nullptr;
+}
+
 std::string KaCoreAudioDevice::deviceName() const {
     return m_hardware.deviceName(m_myDevice);
 }
@@ -72,12 +82,21 @@ std::vector<std::string> KaCoreAudioDevice::dataSourcesForDirection(AudioDirecti
     return names;
 }
 
+std::string KaCoreAudioDevice::dataSourceForDirection(AudioDirection direction) const {
+    const std::uint32_t present = m_hardware.dataSource(m_myDevice, direction);
+    for (const AudioDataSource& source : m_hardware.dataSources(m_myDevice, direction)) {
+        if (source.id == present)
+            return source.name;
+    }
+    return {};
+}
+
 void KaCoreAudioDevice::setDataSource(const std::optional<std::string>& name, AudioDirection forDirection) {
     if (!name)
         return;
     for (const AudioDataSource& source : m_hardware.dataSources(m_myDevice, forDirection)) {
-        if (source.name == *name)
-            m_hardware.setDataSource(m_myDevice, forDirection, source.id);
+        if (source.name == *name && m_hardware.setDataSource(m_myDevice, forDirection, source.id))
+            m_system.deviceDidChange(m_myDevice, forDirection, audioDevicePropertyDataSource);
     }
 }
 
@@ -86,7 +105,8 @@ double KaCoreAudioDevice::nominalSampleRate() const {
 }
 
 void KaCoreAudioDevice::setNominalSampleRate(double rate) {
-    m_hardware.setNominalSampleRate(m_myDevice, rate);
+    if (m_hardware.setNominalSampleRate(m_myDevice, rate))
+        m_system.deviceDidChange(m_myDevice, AudioDirection::output, audioDevicePropertyNominalSampleRate);
 }
 
 std::vector<std::array<double, 2>> KaCoreAudioDevice::nominalSampleRates() const {
@@ -109,7 +129,8 @@ std::uint32_t KaCoreAudioDevice::deviceBufferSizeInFrames() const {
 }
 
 void KaCoreAudioDevice::setDeviceBufferSizeInFrames(std::uint32_t frames) {
-    m_hardware.setBufferFrameSize(m_myDevice, frames);
+    if (m_hardware.setBufferFrameSize(m_myDevice, frames))
+        m_system.deviceDidChange(m_myDevice, AudioDirection::output, audioDevicePropertyBufferFrameSize);
 }
 
 std::uint32_t KaCoreAudioDevice::deviceMaxVariableBufferSizeInFrames() const {
@@ -126,6 +147,67 @@ const std::vector<KaCoreAudioStream>& KaCoreAudioDevice::streamsForDirection(Aud
         m_streamsDirty[index] = m_myStreams[index].empty();
     }
     return m_myStreams[index];
+}
+
+std::string KaCoreAudioDevice::dataSourceForChannel(unsigned, AudioDirection forDirection,
+                                                    SystemLog& log) const {
+    log.log("-[KaCoreAudioDevice dataSourceForChannel:forDirection:] is deprecated, use "
+            "-dataSourceForDirection:]");
+    return dataSourceForDirection(forDirection);
+}
+
+std::vector<std::string> KaCoreAudioDevice::dataSourcesForChannel(unsigned, AudioDirection forDirection,
+                                                                  SystemLog& log) const {
+    log.log("-[KaCoreAudioDevice dataSourcesForChannel:forDirection:] is deprecated, use "
+            "-dataSourcesForDirection:]");
+    return dataSourcesForDirection(forDirection);
+}
+
+void KaCoreAudioDevice::setDataSource(const std::optional<std::string>& name, unsigned,
+                                      AudioDirection forDirection, SystemLog& log) {
+    log.log("-[KaCoreAudioDevice setDataSource:forChannel:forDirection:] is deprecated, use "
+            "-setDataSource:forDirection:]");
+    setDataSource(name, forDirection);
+}
+
+void KaCoreAudioDevice::setDelegate(KaCoreAudioDeviceDelegate* delegate) {
+    m_myDelegate = delegate;
+    m_changes.end();
+    if (NotificationCenter* const notifications = m_system.notifications();
+        delegate != nullptr && notifications)
+        m_changes = notifications->observe(KaCoreAudioDeviceNotification, [this](const Notification& change) {
+            deviceDidChange(change.userInfo);
+        });
+}
+
+void KaCoreAudioDevice::deviceDidChange(const UserInfo& userInfo) {
+    const auto value = [&](const char* key) {
+        const auto found = userInfo.find(key);
+        return found == userInfo.end() ? std::string() : found->second;
+    };
+    if (m_myDelegate == nullptr || value("DeviceID") != std::to_string(m_myDevice))
+        return;
+    const std::string property = value("PropertyID");
+    if (property == textOfPropertyID(audioDevicePropertyDeviceIsAlive)) {
+        m_streamsDirty = {true, true};
+        m_myDelegate->audioDeviceIsAliveDidChange(*this);
+    } else if (property == textOfPropertyID(audioDevicePropertyOverload)) {
+        m_myDelegate->audioDeviceDidOverload(*this);
+    } else if (property == textOfPropertyID(audioDevicePropertyDataSource)) {
+        sourceDidChange(value("Direction") == "1" ? AudioDirection::input : AudioDirection::output);
+    } else if (property == textOfPropertyID(audioDevicePropertyNominalSampleRate)) {
+        m_myDelegate->audioDeviceNominalSampleRateDidChange(*this);
+    } else if (property == textOfPropertyID(audioDevicePropertyBufferFrameSize)) {
+        m_myDelegate->audioDeviceBufferSizeInFramesDidChange(*this);
+    }
+}
+
+void KaCoreAudioDevice::sourceDidChange(AudioDirection direction) {
+    m_myDelegate->audioDeviceSourceDidChange(*this, direction);
+    if (m_myDelegate->audioDeviceSourceDidChange(*this, 0, direction) && m_system.log() != nullptr)
+        m_system.log()->log("KaCoreAudio: delegate method "
+                            "-audioDeviceSourceDidChange:forChannel:forDirection: is deprecated, use "
+                            "audioDeviceSourceDidChange:forDirection:");
 }
 
 std::string KaCoreAudioDevice::description() const {

@@ -2,6 +2,7 @@
 #pragma once
 #include "audio/hardware/AudioHardware.h"
 #include "audio/KaCoreAudioStream.h"
+#include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 
 #include <array>
@@ -14,6 +15,7 @@
 
 class KaCoreAudioDeviceDelegate;
 class KaCoreAudioSystem;
+class SystemLog;
 
 /// What a started device object calls in each cycle: device object, now, input list and time, output list and
 /// time, client data. A null list means that the hardware device lacks that direction.
@@ -36,6 +38,9 @@ public:
     /// Every device of the system by name, then by unique ID; devices without a name come last.
     static std::vector<std::unique_ptr<KaCoreAudioDevice>> allDevices(KaCoreAudioSystem& system);
 
+    /// Nothing if no device has that unique ID.
+    static std::unique_ptr<KaCoreAudioDevice> deviceWithUID(KaCoreAudioSystem& system, const std::string& uid);
+
     AudioDeviceID deviceID() const { return m_myDevice; }
     std::string deviceName() const;
     std::string deviceUID() const;
@@ -44,6 +49,8 @@ public:
     std::vector<std::uint32_t> channelsByStreamForDirection(AudioDirection direction) const;
     /// Names in the device's order.
     std::vector<std::string> dataSourcesForDirection(AudioDirection direction) const;
+    /// Name of the source in use.
+    std::string dataSourceForDirection(AudioDirection direction) const;
     /// Chooses the source of exactly that name. No name, or one that no source has, changes nothing.
     void setDataSource(const std::optional<std::string>& name, AudioDirection forDirection);
     /// Hz.
@@ -58,9 +65,17 @@ public:
     void setDeviceBufferSizeInFrames(std::uint32_t frames);
     std::uint32_t deviceMaxVariableBufferSizeInFrames() const;
     const std::vector<KaCoreAudioStream>& streamsForDirection(AudioDirection direction);
-    void setDelegate(KaCoreAudioDeviceDelegate* delegate) { m_myDelegate = delegate; }
+    /// Null ends it. The delegate outlives this object.
+    void setDelegate(KaCoreAudioDeviceDelegate* delegate);
     /// Class, address, ID and name.
     std::string description() const;
+
+    // Main thread: deprecated. The channel is of no account; each call leaves a line in the log.
+    std::string dataSourceForChannel(unsigned channel, AudioDirection forDirection, SystemLog& log) const;
+    std::vector<std::string> dataSourcesForChannel(unsigned channel, AudioDirection forDirection,
+                                                   SystemLog& log) const;
+    void setDataSource(const std::optional<std::string>& name, unsigned forChannel, AudioDirection forDirection,
+                       SystemLog& log);
 
     // Any one thread but the I/O thread: the client's share of the cycles
     /// Both stop the device first; `deviceStart` must be called again.
@@ -91,10 +106,15 @@ public:
     void doSetPause(bool pause) { m_isPaused.store(pause, std::memory_order_relaxed); }
 
 private:
+    // Main thread
+    void deviceDidChange(const UserInfo& userInfo);
+    void sourceDidChange(AudioDirection direction);
+
     KaCoreAudioSystem& m_system;
     AudioHardware& m_hardware;
     const AudioDeviceID m_myDevice;
     KaCoreAudioDeviceDelegate* m_myDelegate = nullptr;
+    NotificationCenter::Observation m_changes;
     AudioDeviceIOProc m_myIOProc = nullptr;
     bool m_deviceIOStarted = false;
     std::array<std::vector<KaCoreAudioStream>, 2> m_myStreams; // by direction

@@ -1,6 +1,8 @@
 #include "audio/KaCoreAudioSystem.h"
 
 #include "audio/KaCoreAudioDevice.h"
+#include "base/NotificationCenter.h"
+#include "base/RunLoop.h"
 
 #include <utility>
 
@@ -23,6 +25,56 @@ void KaCoreAudioSystem::hardwareDidTell(const AudioHardwareEvent& event) {
     const std::lock_guard guard(m_eventLock);
     if (const auto handler = m_eventHandler)
         (*handler)(event);
+    switch (event.kind) {
+    case AudioHardwareEvent::Kind::deviceListChanged:
+        post({std::string(KaCoreAudioHardwareDeviceListDidChangeNotification), {}, {}});
+        break;
+    case AudioHardwareEvent::Kind::deviceDied:
+    case AudioHardwareEvent::Kind::deviceReturned:
+        deviceDidChange(event.device, AudioDirection::output, audioDevicePropertyDeviceIsAlive);
+        break;
+    case AudioHardwareEvent::Kind::hole:
+        deviceDidChange(event.device, AudioDirection::input, audioDevicePropertyOverload);
+        break;
+    case AudioHardwareEvent::Kind::serverLost:
+    case AudioHardwareEvent::Kind::serverReturned:
+        break; // heard as a change of the list
+    }
+}
+
+void KaCoreAudioSystem::attachNotificationsToThisThread(RunLoop& runLoop, NotificationCenter& notifications,
+                                                        SystemLog& log) {
+    const std::lock_guard guard(m_eventLock);
+    m_attachment = std::make_shared<const Attachment>(Attachment{runLoop, notifications, log});
+}
+
+NotificationCenter* KaCoreAudioSystem::notifications() const {
+    return m_attachment ? &m_attachment->notifications : nullptr;
+}
+
+SystemLog* KaCoreAudioSystem::log() const {
+    return m_attachment ? &m_attachment->log : nullptr;
+}
+
+void KaCoreAudioSystem::deviceDidChange(AudioDeviceID device, AudioDirection direction,
+                                        AudioPropertyID property) {
+    const std::lock_guard guard(m_eventLock);
+    post({std::string(KaCoreAudioDeviceNotification),
+          {},
+          {{"DeviceID", std::to_string(device)},
+           {"Channel", "0"},
+           {"Direction", direction == AudioDirection::input ? "1" : "0"},
+           {"PropertyID", textOfPropertyID(property)}}});
+}
+
+void KaCoreAudioSystem::post(Notification notification) {
+    if (!m_attachment)
+        return;
+    m_attachment->runLoop.post(
+        [attachment = std::weak_ptr<const Attachment>(m_attachment), notification = std::move(notification)] {
+            if (const auto still = attachment.lock())
+                still->notifications.post(notification);
+        });
 }
 
 KaCoreAudioIOProcMux& KaCoreAudioSystem::muxForDevice(const KaCoreAudioDevice& device) {

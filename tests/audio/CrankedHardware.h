@@ -157,6 +157,17 @@ struct TestList {
     TestList(const TestList&) = delete;
     TestList& operator=(const TestList&) = delete;
 
+    std::uint32_t frames() const {
+        return static_cast<std::uint32_t>(samples[0].size()) / buffers[0].mNumberChannels;
+    }
+    /// The samples of one channel of an interleaved list.
+    std::vector<float> channel(std::uint32_t index) const {
+        std::vector<float> found;
+        for (std::size_t i = index; i < samples[0].size(); i += buffers[0].mNumberChannels)
+            found.push_back(samples[0][i]);
+        return found;
+    }
+
     std::vector<std::vector<float>> samples;
     std::vector<AudioBuffer> buffers;
     AudioBufferList list;

@@ -57,6 +57,15 @@ TEST_F(KaCoreAudioDeviceTest, listsNothing_whenTheSystemReportsNothing) {
     EXPECT_TRUE(KaCoreAudioDevice::allDevices(system).empty());
 }
 
+TEST_F(KaCoreAudioDeviceTest, findsADeviceByItsUniqueID) {
+    add(1, "Desk", "desk");
+    add(2, "Desk", "other");
+    const auto found = KaCoreAudioDevice::deviceWithUID(system, "other");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->deviceID(), 2U);
+    EXPECT_EQ(KaCoreAudioDevice::deviceWithUID(system, "oth"), nullptr);
+}
+
 TEST_F(KaCoreAudioDeviceTest, leavesTheDataSource_whenNoNameIsExactlyEqual) {
     hardware.table[1].sources[input] = {{7, "Internal microphone"}, {9, "External microphone/Line In"}};
     hardware.table[1].source[input] = 7;
