@@ -12,7 +12,7 @@ import signal
 import time
 
 from figures import report
-from soundserver import RATE, SoundServer, end_with_parent
+from soundserver import RATE, SoundServer, clean_up_when_ended
 
 WARM_UP = 5.0  # seconds; what was asked for is in force by then
 RAW = ("--raw", "--format=s16le", f"--rate={RATE}", "--channels=2")
@@ -133,7 +133,7 @@ def main():
     arguments.add_argument("program")
     arguments.add_argument("--seconds", type=float, default=20.0)
     options = arguments.parse_args()
-    end_with_parent()
+    clean_up_when_ended()
     cases = (
         ("always mode, nothing shown", 0.8, ("--set", "RecordMode=0")),
         ("a level decides", 1.1, ("--set", "RecordMode=1", "--set", "AutoStartLevel=5")),
