@@ -13,7 +13,7 @@ import threading
 import time
 
 from figures import report
-from soundserver import RATE, SoundServer, end_with_parent
+from soundserver import RATE, SoundServer, clean_up_when_ended
 
 STEP = 16384  # of the left channel's count; the right channel counts the left one's rounds
 LENGTH = 1.5  # seconds recorded
@@ -100,7 +100,7 @@ def main():
     arguments.add_argument("program")
     arguments.add_argument("--times", type=int, default=7)
     options = arguments.parse_args()
-    end_with_parent()
+    clean_up_when_ended()
     ours, limit = [], []
     with SoundServer() as server:
         server.load("module-pipe-source", "source_name=numbers", f"file={server.path('numbers')}", "format=s16le",

@@ -12,9 +12,9 @@ import signal
 import time
 
 from figures import report
-from soundserver import RATE, SoundServer, end_with_parent
+from soundserver import RATE, SoundServer, clean_up_when_ended
 
-WARM_UP = 3.0  # seconds
+WARM_UP = 5.0  # seconds; what was asked for is in force by then
 RAW = ("--raw", "--format=s16le", f"--rate={RATE}", "--channels=2")
 
 
@@ -89,18 +89,19 @@ def measure(program, case, seconds, settings):
         tone = server.path("tone.raw")
         write_tone(tone, int(seconds + 4 * WARM_UP))
         # Each recorder has a source of its own: the hastiest one of a source sets the pace for all on it.
-        sinks = ("duty", "duty-50", "duty-plain")
+        sinks = ("duty", "other-50", "other-plain")
         for sink in sinks:
             if sink != "duty":
                 server.add_sink(sink)
             server.start("paplay", *RAW, f"--device={sink}", "--latency-msec=2000", tone)
         time.sleep(1.0)
+        # The sources are alike but for their names on the server, by which they are ordered.
         duty = ("--source", "0", "--set", "RecordSwitch=true", *settings)
         contenders = [
             Contender("velmoratide", server.record(program, "recordings", *duty)),
-            Contender("parecord 50 ms", server.start("parecord", *RAW, "--device=duty-50.monitor", "--latency-msec=50",
+            Contender("parecord 50 ms", server.start("parecord", *RAW, "--device=other-50.monitor", "--latency-msec=50",
                                                      server.path("50.raw"))),
-            Contender("parecord", server.start("parecord", *RAW, "--device=duty-plain.monitor",
+            Contender("parecord", server.start("parecord", *RAW, "--device=other-plain.monitor",
                                                server.path("plain.raw"))),
         ]  # fmt: skip
         time.sleep(WARM_UP)
@@ -132,7 +133,7 @@ def main():
     arguments.add_argument("program")
     arguments.add_argument("--seconds", type=float, default=20.0)
     options = arguments.parse_args()
-    end_with_parent()
+    clean_up_when_ended()
     cases = (
         ("always mode, nothing shown", 0.8, ("--set", "RecordMode=0")),
         ("a level decides", 1.1, ("--set", "RecordMode=1", "--set", "AutoStartLevel=5")),

@@ -1,4 +1,5 @@
 """A sound server of its own for a measurement, gone when the measurement is."""
+import ctypes
 import os
 import shutil
 import signal
@@ -9,7 +10,7 @@ import time
 RATE = 48000  # Hz, of every source here; stereo
 
 
-def end_with_parent():
+def clean_up_when_ended():
     """Lets a SIGTERM run the clean-up, as an interrupt does."""
 
     def leave(number, _frame):
@@ -20,8 +21,16 @@ def end_with_parent():
 
 
 def null_sink(name):
-    # Without norewinds its idle monitor lags by two seconds.
-    return ("module-null-sink", f"sink_name={name}", "format=float32le", f"rate={RATE}", "channels=2", "norewinds=1")
+    # Not with norewinds=1: such a sink wakes everybody every 50 ms, whatever fragments they asked for.
+    return ("module-null-sink", f"sink_name={name}", "format=float32le", f"rate={RATE}", "channels=2")
+
+
+LIBC = ctypes.CDLL(None)
+
+
+def end_with_this_script():
+    """In a child, before it becomes the program: even if the script is killed outright, the child ends."""
+    LIBC.prctl(1, signal.SIGTERM)  # PR_SET_PDEATHSIG
 
 
 class SoundServer:
@@ -76,8 +85,9 @@ class SoundServer:
         """Starts a program that ends with the server at the latest."""
         stdout = open(output, "wb") if output else subprocess.DEVNULL
         process = subprocess.Popen(
-            command, env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout, stderr=subprocess.DEVNULL
-        )
+            command, env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout, stderr=subprocess.DEVNULL,
+            preexec_fn=end_with_this_script,
+        )  # fmt: skip
         self.processes.append(process)
         if output:
             stdout.close()
