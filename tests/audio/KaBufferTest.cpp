@@ -124,6 +124,19 @@ TEST(KaBufferTest, returnsFromAWaitingReadOnlyWithAllUnits) {
     EXPECT_EQ(buffer->count(), 0U);
 }
 
+TEST(KaBufferTest, letsAWaitingWriteGoOn_whenItIsFlushed) {
+    const auto buffer = KaByteBuffer::initWithCapacity(4);
+    EXPECT_EQ(buffer->writeFromBytes("abcd", 4, true), 4U);
+    unsigned written = 0;
+    std::thread writer([&] { written = buffer->writeFromBytes("efgh", 4, true); });
+    buffer->flush();
+    writer.join();
+    EXPECT_EQ(written, 4U);
+    char got[4] = {};
+    EXPECT_EQ(buffer->readToBytes(got, 4, true), 4U);
+    EXPECT_EQ(std::string(got, 4), "efgh");
+}
+
 TEST(KaByteBufferTest, movesBytesAroundTheRing) {
     const auto buffer = KaByteBuffer::initWithCapacity(5);
     ASSERT_TRUE(buffer);
