@@ -17,25 +17,26 @@
 #include "recorder/VmRecorder.h"
 #include "storage/Paths.h"
 #include "storage/PosixVolume.h"
-#include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
+#include <filesystem>
 #include <QDir>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <unistd.h>
 
 namespace {
 std::string absolutePath(const std::string& path) {
-    return QDir::cleanPath(QDir().absoluteFilePath(QString::fromStdString(path))).toStdString();
+    return Paths::trimmed(std::filesystem::absolute(path).lexically_normal().string());
 }
 
 std::string usualSettingsPath() {
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-    return (folder + QStringLiteral("/velmoratide/settings.json")).toStdString();
+    const char* configured = std::getenv("XDG_CONFIG_HOME");
+    const bool usable = configured != nullptr && configured[0] == '/'; // as the base directory rules have it
+    return (usable ? configured : Paths::expandingTilde("~/.config")) + "/velmoratide/settings.json";
 }
 
 /// Reads `text` as a value of the type of `registered`; undefined when it is none.
@@ -46,7 +47,7 @@ QJsonValue valueLike(const QJsonValue& registered, const std::string& text) {
     if (registered.isDouble()) {
         bool isNumber = false;
         const double number = value.toDouble(&isNumber);
-        return isNumber ? QJsonValue(number) : QJsonValue(QJsonValue::Undefined);
+        return isNumber && std::isfinite(number) ? QJsonValue(number) : QJsonValue(QJsonValue::Undefined);
     }
     if (registered.isBool()) {
         const QString word = value.toLower();
@@ -76,14 +77,14 @@ Application::~Application() {
     m_controler.reset();
 }
 
-int Application::fail(int exitCode, const std::string& text) {
-    std::fprintf(stderr, "velmoratide: %s\n", text.c_str());
+bool Application::refuse(int exitCode, const std::string& text) {
+    m_errors.write("velmoratide: " + text);
     m_exitCode = exitCode;
-    return exitCode;
+    return false;
 }
 
 int Application::run() {
-    if (!prepare())
+    if (!prepare() || m_termination.arrived())
         return m_exitCode;
     if (m_line.listSources)
         return listSources();
@@ -95,48 +96,75 @@ int Application::run() {
 bool Application::prepare() {
     std::string settings = m_line.settings.empty() ? usualSettingsPath() : absolutePath(m_line.settings);
     std::string folder = m_line.folder.empty() ? "" : absolutePath(m_line.folder);
+    if (!checkArguments(settings, folder))
+        return false;
     if (m_line.demo && (m_line.settings.empty() || m_line.folder.empty())) {
         QTemporaryDir desk(QDir::tempPath() + QStringLiteral("/velmoratide-demo-XXXXXX"));
         if (!desk.isValid())
-            return fail(1, "no temporary folder can be made (" + desk.errorString().toStdString() + ")"), false;
+            return refuse(1, "no temporary folder can be made (" + desk.errorString().toStdString() + ")");
         desk.setAutoRemove(false); // what was recorded stays
         const std::string place = desk.path().toStdString();
         settings = m_line.settings.empty() ? place + "/settings.json" : settings;
         folder = m_line.folder.empty() ? place + "/record" : folder;
-        std::fprintf(stderr, "velmoratide: demonstration; recordings go to %s\n", folder.c_str());
+        if (!m_line.listSources)
+            std::fprintf(stderr, "velmoratide: demonstration; recordings go to %s\n", folder.c_str());
     }
+    if (!m_line.listSources && !lockSettings(settings))
+        return false;
     m_defaults = std::make_unique<UserDefaults>(settings, m_log);
     VmControler::registerDefaults(*m_defaults);
-    if (!folder.empty())
-        m_defaults->overrideForThisRun("DirectoryPath", QString::fromStdString(folder));
-    if (!applyOverrides())
-        return false;
+    applyOverrides(folder);
     if (m_line.demo)
         m_hardware = std::make_unique<SimulatedHardware>(m_clock, demonstrationDesk());
     else
-        m_hardware = std::make_unique<PulseHardware>(
-            m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
+        m_hardware =
+            std::make_unique<PulseHardware>(m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
     return true;
 }
 
-bool Application::applyOverrides() {
+bool Application::checkArguments(const std::string& settings, const std::string& folder) {
+    for (const std::string* path : {&settings, &folder})
+        if (QString::fromStdString(*path).toStdString() != *path)
+            return refuse(2, "paths must be written in UTF-8");
+    std::error_code missing;
+    const auto kind = std::filesystem::status(settings, missing).type();
+    if (kind != std::filesystem::file_type::not_found && kind != std::filesystem::file_type::none &&
+        kind != std::filesystem::file_type::regular)
+        return refuse(2, "--settings: " + settings + " is no file");
+    UserDefaults known({}, m_log);
+    VmControler::registerDefaults(known);
     for (const auto& [key, text] : m_line.overrides) {
-        const QJsonValue registered = m_defaults->registeredDefault(key);
+        const QJsonValue registered = known.registeredDefault(key);
         if (registered.isUndefined())
-            return fail(2, "--set: there is no setting \"" + key + "\""), false;
-        const QJsonValue value = valueLike(registered, text);
-        if (value.isUndefined())
-            return fail(2, "--set: \"" + text + "\" is no " + (registered.isBool() ? "yes or no" : "number") +
-                               ", as " + key + " needs it"),
-                   false;
-        m_defaults->overrideForThisRun(key, value);
-    }
-    if (m_line.recordFor) {
-        m_defaults->overrideForThisRun("RecordMode", 0);
-        m_defaults->keepOutOfFile("RecordSwitch");
-        m_defaults->overrideForThisRun("RecordSwitch", false);
+            return refuse(2, "--set: there is no setting \"" + key + "\"");
+        if (valueLike(registered, text).isUndefined())
+            return refuse(2, "--set: \"" + text + "\" is no " + (registered.isBool() ? "yes or no" : "number") +
+                                 ", as " + key + " needs it");
     }
     return true;
+}
+
+bool Application::lockSettings(const std::string& settings) {
+    std::error_code ignored; // where nothing can be written nothing is to be locked
+    std::filesystem::create_directories(std::filesystem::path(settings).parent_path(), ignored);
+    if (m_settingsLock.lockFile(settings + ".lock") == InstanceLock::Outcome::heldByAnother)
+        return refuse(1, "another recorder is running with the settings " + settings);
+    return true;
+}
+
+void Application::applyOverrides(const std::string& folder) {
+    const auto forThisRun = [this](const std::string& key, const QJsonValue& value) {
+        m_defaults->overrideForThisRun(key, value);
+        m_defaults->keepOutOfFile(key);
+    };
+    if (!folder.empty())
+        forThisRun("DirectoryPath", QString::fromStdString(folder));
+    for (const auto& [key, text] : m_line.overrides)
+        forThisRun(key, valueLike(m_defaults->registeredDefault(key), text));
+    if (m_line.recordFor) {
+        forThisRun("RecordMode", 0);
+        forThisRun("RecordSwitch", false);
+    }
 }
 
 int Application::listSources() {
@@ -157,38 +185,42 @@ bool Application::chooseSource() {
     KaCoreAudioSystem system(*m_hardware);
     const auto sources = audioSources(system, AudioDirection::input);
     if (sources.empty() && unattended)
-        return fail(1, "there is no sound input: connect one, or start the sound server"), false;
+        return refuse(1, "there is no sound input: connect one, or start the sound server");
     if (m_line.source.empty())
         return true;
     const int index = indexOfAudioSource(sources, m_line.source);
     if (index < 0)
-        return fail(2, "--source: \"" + m_line.source +
-                           "\" is not exactly one of the inputs (--list-sources shows them)"),
-               false;
+        return refuse(2, "--source: \"" + m_line.source +
+                             "\" is not exactly one of the inputs (--list-sources shows them)");
     m_defaults->overrideForThisRun("recordSourceDevice", index);
     return true;
 }
 
 bool Application::checkFolder() {
-    if (m_line.folder.empty() && !m_line.recordFor)
-        return true; // the record folder's own rules find another one
     const std::string folder = Paths::expandingTilde(m_defaults->stringForKey("DirectoryPath"));
-    const std::string probe = folder + "/.velmoratide-write-test";
-    if (m_volume->isFolder(folder) || m_volume->makeFolder(folder)) {
-        const auto file = m_volume->create(probe);
-        const bool written = file != nullptr;
-        if (written && m_volume->remove(probe) == 0)
-            return true;
+    std::error_code fault;
+    std::filesystem::create_directories(folder, fault);
+    if (!fault || m_volume->isFolder(folder)) {
+        if (m_folderLock.lockFolder(folder) == InstanceLock::Outcome::heldByAnother)
+            return refuse(1, "another recorder is recording into the folder " + folder);
+        const std::string probe = folder + "/.velmoratide-write-test";
+        fault = {};
+        errno = 0;
+        if (m_volume->create(probe) == nullptr)
+            fault = std::error_code(errno, std::generic_category());
+        else
+            m_volume->remove(probe);
     }
-    return fail(1, "recordings cannot be written to the folder " + folder + " (" + std::strerror(errno) + ")"),
-           false;
+    // Without a duty of its own, the record folder's own rules find another place.
+    if (!fault || (m_line.folder.empty() && !m_line.recordFor))
+        return true;
+    return refuse(1, "recordings cannot be written to the folder " + folder + " (" + fault.message() + ")");
 }
 
 void Application::printFinishedFiles() {
     m_finishedFiles =
-        m_notifications.observe(VmSoundFileFinished_Notification, [](const Notification& notification) {
-            std::printf("%s\n", notification.userInfo.at("SoundFilePath").c_str());
-            std::fflush(stdout); // whoever reads along has it at once; a closed pipe does not end a duty
+        m_notifications.observe(VmSoundFileFinished_Notification, [this](const Notification& notification) {
+            m_output.write(notification.userInfo.at("SoundFilePath"));
         });
 }
 
@@ -221,7 +253,11 @@ int Application::runDuty() {
     }
     if (m_line.headless || m_line.recordFor)
         printFinishedFiles();
-    m_termination.setHandler([this] { m_runLoop->quit(0); });
+    m_termination.setHandler([this] {
+        if (m_qtAlert != nullptr)
+            m_qtAlert->dismissQuestion();
+        m_runLoop->quit(0);
+    });
     m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log,
                                                       *m_alert, m_texts, *m_hardware, *m_volume});
     if (m_line.headless)
@@ -241,6 +277,11 @@ int Application::runDuty() {
     m_exitCode = m_runLoop->run();
     m_controler->applicationWillTerminate();
     if (!fault.empty())
-        fail(1, fault);
+        refuse(1, fault);
+    // Whoever asked for the paths gets a moment to take them.
+    if (!m_output.flush(1.0))
+        m_log.log("Application: finished files were not read from standard output.");
+    m_log.flush(0.2);
+    m_errors.flush(0.2);
     return m_exitCode;
 }

@@ -1,7 +1,9 @@
 // app/Application.h — the real program: real time, real devices, real files.
 #pragma once
 #include "app/CommandLine.h"
+#include "app/InstanceLock.h"
 #include "base/Alert.h"
+#include "base/LineWriter.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemClock.h"
 #include "base/SystemLog.h"
@@ -9,6 +11,7 @@
 
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 class AudioHardware;
@@ -35,12 +38,14 @@ public:
 private:
     int listSources();
     bool prepare();
-    bool applyOverrides();
+    bool checkArguments(const std::string& settings, const std::string& folder);
+    bool lockSettings(const std::string& settings);
+    void applyOverrides(const std::string& folder);
     bool chooseSource();
     bool checkFolder();
     void printFinishedFiles();
-    void terminate(int exitCode);
-    int fail(int exitCode, const std::string& text);
+    /// Says in one line why not; always false.
+    bool refuse(int exitCode, const std::string& text);
     int runDuty();
     void showWindow();
 
@@ -49,6 +54,10 @@ private:
     TerminationSignals& m_termination;
     int m_exitCode = 0;
 
+    InstanceLock m_settingsLock;
+    InstanceLock m_folderLock;
+    LineWriter m_output{STDOUT_FILENO};
+    LineWriter m_errors{STDERR_FILENO};
     SystemClock m_clock;
     DescriptorSystemLog m_log;
     NotificationCenter m_notifications;

@@ -2,8 +2,8 @@
 
 #include "app/VmControler.h"
 #include "base/Clock.h"
+#include "base/Formatted.h"
 #include "recorder/VmRecorder.h"
-#include "storage/SoundFile.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,7 +17,16 @@ RecordForDuty::RecordForDuty(VmControler& controler, double seconds, std::functi
         });
 }
 
+void RecordForDuty::noteError(const Notification& event) {
+    // Write errors come from the write thread.
+    const std::lock_guard guard(m_mutex);
+    const auto text = event.userInfo.find(std::string(ErrorMessageString));
+    if (m_firstError.empty() && text != event.userInfo.end())
+        m_firstError = text->second;
+}
+
 void RecordForDuty::begin() {
+    m_begun = true;
     m_watch = m_controler.seams().runLoop.schedule({.interval = 0.25, .repeats = true}, [this] { watch(); });
     m_controler.recorder().recordButton().press(true);
 }
@@ -36,15 +45,27 @@ void RecordForDuty::recordingStarted() {
 
 void RecordForDuty::watch() {
     if (!m_controler.recorder().recordState())
-        end(m_controler.recorder().writeThreadError() ? "the recording stopped: a file could not be written"
-                                                      : "the recording was stopped");
+        end("the recording was stopped");
 }
 
-void RecordForDuty::end(const std::string& fault) {
+void RecordForDuty::end(std::string fault) {
     if (std::exchange(m_ended, true))
         return;
     m_watch.reset();
     VmRecorder& recorder = m_controler.recorder();
-    recorder.recordOffAfter(m_seconds - m_earlierSeconds);
-    m_finished(!fault.empty() ? fault : recorder.lastWrite() <= 0 ? "the sound input delivered nothing" : "");
+    if (fault.empty()) {
+        recorder.recordOffAfter(m_seconds - m_earlierSeconds);
+    } else {
+        recorder.recordButton().press(false);
+        recorder.resetCondition();
+    }
+    constexpr double tolerance = 0.1;
+    const std::lock_guard guard(m_mutex);
+    if (!m_firstError.empty())
+        fault = m_firstError;
+    else if (fault.empty() && recorder.writtenSeconds() < m_seconds - tolerance)
+        fault = "the sound input delivered too little";
+    if (!fault.empty())
+        fault += formatted(" (%.1f of %.1f seconds are recorded)", recorder.writtenSeconds(), m_seconds);
+    m_finished(fault);
 }

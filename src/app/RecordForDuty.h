@@ -4,8 +4,10 @@
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
 class VmControler;
@@ -20,12 +22,16 @@ public:
 private:
     void recordingStarted();
     void watch();
-    void end(const std::string& fault);
+    void end(std::string fault);
+    void noteError(const Notification& event);
 
     VmControler& m_controler;
     const double m_seconds;
     const std::function<void(std::string)> m_finished;
+    std::atomic<bool> m_begun{false};
     bool m_ended = false;
+    std::mutex m_mutex; // guards m_firstError
+    std::string m_firstError;
     Date m_firstStart;
     double m_earlierSeconds = 0.0; // of the time before the file that is open
     NotificationCenter::Observation m_starts;

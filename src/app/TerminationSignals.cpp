@@ -1,6 +1,7 @@
 #include "app/TerminationSignals.h"
 
 #include <csignal>
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -24,6 +25,11 @@ TerminationSignals::~TerminationSignals() {
     m_notifier.reset();
     if (m_descriptor >= 0)
         close(m_descriptor);
+}
+
+bool TerminationSignals::arrived() const {
+    pollfd waiting{m_descriptor, POLLIN, 0};
+    return poll(&waiting, 1, 0) > 0;
 }
 
 void TerminationSignals::setHandler(std::function<void()> handler) {

@@ -13,6 +13,8 @@ public:
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
+    /// Whether one of the signals waits to be handled.
+    bool arrived() const;
     /// Needs a Qt application object.
     void setHandler(std::function<void()> handler);
 

@@ -8,7 +8,6 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
-#include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
 void VmControler::registerDefaults(UserDefaults& defaults) {

@@ -12,7 +12,6 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
-#include "storage/SoundFile.h"
 
 void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
     KaAudioBufferListDispose(list);
@@ -20,6 +19,8 @@ void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
 
 VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {
     m_system.setEventHandler([this, alive = std::weak_ptr<bool>(m_alive)](const AudioHardwareEvent& event) {
+        if (event.kind == AudioHardwareEvent::Kind::delivered && !m_controler.meter().takeCrossing())
+            return;
         m_controler.seams().runLoop.post([this, alive, event] {
             if (alive.lock())
                 hardwareEvent(event);
@@ -266,6 +267,9 @@ void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
         break;
     case AudioHardwareEvent::Kind::hole:
         recorder.recordInputHole(event.frames);
+        break;
+    case AudioHardwareEvent::Kind::delivered:
+        m_controler.meter().levelCrossed();
         break;
     case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes
     case AudioHardwareEvent::Kind::deviceListChanged:

@@ -1,9 +1,10 @@
 #include "base/QtRunLoop.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <cmath>
-#include <limits>
+#include <cstdint>
 #include <QCoreApplication>
 #include <QTimer>
 #include <sys/eventfd.h>
@@ -12,38 +13,57 @@
 #include <utility>
 
 namespace {
-int millisecondsOf(double seconds) {
-    const double milliseconds = std::round(seconds * 1000.0);
-    assert(milliseconds >= 0.0 && milliseconds <= std::numeric_limits<int>::max());
-    return static_cast<int>(milliseconds);
+std::int64_t millisecondsOf(double seconds) {
+    assert(seconds >= 0.0);
+    return std::llround(std::min(seconds, 1e12) * 1000.0);
 }
 
 class QtTimer final : public Timer {
 public:
     QtTimer(TimerOptions options, std::function<void()> handler)
-        : m_interval(millisecondsOf(options.interval)),
+        : m_interval(millisecondsOf(options.interval)), m_repeats(options.repeats),
           m_handler(std::make_shared<const std::function<void()>>(std::move(handler))) {
         m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setSingleShot(!options.repeats);
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { fire(); });
-        m_timer.start(m_interval);
+        m_timer.setSingleShot(true);
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { stageEnded(); });
+        m_left = m_interval;
+        startStage();
     }
 
     void fireNow() override {
-        if (m_timer.isActive())
-            m_timer.start(0);
+        if (!m_timer.isActive())
+            return;
+        m_left = 0;
+        startStage();
     }
 
 private:
-    void fire() {
-        if (m_timer.isActive() && m_timer.interval() != m_interval)
-            m_timer.start(m_interval);
+    /// A Qt timer counts its milliseconds in an int, which ends after 24 days: longer times go in stages.
+    void startStage() {
+        constexpr std::int64_t longestStage = 24LL * 3600 * 1000;
+        m_stage = std::min(m_left, longestStage);
+        m_timer.start(static_cast<int>(m_stage));
+    }
+
+    void stageEnded() {
+        m_left -= m_stage;
+        if (m_left > 0) {
+            startStage();
+            return;
+        }
+        if (m_repeats) {
+            m_left = m_interval;
+            startStage();
+        }
         // The handler may destroy this timer, and itself with it.
         const auto handler = m_handler;
         (*handler)();
     }
 
-    const int m_interval;
+    const std::int64_t m_interval; // milliseconds, as the two below
+    std::int64_t m_left = 0;
+    std::int64_t m_stage = 0;
+    const bool m_repeats;
     const std::shared_ptr<const std::function<void()>> m_handler;
     QTimer m_timer;
 };

@@ -9,8 +9,8 @@
 
 class QCoreApplication;
 
-/// Made on the main thread, after the application object that it runs. Timers are precise to the millisecond
-/// and at most 24 days long. Calls that are still waiting when the loop is destroyed are dropped.
+/// Made on the main thread, after the application object that it runs. Timers are precise to the millisecond.
+/// Calls that are still waiting when the loop is destroyed are dropped.
 ///
 /// Posted calls wait in a queue of our own rather than in Qt's: the hand-over is then visible to the thread
 /// sanitizer.

@@ -1,5 +1,7 @@
 // base/SystemLog.h — one line per thing that went wrong or is worth knowing.
 #pragma once
+#include "base/LineWriter.h"
+
 #include <string_view>
 
 class Clock;
@@ -12,13 +14,15 @@ public:
     virtual void log(std::string_view line) = 0;
 };
 
-/// Writes "YYYY-MM-DD HH:MM:SS.mmm line" to a file descriptor, each line in one write.
+/// Writes "YYYY-MM-DD HH:MM:SS.mmm line" to a file descriptor. Never waits for its reader.
 class DescriptorSystemLog final : public SystemLog {
 public:
-    DescriptorSystemLog(const Clock& clock, int descriptor) : m_clock(clock), m_descriptor(descriptor) {}
+    DescriptorSystemLog(const Clock& clock, int descriptor) : m_clock(clock), m_writer(descriptor) {}
     void log(std::string_view line) override;
+    /// Waits at most `seconds` for what is queued to be taken.
+    bool flush(double seconds) { return m_writer.flush(seconds); }
 
 private:
     const Clock& m_clock;
-    const int m_descriptor;
+    LineWriter m_writer;
 };

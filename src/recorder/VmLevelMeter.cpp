@@ -8,8 +8,9 @@
 #include <algorithm>
 #include <cmath>
 
-VmLevelMeter::VmLevelMeter(VmControler& controler)
-    : m_controler(controler), m_peekHoldTime(controler.seams().defaults.doubleForKey("PeekLevelHoldTime")) {}
+VmLevelMeter::VmLevelMeter(VmControler& controler) : m_controler(controler) {
+    setPeekHoldTime(controler.seams().defaults.doubleForKey("PeekLevelHoldTime"));
+}
 
 VmLevelMeter::~VmLevelMeter() = default;
 
@@ -57,10 +58,18 @@ OSStatus VmLevelMeter::levelInputIOForDevice(KaCoreAudioDevice&, const AudioTime
     for (unsigned i = 0; i < count; ++i)
         m_buffer[i].store(samples[i], std::memory_order_relaxed);
     m_frames.store(count, std::memory_order_release);
+    noteCrossing();
     return audioHardwareNoError;
 }
 
-int VmLevelMeter::levelOfSnapshot() const {
+void VmLevelMeter::noteCrossing() noexcept {
+    const bool over = levelOfSnapshot() >= m_watched.load(std::memory_order_relaxed);
+    if (over != m_wasOver)
+        m_crossed.store(true, std::memory_order_release);
+    m_wasOver = over;
+}
+
+int VmLevelMeter::levelOfSnapshot() const noexcept {
     const unsigned count = m_frames.load(std::memory_order_acquire) / 8;
     float peak = 0.0F;
     for (unsigned i = 0; i < count; ++i)
@@ -75,6 +84,11 @@ void VmLevelMeter::execLevelMeter() {
     if (m_timer == nullptr)
         m_timer = m_controler.seams().runLoop.schedule(
             {.interval = m_controler.recorder().tickMatters() ? tick : restingTick}, [this] { execLevelMeter(); });
+}
+
+void VmLevelMeter::levelCrossed() {
+    if (!m_controler.recorder().tickMatters())
+        execLevelMeter();
 }
 
 void VmLevelMeter::levelAnalyzer() {

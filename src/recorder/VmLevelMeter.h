@@ -5,6 +5,7 @@
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -26,9 +27,11 @@ public:
     void renewLEDDisplay();
     void execLevelMeter();
     void levelAnalyzer();
+    /// Looks at the level at once, if the next look is not soon anyway.
+    void levelCrossed();
     void dispLevel(int level);
     double peekHoldTime() const { return m_peekHoldTime; }
-    void setPeekHoldTime(double seconds) { m_peekHoldTime = seconds; }
+    void setPeekHoldTime(double seconds) { m_peekHoldTime = std::clamp(seconds, 0.0, longestHold); }
     void saveUserDefaults();
     LampColumn& lamps() { return m_lamps; }
 
@@ -39,12 +42,22 @@ public:
                                    AudioBufferList* outputData, const AudioTimeStamp* outputTime,
                                    void* clientData) noexcept KA_REALTIME;
 
+    // Sound system's thread, between cycles
+    /// Whether the level has crossed the watched one since the last call: while nobody sees the level, the main
+    /// thread looks at it then, not twenty times a second.
+    bool takeCrossing() noexcept { return m_crossed.exchange(false, std::memory_order_acquire); }
+
     // Any thread
+    /// The level that `takeCrossing` watches.
+    void watchLevel(int level) noexcept { m_watched.store(level, std::memory_order_relaxed); }
     /// 0 (silence) to 20 (full scale).
     int level() const { return m_level.load(std::memory_order_relaxed); }
 
+    static constexpr double longestHold = 60.0; ///< seconds
+
 private:
-    int levelOfSnapshot() const;
+    int levelOfSnapshot() const noexcept;
+    void noteCrossing() noexcept;
 
     static constexpr double tick = 0.05; ///< seconds
     /// While nobody sees the level and nothing depends on it, only the state machine needs a tick.
@@ -56,6 +69,9 @@ private:
     std::vector<std::atomic<float>> m_buffer;
     std::atomic<unsigned> m_frames{0}; // floats in the snapshot
     int m_counter = 0;                 // I/O thread
+    bool m_wasOver = false;            // I/O thread
+    std::atomic<int> m_watched{0};
+    std::atomic<bool> m_crossed{false};
     int m_lastNum = 0;
     int m_maxNum = 0;
     int m_maxCount = 0;

@@ -138,10 +138,11 @@ void VmRecorder::_stopRecording() {
     }
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
-    if (!m_writeFile->close())
+    if (!m_writeFile->close() && !m_pipeline.writeThreadError())
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
     m_lastWrite = account.writeCount;
+    m_writtenSeconds += account.writeCount / (sampleRate() * m_channels * 2.0);
     m_totalRecordTime += m_secondCount;
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, fileLabel());
     seams.notifications.postLogEvent("RecordingStop");

@@ -61,9 +61,13 @@ public:
     void setShown(bool shown);
     /// Whether the level must be known at once: somebody sees it, or it decides.
     bool levelMatters() const { return m_shown || m_recordMode == 1; }
-    /// Whether the next tick of the state machine must come soon.
+    /// Whether the next tick of the state machine must come soon. A level that crosses the start level makes
+    /// itself heard.
     bool tickMatters() const {
-        return levelMatters() || m_recordState != (condition() == RecordCondition::recording);
+        const bool recording = condition() == RecordCondition::recording;
+        if (m_shown || (recording && m_delayCount))
+            return true;
+        return m_recordMode == 1 ? !m_recordState && recording : m_recordState != recording;
     }
     /// Called by the level meter on every tick.
     void controlAutoDelay();
@@ -100,6 +104,8 @@ public:
     /// Expected file bytes of the recording so far.
     double dataSize() const;
     double totalRecordTime() const { return m_totalRecordTime; }
+    /// Seconds of sound in all files of this duty.
+    double writtenSeconds() const { return m_writtenSeconds; }
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
@@ -147,6 +153,7 @@ private:
     bool autoDelayState();
     bool streamIsLate();
     void lookForInput();
+    void lookForStall();
     void reportHoles();
     bool protectHowling();
     void updateLatencyNeed();
@@ -183,8 +190,13 @@ private:
     double m_secondCount = 0.0;
     std::optional<double> m_fixedLength; // seconds, of the file that is open
     double m_lastWrite = 0.0;
+    double m_writtenSeconds = 0.0;
     HostTime m_streamStarted = 0;
     bool m_shown = true;
+
+    static constexpr double stallPatience = 3.0; // seconds; sound comes in pieces of up to one second
+    std::int64_t m_lastFrameSeen = 0;
+    HostTime m_lastFrameTime = 0;
 
     /// Where the sound ended when the input was lost.
     struct InputLoss {

@@ -7,7 +7,6 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
-#include "storage/SoundFile.h"
 
 #include <cmath>
 
@@ -82,6 +81,7 @@ void VmRecorder::finishForTermination() {
 
 void VmRecorder::actLevelSlider() {
     m_autoLevel = m_levelSlider.value();
+    m_controler.meter().watchLevel(m_autoLevel);
     m_controler.seams().defaults.set("AutoStartLevel", m_autoLevel);
 }
 

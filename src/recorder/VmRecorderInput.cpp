@@ -6,8 +6,8 @@
 #include "base/Clock.h"
 #include "base/Formatted.h"
 #include "base/Texts.h"
+#include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
-#include "storage/SoundFile.h"
 
 // --- I/O targets ---------------------------------------------------------------------------------------------
 
@@ -71,6 +71,7 @@ void VmRecorder::recordSourceChanged() {
         return;
     }
     m_streamStarted = m_controler.seams().clock.hostTime();
+    m_controler.meter().watchLevel(m_autoLevel);
     fillSourcePopup();
     renewDispSampleRate();
 }
@@ -136,7 +137,18 @@ void VmRecorder::recordInputLost() {
     resetCondition();
 }
 
+void VmRecorder::lookForStall() {
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (const std::int64_t frame = m_pipeline.frameCount(); frame != m_lastFrameSeen || !m_pipeline.delivers()) {
+        m_lastFrameSeen = frame;
+        m_lastFrameTime = now;
+    } else if (now - m_lastFrameTime > hostTimeFromSeconds(stallPatience)) {
+        recordInputLost(); // nobody told, but nothing comes
+    }
+}
+
 void VmRecorder::lookForInput() {
+    lookForStall();
     if (!m_inputLoss || m_pipeline.frameCount() <= m_inputLoss->frame)
         return;
     const Seams& seams = m_controler.seams();

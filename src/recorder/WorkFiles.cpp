@@ -82,7 +82,20 @@ std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label
     return {};
 }
 
+void WorkFiles::removeEmpty(const std::string& temporary) {
+    const int error = m_volume.remove(temporary);
+    const std::string message = error == 0
+                                    ? "VmRecorder: a recording without sound is removed."
+                                    : "VmRecorder: a recording without sound cannot be removed.";
+    m_log.log(message);
+    m_notifications.postLogEvent(error == 0 ? "SomeReportHappen" : "SomeErrorHappen", message);
+}
+
 std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
+    if (m_volume.fileSize(m_mechanic.temporaryFilePath()).value_or(soundDataOffset + 1) <= soundDataOffset) {
+        removeEmpty(m_mechanic.temporaryFilePath());
+        return {};
+    }
     const std::string path = moveToFinalName(start, stop, label);
     if (!path.empty())
         writeInformationWithPath(path, start, stop, label, "");
@@ -120,7 +133,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
     if (!size)
         return {};
     if (*size <= soundDataOffset) {
-        m_volume.remove(temporary);
+        removeEmpty(temporary);
         return {};
     }
     // The file knows its own form better than settings that may have changed since.

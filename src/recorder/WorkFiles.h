@@ -33,7 +33,8 @@ public:
     /// Remembers the start of the recording that is about to be written, for a rescue.
     void noteStart(Date start);
     /// Moves the temporary file to its final name and writes the record information into it. Returns the final
-    /// path, or an empty text when it could not be moved: the temporary file then stays in place.
+    /// path, or an empty text when it could not be moved: the temporary file then stays in place. A recording
+    /// without a single frame is removed.
     std::string finish(Date start, Date stop, const Label& label);
     /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was
     /// none or when it could not be moved. A file without a single frame is removed.
@@ -51,6 +52,7 @@ private:
     std::string moveToFinalName(Date start, Date stop, const Label& label);
     bool startFromSettings(Date& start) const;
     void putAside(const std::string& temporary);
+    void removeEmpty(const std::string& temporary);
 
     Clock& m_clock;
     Volume& m_volume;

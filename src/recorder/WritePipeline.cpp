@@ -182,8 +182,8 @@ bool WritePipeline::writePending() {
     if (m_pending.empty())
         return true;
     if (!m_file->writeSamples(m_writePos, m_pending) || !m_file->updateHeader() || !m_file->synchronize()) {
-        reportError("VmRecorder: audio file write error.");
-        m_writeThreadError = true;
+        if (!m_writeThreadError.exchange(true)) // the final flush tries a failed block again: no news
+            reportError("VmRecorder: audio file write error.");
         return false;
     }
     const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
@@ -202,15 +202,16 @@ void WritePipeline::awaitFrame(std::int64_t frame) {
 WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCount) {
     m_stopFrame = std::max(aligned(stop), m_startFrame);
     m_writeThread = false;
-    const double fileShare = m_format.sampleRate * m_format.channels;
-    const double lastInput =
-        static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     while (fileWriteing())
         m_clock.sleep(0.1);
     // A device that has been silent for longer than the patience is not on its way, it is gone.
     const double late = static_cast<double>(m_stopFrame - frameCount()) / m_format.recordSampleRate;
     if (late < stopPatience)
         awaitFrame(m_stopFrame);
+    // Counted only now: what was on its way at the stop belongs to this recording's input.
+    const double fileShare = m_format.sampleRate * m_format.channels;
+    const double lastInput =
+        static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
     m_firstFreeFrame = std::max(m_stopFrame.load(), m_firstFreeFrame);
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <QAbstractButton>
+#include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -25,6 +26,11 @@ AlertAnswer QtAlert::ask(const AlertRequest& request) {
         return AlertAnswer::otherButton;
     // Closed without an answer, as when the program ends: cancel where that is possible.
     return request.alternateKey.empty() ? AlertAnswer::defaultButton : AlertAnswer::alternateButton;
+}
+
+void QtAlert::dismissQuestion() {
+    if (QWidget* question = QApplication::activeModalWidget(); question != nullptr)
+        question->close();
 }
 
 void QtAlert::tell(const AlertRequest& request) {

@@ -22,6 +22,8 @@ public:
     /// The window that the boxes belong to; none at first.
     void setParentWindow(QWidget* window) { m_window = window; }
     AlertAnswer ask(const AlertRequest& request) override;
+    /// Closes the question that is open, if one is: the program ends.
+    void dismissQuestion();
     // Any thread
     void tell(const AlertRequest& request) override;
 

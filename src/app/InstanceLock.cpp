@@ -1,0 +1,31 @@
+#include "app/InstanceLock.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+InstanceLock::~InstanceLock() {
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+InstanceLock::Outcome InstanceLock::lockFolder(const std::string& folder) {
+    return lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+InstanceLock::Outcome InstanceLock::lockFile(const std::string& path) {
+    return lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+}
+
+InstanceLock::Outcome InstanceLock::lock(int descriptor) {
+    if (descriptor < 0)
+        return Outcome::impossible;
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+        m_descriptor = descriptor;
+        return Outcome::taken;
+    }
+    const bool held = errno == EWOULDBLOCK;
+    ::close(descriptor);
+    return held ? Outcome::heldByAnother : Outcome::impossible;
+}
