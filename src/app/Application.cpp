@@ -107,7 +107,7 @@ bool Application::prepare() {
         settings = m_line.settings.empty() ? place + "/settings.json" : settings;
         folder = m_line.folder.empty() ? place + "/record" : folder;
         if (!m_line.listSources)
-            std::fprintf(stderr, "velmoratide: demonstration; recordings go to %s\n", folder.c_str());
+            m_errors.write("velmoratide: demonstration; recordings go to " + folder);
     }
     if (!m_line.listSources && !lockSettings(settings))
         return false;
@@ -117,8 +117,8 @@ bool Application::prepare() {
     if (m_line.demo)
         m_hardware = std::make_unique<SimulatedHardware>(m_clock, demonstrationDesk());
     else
-        m_hardware =
-            std::make_unique<PulseHardware>(m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
+        m_hardware = std::make_unique<PulseHardware>(
+            m_clock, PulseOptions{.applicationName = "Velmoratide", .server = {}});
     return true;
 }
 
@@ -174,7 +174,7 @@ int Application::listSources() {
         std::printf("%zu\t%s\t%s\t%g Hz\n", index, sources[index].name.c_str(),
                     sources[index].deviceName.c_str(), m_hardware->nominalSampleRate(sources[index].device));
     if (sources.empty())
-        std::fprintf(stderr, "velmoratide: no sound input was found\n");
+        m_errors.write("velmoratide: no sound input was found");
     return std::fflush(stdout) == 0 ? 0 : 1;
 }
 

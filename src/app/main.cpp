@@ -6,8 +6,16 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <QCoreApplication>
+
+namespace {
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && value[0] != '\0';
+}
+} // namespace
 
 int main(int argc, char* argv[]) {
     std::string error;
@@ -24,8 +32,12 @@ int main(int argc, char* argv[]) {
     // A reader of our output that goes away must not end a duty.
     std::signal(SIGPIPE, SIG_IGN);
     TerminationSignals termination;
-    int qtArgc = 1; // Qt's own arguments are not offered
     const bool windowless = line->headless || line->listSources;
+    if (!windowless && !isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
+        std::fputs("velmoratide: there is no display for the window; --headless runs without one\n", stderr);
+        return 1;
+    }
+    int qtArgc = 1; // Qt's own arguments are not offered
     const auto qt =
         windowless ? std::make_unique<QCoreApplication>(qtArgc, argv) : makeWindowedApplication(qtArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmoratide"));

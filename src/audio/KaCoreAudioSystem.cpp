@@ -36,6 +36,8 @@ void KaCoreAudioSystem::hardwareDidTell(const AudioHardwareEvent& event) {
     case AudioHardwareEvent::Kind::hole:
         deviceDidChange(event.device, AudioDirection::input, audioDevicePropertyOverload);
         break;
+    case AudioHardwareEvent::Kind::delivered:
+        break;
     case AudioHardwareEvent::Kind::serverLost:
     case AudioHardwareEvent::Kind::serverReturned:
         break; // heard as a change of the list

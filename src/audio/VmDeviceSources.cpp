@@ -14,7 +14,8 @@ std::vector<AudioSource> VmDevice::sources(AudioDirection direction) const {
 
 AudioSource VmDevice::source(int index, AudioDirection direction) const {
     const auto all = sources(direction);
-    return index >= 0 && index < static_cast<int>(all.size()) ? all[static_cast<std::size_t>(index)] : AudioSource{};
+    return index >= 0 && index < static_cast<int>(all.size()) ? all[static_cast<std::size_t>(index)]
+                                                              : AudioSource{};
 }
 
 int VmDevice::sourceCount(AudioDirection direction) const {

@@ -5,8 +5,9 @@
 #include <mutex>
 #include <string>
 
-/// Writes lines to a file descriptor without ever waiting for whoever reads it: a pipe that is full must not stop a
-/// duty. Lines wait in memory meanwhile, the newest `longestQueue` of them. Any thread but an I/O thread.
+/// Writes lines to a file descriptor without ever waiting for whoever reads it: a pipe that is full must not
+/// stop a duty. Lines wait in memory meanwhile, the newest `longestQueue` of them. Any thread but an I/O
+/// thread.
 class LineWriter {
 public:
     static constexpr std::size_t longestQueue = 1000;

@@ -21,7 +21,8 @@ std::int64_t millisecondsOf(double seconds) {
 class QtTimer final : public Timer {
 public:
     QtTimer(TimerOptions options, std::function<void()> handler)
-        : m_interval(millisecondsOf(options.interval)), m_repeats(options.repeats),
+        : m_interval(millisecondsOf(options.interval)),
+          m_repeats(options.repeats),
           m_handler(std::make_shared<const std::function<void()>>(std::move(handler))) {
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setSingleShot(true);

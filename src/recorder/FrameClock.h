@@ -58,7 +58,8 @@ private:
             const unsigned before = m_sequence.load(std::memory_order_acquire);
             if (before == 0)
                 return std::nullopt;
-            const Note note{m_frame.load(std::memory_order_acquire), m_captured.load(std::memory_order_acquire)};
+            const Note note{m_frame.load(std::memory_order_acquire),
+                            m_captured.load(std::memory_order_acquire)};
             if (before % 2 == 0 && m_sequence.load(std::memory_order_relaxed) == before)
                 return note;
         }

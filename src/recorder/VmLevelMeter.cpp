@@ -83,7 +83,8 @@ void VmLevelMeter::execLevelMeter() {
     // What the analysis set off may have started the meter anew.
     if (m_timer == nullptr)
         m_timer = m_controler.seams().runLoop.schedule(
-            {.interval = m_controler.recorder().tickMatters() ? tick : restingTick}, [this] { execLevelMeter(); });
+            {.interval = m_controler.recorder().tickMatters() ? tick : restingTick},
+            [this] { execLevelMeter(); });
 }
 
 void VmLevelMeter::levelCrossed() {

@@ -34,9 +34,8 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
-    const std::pair<Button*, const char*> comingLater[] = {{&m_reserveButton, "ReserveNotYet"},
-                                                           {&m_hourButton, "HourNotYet"},
-                                                           {&m_markerButton, "MarkerNotYet"}};
+    const std::pair<Button*, const char*> comingLater[] = {
+        {&m_reserveButton, "ReserveNotYet"}, {&m_hourButton, "HourNotYet"}, {&m_markerButton, "MarkerNotYet"}};
     for (const auto& [button, reason] : comingLater) {
         button->setEnabled(false);
         button->setToolTip(controler.seams().texts(reason));
@@ -107,7 +106,8 @@ void VmRecorder::stopRecording() {
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
-    const double wished = std::max(m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0, m_returnedSeconds);
+    const double wished =
+        std::max(m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0, m_returnedSeconds);
     m_returnedSeconds = 0.0;
     const double prior = m_pipeline.prepare(seams.clock.hostTime(), wished);
     m_recordStartDate = seams.clock.now().addingSeconds(-prior);

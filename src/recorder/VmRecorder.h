@@ -80,8 +80,8 @@ public:
     void rescueTempFile();
     void reviveRecordCondition();
     void autoRecordStart();
-    /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be called
-    /// when that much time has passed.
+    /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be
+    /// called when that much time has passed.
     void recordOffAfter(double seconds);
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
     void finishForTermination();

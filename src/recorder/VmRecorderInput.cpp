@@ -21,9 +21,9 @@ void VmRecorder::setMonitorIOTargetWithDevice(KaCoreAudioDevice& device) {
     device.setIOTarget(*this, &VmRecorder::monitorIOForDevice, nullptr);
 }
 
-OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*, const AudioBufferList* inputData,
-                                       const AudioTimeStamp* inputTime, AudioBufferList*, const AudioTimeStamp*,
-                                       void*) noexcept {
+OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*,
+                                       const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
+                                       AudioBufferList*, const AudioTimeStamp*, void*) noexcept {
     const VmDevice& devicer = m_controler.devicer();
     if (inputData == nullptr)
         return audioHardwareNoError;
@@ -139,7 +139,8 @@ void VmRecorder::recordInputLost() {
 
 void VmRecorder::lookForStall() {
     const HostTime now = m_controler.seams().clock.hostTime();
-    if (const std::int64_t frame = m_pipeline.frameCount(); frame != m_lastFrameSeen || !m_pipeline.delivers()) {
+    if (const std::int64_t frame = m_pipeline.frameCount();
+        frame != m_lastFrameSeen || !m_pipeline.delivers()) {
         m_lastFrameSeen = frame;
         m_lastFrameTime = now;
     } else if (now - m_lastFrameTime > hostTimeFromSeconds(stallPatience)) {
@@ -156,9 +157,9 @@ void VmRecorder::lookForInput() {
     const HostTime first = m_pipeline.timeOfFrame(m_inputLoss->frame).value_or(now);
     m_returnedSeconds = static_cast<double>(now - first) * 1e-9;
     const double gap = static_cast<double>(first - m_inputLoss->time) * 1e-9;
-    say("SomeReportHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" is back, no sound since " +
-                                seams.clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") +
-                                formatted(" for %.1fseconds.", gap));
+    say("SomeReportHappen",
+        "VmRecorder: sound input \"" + m_sourceField.text() + "\" is back, no sound since " +
+            seams.clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") + formatted(" for %.1fseconds.", gap));
     m_messageField.setText("");
     m_inputLoss.reset();
 }

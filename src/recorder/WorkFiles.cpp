@@ -84,9 +84,8 @@ std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label
 
 void WorkFiles::removeEmpty(const std::string& temporary) {
     const int error = m_volume.remove(temporary);
-    const std::string message = error == 0
-                                    ? "VmRecorder: a recording without sound is removed."
-                                    : "VmRecorder: a recording without sound cannot be removed.";
+    const std::string message = error == 0 ? "VmRecorder: a recording without sound is removed."
+                                           : "VmRecorder: a recording without sound cannot be removed.";
     m_log.log(message);
     m_notifications.postLogEvent(error == 0 ? "SomeReportHappen" : "SomeErrorHappen", message);
 }

@@ -6,8 +6,11 @@ namespace {
 using Names = std::vector<std::string>;
 
 std::vector<AudioSource> sources() {
-    return {{0, 1, "Desk", "Internal microphone"}, {0, 1, "Desk", "Line In"}, {1, 2, "USB headset", "USB headset"},
-            {2, 3, "USB mixer", "USB mixer"},      {3, 4, "3", "3"}};
+    return {{0, 1, "Desk", "Internal microphone"},
+            {0, 1, "Desk", "Line In"},
+            {1, 2, "USB headset", "USB headset"},
+            {2, 3, "USB mixer", "USB mixer"},
+            {3, 4, "3", "3"}};
 }
 } // namespace
 

@@ -31,7 +31,8 @@ TEST(VmDevice, listsADeviceOnceForEachMergedDataSource) {
                  output("Speakers", {"Internal speakers", "Headphones"})});
     it.desk.launch();
     EXPECT_EQ(devicer(it).usableRecordSourceNames(), (Names{"Internal microphone", "Line In", "Headset"}));
-    EXPECT_EQ(devicer(it).usableJapanRecordSourceNames(), (Names{"InternalSource", "ExternalSource", "Headset"}));
+    EXPECT_EQ(devicer(it).usableJapanRecordSourceNames(),
+              (Names{"InternalSource", "ExternalSource", "Headset"}));
     EXPECT_EQ(devicer(it).usablePlaySourceNames(), (Names{"Internal speakers"}));
     EXPECT_EQ(devicer(it).usableJapanPlaySourceNames(), (Names{"InternalOutput"}));
     EXPECT_EQ(devicer(it).deviceNumberOfRecordSource(1), 0);
@@ -45,7 +46,8 @@ TEST(VmDevice, listsADeviceOnceForEachMergedDataSource) {
 }
 
 TEST(VmDevice, fallsBackToTheFirstSource_whenTheStoredOneIsGone) {
-    Desk it({{"recordSourceDevice", 5}}, {input("Desk", {"Internal microphone", "Line In", "Sound Input"}), input("Headset")});
+    Desk it({{"recordSourceDevice", 5}},
+            {input("Desk", {"Internal microphone", "Line In", "Sound Input"}), input("Headset")});
     it.desk.launch();
     EXPECT_EQ(devicer(it).recordSource(), 0);
     EXPECT_EQ(devicer(it).checkRecordSource(-3), 0);

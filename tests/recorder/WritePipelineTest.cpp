@@ -46,8 +46,9 @@ public:
     }
     WritePipeline::Account stop() {
         const HostTime now = clock.hostTime();
+        const auto account =
+            pipeline.finish(pipeline.frameAt(now), static_cast<double>(now - startTime) * 1e-9);
         deliveredAtStop = delivered;
-        const auto account = pipeline.finish(pipeline.frameAt(now), static_cast<double>(now - startTime) * 1e-9);
         recording = false;
         closed = file->close();
         file.reset();

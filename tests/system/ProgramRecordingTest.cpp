@@ -164,39 +164,3 @@ TEST_F(ProgramRecording, listsIndexNameDeviceAndRate) {
     EXPECT_EQ(program.outputLines(),
               std::vector<std::string>{"0\tMonitor of Null Output\tMonitor of Null Output\t44100 Hz"});
 }
-
-TEST(Program, saysInOneLineThatThereIsNoInput) {
-    RunningProgram program({"--headless", "--record-for", "5"}, {{"PULSE_SERVER", "unix:/nowhere/native"}});
-    EXPECT_EQ(program.wait(), 1);
-    ASSERT_EQ(program.errorLines().size(), 1U);
-    EXPECT_NE(program.errorLines()[0].find("no sound input"), std::string::npos);
-    EXPECT_TRUE(program.outputLines().empty());
-}
-
-TEST(Program, saysInOneLineThatTheFolderCannotBeWritten) {
-    RunningProgram program({"--demo", "--headless", "--record-for", "5", "--folder", "/proc/recordings"});
-    EXPECT_EQ(program.wait(), 1);
-    ASSERT_EQ(program.errorLines().size(), 1U);
-    EXPECT_NE(program.errorLines()[0].find("/proc/recordings"), std::string::npos);
-    EXPECT_TRUE(program.outputLines().empty());
-}
-
-TEST(Program, saysInOneLineWhichArgumentIsWrong) {
-    const std::vector<std::vector<std::string>> wrong = {
-        {"--nonsense"},          {"--record-for", "soon"},
-        {"--record-for", "-1"},  {"--record-for"},
-        {"--set", "Nothing=1"},  {"--set", "RecordMode=maybe"},
-        {"--set", "RecordMode"}, {"file.aif"},
-        {"--source", "Nowhere"}, {"--headless=yes"},
-        {"--folder", ""},
-    };
-    for (auto arguments : wrong) {
-        arguments.insert(arguments.begin(), {"--demo", "--headless", "--settings", "/dev/null/settings"});
-        if (arguments.back() != "")
-            arguments.insert(arguments.begin(), {"--folder", "/tmp"});
-        RunningProgram program(arguments);
-        EXPECT_EQ(program.wait(), 2) << arguments.back();
-        EXPECT_EQ(program.errorLines().size(), 1U) << arguments.back();
-        EXPECT_TRUE(program.outputLines().empty()) << arguments.back();
-    }
-}

@@ -74,7 +74,8 @@ struct AudioHardwareEvent {
         deviceReturned,    ///< a device that died delivers again (same unique ID)
         serverLost,        ///< the whole sound system went away; told once
         serverReturned,
-        hole, ///< `frames` frames were lost before the adapter and handed on as silence
+        hole,      ///< `frames` frames were lost before the adapter and handed on as silence
+        delivered, ///< the cycles of one piece of input have run; told for each piece
     };
     Kind kind = Kind::deviceListChanged;
     AudioDeviceID device = 0;

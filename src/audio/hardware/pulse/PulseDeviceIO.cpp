@@ -159,3 +159,7 @@ void PulseDeviceIO::streamHadHole(std::uint64_t frames) {
     m_holeFrames.fetch_add(frames, std::memory_order_relaxed);
     m_surroundings.tell({AudioHardwareEvent::Kind::hole, m_device, frames, {}});
 }
+
+void PulseDeviceIO::streamDelivered() {
+    m_surroundings.tell({AudioHardwareEvent::Kind::delivered, m_device, 0, {}});
+}

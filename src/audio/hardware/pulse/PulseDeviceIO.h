@@ -50,6 +50,7 @@ private:
     void streamReady() override;
     void streamEnded(const std::string& reason) override;
     void streamHadHole(std::uint64_t frames) override;
+    void streamDelivered() override;
     bool openStream(const PulseDevice& device);
     OSStatus startStream();
     void interrupt();

@@ -43,5 +43,6 @@ void PulseRecordStream::transfer(std::size_t bytes) {
     for (const std::uint64_t frames : holes)
         if (frames > 0)
             owner().streamHadHole(frames);
+    owner().streamDelivered();
     keepTime();
 }

@@ -23,6 +23,8 @@ public:
         /// May destroy the stream.
         virtual void streamEnded(const std::string& reason) = 0;
         virtual void streamHadHole(std::uint64_t frames) = 0;
+        /// One piece of input has been handed on.
+        virtual void streamDelivered() = 0;
     };
 
     PulseStream(const Clock& clock, CycleDispatcher& cycles, Owner& owner);
