@@ -11,8 +11,9 @@
 /// Nanoseconds on a clock that never jumps; its zero means nothing.
 using HostTime = std::int64_t;
 
+/// The nearest nanosecond.
 constexpr HostTime hostTimeFromSeconds(double seconds) {
-    return static_cast<HostTime>(seconds * 1e9);
+    return static_cast<HostTime>(seconds * 1e9 + (seconds < 0.0 ? -0.5 : 0.5));
 }
 
 /// A call repeated at times of its own choice. Destroying it ends it, after a call in progress.

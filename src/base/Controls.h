@@ -1,6 +1,8 @@
 // base/Controls.h — what a person sees and presses, without a toolkit.
 #pragma once
+#include <algorithm>
 #include <array>
+#include <deque>
 #include <functional>
 #include <string>
 #include <utility>
@@ -13,7 +15,7 @@ class Control {
 public:
     using Observer = std::function<void()>;
     virtual ~Control() = default;
-    /// Calls `observer` after every change, for as long as the control lives.
+    /// Calls `observer` after every change to come, for as long as the control lives. Observers may observe.
     void observe(Observer observer) { m_observers.push_back(std::move(observer)); }
 
     bool enabled() const { return m_enabled; }
@@ -30,12 +32,13 @@ protected:
         changed();
     }
     void changed() const {
-        for (const Observer& observer : m_observers)
-            observer();
+        const std::size_t count = m_observers.size();
+        for (std::size_t number = 0; number < count; ++number)
+            m_observers[number]();
     }
 
 private:
-    std::vector<Observer> m_observers;
+    std::deque<Observer> m_observers; // stay in place when more are added
     bool m_enabled = true;
     std::string m_toolTip;
 };
@@ -110,13 +113,14 @@ public:
     int minimum() const { return m_minimum; }
     int maximum() const { return m_maximum; }
     int value() const { return m_value; }
-    void setValue(int value) { change(m_value, value); }
+    /// A value beyond the bounds is brought to the nearest one.
+    void setValue(int value) { change(m_value, std::clamp(value, m_minimum, m_maximum)); }
     void setAction(std::function<void(int)> action) { m_action = std::move(action); }
-    /// A person's move; a value beyond the bounds is brought to the nearest one.
+    /// A person's move.
     void move(int value) {
         if (!enabled())
             return;
-        setValue(value < m_minimum ? m_minimum : value > m_maximum ? m_maximum : value);
+        setValue(value);
         if (m_action)
             m_action(m_value);
     }

@@ -1,5 +1,6 @@
 #include "base/NotificationCenter.h"
 
+#include <algorithm>
 #include <utility>
 
 NotificationCenter::Observation& NotificationCenter::Observation::operator=(Observation&& other) noexcept {
@@ -24,15 +25,23 @@ NotificationCenter::Observation NotificationCenter::observe(std::string_view nam
 }
 
 void NotificationCenter::post(const Notification& notification) const {
-    std::vector<std::shared_ptr<const Handler>> handlers;
+    std::vector<Observer> observers;
     {
         const std::lock_guard guard(m_mutex);
         for (const Observer& observer : m_observers)
             if (observer.name.empty() || observer.name == notification.name)
-                handlers.push_back(observer.handler);
+                observers.push_back(observer);
     }
-    for (const auto& handler : handlers)
-        (*handler)(notification);
+    // A handler may end what comes after it.
+    for (const Observer& observer : observers)
+        if (observes(observer.token))
+            (*observer.handler)(notification);
+}
+
+bool NotificationCenter::observes(unsigned token) const {
+    const std::lock_guard guard(m_mutex);
+    return std::ranges::any_of(m_observers,
+                               [token](const Observer& observer) { return observer.token == token; });
 }
 
 void NotificationCenter::postLogEvent(std::string_view event, std::string_view message) const {

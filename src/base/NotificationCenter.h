@@ -24,7 +24,8 @@ class NotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;
 
-    /// Ends its observation when destroyed. The center must outlive it.
+    /// Ends its observation when destroyed: its handler is not called any more, save for a call that another
+    /// thread has begun already. The center must outlive it.
     class Observation {
     public:
         Observation() = default;
@@ -52,6 +53,7 @@ private:
         std::string name;
         std::shared_ptr<const Handler> handler;
     };
+    bool observes(unsigned token) const;
     void remove(unsigned token);
 
     mutable std::mutex m_mutex;

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <ctime>
 #include <pthread.h>
+#include <utility>
 
 namespace {
 class ThreadBeat final : public Beat {
@@ -46,8 +47,13 @@ private:
 SystemClock::SystemClock() : Clock(QTimeZone::systemTimeZone()) {}
 
 SystemClock::~SystemClock() {
-    for (Worker& worker : m_workers)
-        worker.thread.join();
+    // A thread that has not ended yet may start another.
+    for (std::unique_lock lock(m_mutex); !m_workers.empty(); lock.lock()) {
+        std::vector<Worker> workers = std::exchange(m_workers, {});
+        lock.unlock();
+        for (Worker& worker : workers)
+            worker.thread.join();
+    }
 }
 
 Date SystemClock::now() const {

@@ -1,7 +1,20 @@
 #include "rehearsal/ScriptedAlert.h"
 
+#include <utility>
+
+void ScriptedAlert::answerNext(const std::string& messageKey, AlertAnswer answer) {
+    const std::lock_guard guard(m_mutex);
+    m_answers[messageKey] = answer;
+}
+
+void ScriptedAlert::setListener(std::function<void(const Shown&)> listener) {
+    const std::lock_guard guard(m_mutex);
+    m_listener = std::move(listener);
+}
+
 AlertAnswer ScriptedAlert::ask(const AlertRequest& request) {
     Shown shown{request, AlertAnswer::defaultButton};
+    std::function<void(const Shown&)> listener;
     {
         const std::lock_guard guard(m_mutex);
         if (const auto scripted = m_answers.find(request.messageKey); scripted != m_answers.end()) {
@@ -9,9 +22,10 @@ AlertAnswer ScriptedAlert::ask(const AlertRequest& request) {
             m_answers.erase(scripted);
         }
         m_shown.push_back(shown);
+        listener = m_listener;
     }
-    if (m_listener)
-        m_listener(shown);
+    if (listener)
+        listener(shown);
     return shown.answer;
 }
 

@@ -18,17 +18,17 @@ public:
 
     // Main thread
     /// Used once, by the next alert with that message key.
-    void answerNext(const std::string& messageKey, AlertAnswer answer) { m_answers[messageKey] = answer; }
+    void answerNext(const std::string& messageKey, AlertAnswer answer);
     AlertAnswer ask(const AlertRequest& request) override;
 
     // Any thread
     void tell(const AlertRequest& request) override { ask(request); }
     std::vector<Shown> shown() const;
     /// Called with each alert, on its thread.
-    void setListener(std::function<void(const Shown&)> listener) { m_listener = std::move(listener); }
+    void setListener(std::function<void(const Shown&)> listener);
 
 private:
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex; // guards all below
     std::map<std::string, AlertAnswer> m_answers;
     std::vector<Shown> m_shown;
     std::function<void(const Shown&)> m_listener;

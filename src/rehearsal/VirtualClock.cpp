@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 namespace {
 constexpr auto laterFirst = [](const auto& left, const auto& right) { return right < left; };
@@ -23,7 +24,7 @@ VirtualClock::VirtualClock(QTimeZone zone, Date start) : Clock(std::move(zone)),
 
 VirtualClock::~VirtualClock() {
     {
-        std::unique_lock lock(m_mutex);
+        const std::lock_guard guard(m_mutex);
         m_ending = true;
         for (const Event& event : m_events)
             if (event.sleeper != nullptr) {
@@ -31,12 +32,21 @@ VirtualClock::~VirtualClock() {
                 event.sleeper->wake.notify_all();
             }
     }
-    for (std::thread& thread : m_threads)
-        thread.join();
+    // A thread that was let go may start another.
+    for (std::unique_lock lock(m_mutex); !m_threads.empty(); lock.lock()) {
+        std::vector<std::thread> threads = std::exchange(m_threads, {});
+        lock.unlock();
+        for (std::thread& thread : threads)
+            thread.join();
+    }
 }
 
 Date VirtualClock::now() const {
     return {m_start.microseconds + m_hostTime / 1000};
+}
+
+void VirtualClock::jump(double seconds) {
+    m_start = m_start.addingSeconds(seconds);
 }
 
 void VirtualClock::addEvent(HostTime due, Sleeper* sleeper, VirtualBeat* beat) {
@@ -62,7 +72,10 @@ void VirtualClock::sleepUntil(HostTime wake) {
 void VirtualClock::detachThread(const std::string&, std::function<void()> body) {
     std::unique_lock lock(m_mutex);
     auto self = std::make_shared<Sleeper>();
-    addEvent(m_hostTime, self.get(), nullptr);
+    if (m_ending)
+        self->mayRun = true; // nobody drives the time any more
+    else
+        addEvent(m_hostTime, self.get(), nullptr);
     m_threads.emplace_back([this, self, body = std::move(body)] {
         {
             std::unique_lock threadLock(m_mutex);

@@ -32,7 +32,7 @@ public:
 
     // Driving thread
     /// Moves the wall clock by `seconds`; host time goes on undisturbed.
-    void jump(double seconds) { m_start.microseconds += static_cast<std::int64_t>(seconds * 1e6); }
+    void jump(double seconds);
     /// Lets time pass until `limit`, or until `interrupted` (asked after every event) says so.
     void runUntil(HostTime limit, const std::function<bool()>& interrupted);
 

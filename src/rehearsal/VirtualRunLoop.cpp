@@ -1,6 +1,8 @@
 #include "rehearsal/VirtualRunLoop.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 class VirtualRunLoop::VirtualTimer final : public Timer {
 public:
@@ -26,19 +28,18 @@ std::unique_ptr<Timer> VirtualRunLoop::schedule(TimerOptions options, std::funct
 }
 
 int VirtualRunLoop::run() {
-    m_quit = false;
     runUntil(std::numeric_limits<HostTime>::max());
     return m_exitCode;
 }
 
 void VirtualRunLoop::runFor(double seconds) {
-    m_quit = false;
     runUntil(m_clock.hostTime() + hostTimeFromSeconds(seconds));
 }
 
 void VirtualRunLoop::quit(int exitCode) {
     m_exitCode = exitCode;
     m_quit = true;
+    m_quitAhead = !m_running;
 }
 
 void VirtualRunLoop::post(std::function<void()> call) {
@@ -86,6 +87,15 @@ void VirtualRunLoop::fire(Entry& entry) {
 }
 
 void VirtualRunLoop::runUntil(HostTime limit) {
+    if (std::exchange(m_quitAhead, false))
+        return;
+    m_quit = false;
+    m_running = true;
+    passTime(limit);
+    m_running = false;
+}
+
+void VirtualRunLoop::passTime(HostTime limit) {
     while (!m_quit) {
         if (runPosted())
             continue;
@@ -94,8 +104,10 @@ void VirtualRunLoop::runUntil(HostTime limit) {
             fire(*next);
             continue;
         }
-        if (m_clock.hostTime() >= limit)
-            return;
+        // A posted call may have interrupted the clock at the end, with more that is due there.
+        const bool atEnd = m_clock.hostTime() >= limit;
         m_clock.runUntil(next != nullptr ? std::min(next->due, limit) : limit, [this] { return hasPosted(); });
+        if (atEnd && !hasPosted())
+            return;
     }
 }

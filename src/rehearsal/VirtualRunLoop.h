@@ -34,6 +34,7 @@ private:
     };
 
     void runUntil(HostTime limit);
+    void passTime(HostTime limit);
     bool runPosted();
     Entry* earliest();
     void fire(Entry& entry);
@@ -42,7 +43,9 @@ private:
     VirtualClock& m_clock;
     std::list<Entry> m_entries;
     std::uint64_t m_order = 0;
+    bool m_running = false;
     bool m_quit = false;
+    bool m_quitAhead = false; // quit came while the loop did not run: the next run ends at once
     int m_exitCode = 0;
     std::mutex m_mutex; // guards m_posted
     std::deque<std::function<void()>> m_posted;

@@ -25,23 +25,19 @@ struct PlainClient {
     unsigned cycles = 0;
     unsigned strayCycles = 0;
 };
-} // namespace
 
-TEST(KaCoreAudioIOProcMuxThreadTest, letsClientsJoinLeaveAndPause_whileCyclesRun) {
-    CrankedHardware hardware;
-    KaCoreAudioSystem system(hardware);
-    std::array<PlainClient, clientCount> clients;
-    std::vector<std::unique_ptr<KaCoreAudioDevice>> devices;
-    for (PlainClient& client : clients) {
-        devices.push_back(std::make_unique<KaCoreAudioDevice>(system, 1));
-        devices.back()->setIOTarget(client, &PlainClient::ioForDevice, nullptr);
+/// Eight clients of one device, and a thread that has them come, go and pause by the dice.
+struct KaCoreAudioIOProcMuxThreadTest : testing::Test {
+    KaCoreAudioIOProcMuxThreadTest() {
+        for (PlainClient& client : clients) {
+            devices.push_back(std::make_unique<KaCoreAudioDevice>(system, 1));
+            devices.back()->setIOTarget(client, &PlainClient::ioForDevice, nullptr);
+        }
     }
 
-    std::atomic<bool> ending{false};
-    unsigned changes = 0;
-    std::thread changer([&] {
+    void changeUntilTheEnd() {
         std::mt19937 dice(4711);
-        while (!ending) {
+        for (; !ending; ++changes) {
             const unsigned which = dice() % clientCount;
             switch (dice() % 4) {
             case 0:
@@ -58,23 +54,39 @@ TEST(KaCoreAudioIOProcMuxThreadTest, letsClientsJoinLeaveAndPause_whileCyclesRun
             default:
                 devices[which]->setDevicePaused(dice() % 2 == 0);
             }
-            ++changes;
         }
         for (auto& device : devices)
             device->deviceStop();
-    });
-
-    TestList input({2}, 16);
-    TestList output({2}, 16);
-    std::uint64_t heard = 0;
-    for (unsigned cycles = 0; cycles < wantedCycles;) {
-        output.samples[0][0] = 0.0F;
-        if (hardware.cycle(1, &input.list, &output.list))
-            ++cycles;
-        else
-            std::this_thread::yield();
-        heard += static_cast<std::uint64_t>(output.samples[0][0]);
     }
+
+    /// Runs the cycles; how many calls of clients the output holds.
+    std::uint64_t hearCycles() {
+        TestList input({2}, 16);
+        TestList output({2}, 16);
+        std::uint64_t heard = 0;
+        for (unsigned cycles = 0; cycles < wantedCycles;) {
+            output.samples[0][0] = 0.0F;
+            if (hardware.cycle(1, &input.list, &output.list))
+                ++cycles;
+            else
+                std::this_thread::yield();
+            heard += static_cast<std::uint64_t>(output.samples[0][0]);
+        }
+        return heard;
+    }
+
+    CrankedHardware hardware;
+    KaCoreAudioSystem system{hardware};
+    std::array<PlainClient, clientCount> clients;
+    std::vector<std::unique_ptr<KaCoreAudioDevice>> devices;
+    std::atomic<bool> ending{false};
+    unsigned changes = 0;
+};
+} // namespace
+
+TEST_F(KaCoreAudioIOProcMuxThreadTest, letsClientsJoinLeaveAndPause_whileCyclesRun) {
+    std::thread changer([this] { changeUntilTheEnd(); });
+    const std::uint64_t heard = hearCycles();
     ending = true;
     changer.join();
 

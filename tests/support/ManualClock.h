@@ -5,19 +5,21 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
 #include <vector>
 
 /// Beats run inside `advance`, on the thread that calls it. One thread drives the clock and starts and ends
 /// beats.
 class ManualClock final : public Clock {
 public:
-    ManualClock() : Clock(QTimeZone::utc()) {}
+    explicit ManualClock(QTimeZone zone = QTimeZone::utc(), Date start = {})
+        : Clock(std::move(zone)), m_start(start) {}
     ~ManualClock() override {
         for (std::thread& thread : m_threads)
             thread.join();
     }
 
-    Date now() const override { return {m_time / 1000}; }
+    Date now() const override { return {m_start.microseconds + m_time / 1000}; }
     HostTime hostTime() const override { return m_time; }
     void sleepUntil(HostTime wake) override { advanceTo(wake); }
     void detachThread(const std::string&, std::function<void()> body) override {
@@ -58,6 +60,7 @@ private:
         return found == m_beats.end() ? nullptr : *found;
     }
 
+    const Date m_start; // at host time 0
     std::atomic<HostTime> m_time{0};
     std::vector<ManualBeat*> m_beats; // in order of starting
     std::vector<std::thread> m_threads;

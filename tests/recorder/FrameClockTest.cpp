@@ -1,0 +1,97 @@
+#include "recorder/FrameClock.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <latch>
+#include <thread>
+
+namespace {
+constexpr HostTime second = 1'000'000'000;
+} // namespace
+
+TEST(FrameClock, knowsNothing_beforeTheFirstNote) {
+    FrameClock clock;
+    EXPECT_FALSE(clock.frameAt(0));
+    EXPECT_FALSE(clock.timeOf(0));
+    clock.reset(48000.0);
+    EXPECT_FALSE(clock.frameAt(second));
+    EXPECT_FALSE(clock.timeOf(1));
+}
+
+TEST(FrameClock, mapsBothWays_beforeAtAndBehindTheNote) {
+    FrameClock clock;
+    clock.reset(44100.0);
+    clock.note(1000, 5 * second);
+    EXPECT_EQ(clock.frameAt(5 * second), 1000);
+    EXPECT_EQ(clock.frameAt(6 * second), 45100);
+    EXPECT_EQ(clock.frameAt(4 * second), -43100);
+    EXPECT_EQ(clock.timeOf(1000), 5 * second);
+    EXPECT_EQ(clock.timeOf(45100), 6 * second);
+    EXPECT_EQ(clock.timeOf(-43100), 4 * second);
+}
+
+TEST(FrameClock, givesTheNearestFrameAndNanosecond) {
+    FrameClock clock;
+    clock.reset(44100.0);
+    clock.note(0, 0);
+    EXPECT_EQ(clock.timeOf(1), 22676); // 22675.7
+    EXPECT_EQ(clock.frameAt(22676), 1);
+    EXPECT_EQ(clock.frameAt(11337), 0); // just below half a frame
+    EXPECT_EQ(clock.frameAt(11338), 1);
+    EXPECT_EQ(clock.frameAt(-11337), 0);
+    EXPECT_EQ(clock.frameAt(-11338), -1);
+}
+
+TEST(FrameClock, findsEveryFrameAgain_alsoAfterDays) {
+    for (const double rate : {8000.0, 11025.0, 44100.0, 48000.0, 192000.0}) {
+        FrameClock clock;
+        clock.reset(rate);
+        const auto days = static_cast<std::int64_t>(30 * 86400 * rate);
+        clock.note(days, 30 * 86400 * second + 12345);
+        for (std::int64_t frame = days - 100'000; frame < days + 100'000; frame += 37)
+            ASSERT_EQ(clock.frameAt(*clock.timeOf(frame)), frame) << rate;
+    }
+}
+
+TEST(FrameClock, goesByTheLatestNote) {
+    FrameClock clock;
+    clock.reset(1000.0);
+    clock.note(0, 0);
+    clock.note(512, second); // the device is late
+    EXPECT_EQ(clock.frameAt(2 * second), 1512);
+    EXPECT_EQ(clock.timeOf(0), second - 512'000'000);
+}
+
+TEST(FrameClock, forgetsAndTakesTheNewRate_whenReset) {
+    FrameClock clock;
+    clock.reset(44100.0);
+    clock.note(1000, second);
+    clock.reset(48000.0);
+    EXPECT_FALSE(clock.frameAt(second));
+    clock.note(0, second);
+    EXPECT_EQ(clock.frameAt(2 * second), 48000);
+}
+
+TEST(FrameClock, showsNoReaderHalfANote) {
+    constexpr std::int64_t notes = 1'000'000;
+    FrameClock clock;
+    clock.reset(1000.0); // a frame is a million nanoseconds, so every whole note says: frame 0 was at 0
+    clock.note(0, 0);
+    std::latch reading(1);
+    std::atomic<bool> ended = false;
+    std::int64_t torn = 0;
+    std::thread reader([&] {
+        reading.count_down();
+        while (!ended) {
+            torn += clock.timeOf(0) != 0 ? 1 : 0;
+            torn += clock.frameAt(0) != 0 ? 1 : 0;
+        }
+    });
+    reading.wait();
+    for (std::int64_t frame = 1; frame <= notes; ++frame)
+        clock.note(frame, frame * 1'000'000);
+    ended = true;
+    reader.join();
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(clock.frameAt(notes * 1'000'000), notes);
+}
