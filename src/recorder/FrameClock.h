@@ -16,7 +16,7 @@ public:
     // Main thread, while no cycle runs
     /// Forgets everything noted. `rate` is frames a second.
     void reset(double rate) {
-        m_rate = rate;
+        m_rate.store(rate, std::memory_order_relaxed);
         m_sequence.store(0, std::memory_order_release);
     }
 
@@ -65,7 +65,7 @@ private:
         }
     }
 
-    double m_rate = 44100.0;
+    std::atomic<double> m_rate{44100.0};
     std::atomic<unsigned> m_sequence{0}; // odd while a note is being written
     std::atomic<std::int64_t> m_frame{0};
     std::atomic<HostTime> m_captured{0};

@@ -103,6 +103,22 @@ void VmRecorder::stopRecording() {
     _stopRecording();
 }
 
+void VmRecorder::restartRecording() {
+    m_actionMethod = 1;
+    stopRecording();
+    // Reaches back to the end of the file before, which the stop itself has left behind by now.
+    m_returnedSeconds = m_controler.seams().clock.now().secondsSince(m_recordStopDate) + 1.0;
+    if (!_startRecording())
+        setCondition(RecordCondition::standingBy);
+}
+
+bool VmRecorder::isNearlyFull() const {
+    // What may still be on its way into the file: the queue, and a look at the time now and then.
+    constexpr double reserve = 90.0; // seconds
+    return dataSize() + reserve * sampleRate() * m_channels * 2.0 >
+           static_cast<double>(SoundFile::largestFile - 4096);
+}
+
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten

@@ -143,6 +143,10 @@ public:
 private:
     void startRecording();
     void stopRecording();
+    /// Ends the file and goes on in the next one: the last frame of the one is followed by the first of the
+    /// other.
+    void restartRecording();
+    bool isNearlyFull() const;
     bool _startRecording();
     void _stopRecording();
     void recordON();

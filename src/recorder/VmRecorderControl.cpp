@@ -225,6 +225,10 @@ void VmRecorder::fillSourcePopup() {
 }
 
 void VmRecorder::countRecordTime() {
+    if (isNearlyFull())
+        restartRecording();
+    if (condition() != RecordCondition::recording)
+        return;
     dispRecordTime();
     const double interval = m_shown ? 0.2 : 1.0;
     m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });
