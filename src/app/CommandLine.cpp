@@ -130,5 +130,6 @@ std::string CommandLine::helpText() {
            "  --version               print the version, then quit\n"
            "  --help                  print this text, then quit\n"
            "\n"
-           "Exit status: 0 all went well, 1 nothing could be recorded, 2 the arguments are wrong.\n";
+           "Exit status: 0 all went well, 1 nothing or not everything could be recorded, 2 the arguments are "
+           "wrong.\n";
 }
