@@ -27,6 +27,7 @@ void RecordForDuty::noteError(const Notification& event) {
 
 void RecordForDuty::begin() {
     m_begun = true;
+    m_begunAt = m_controler.seams().clock.hostTime();
     m_watch = m_controler.seams().runLoop.schedule({.interval = 0.25, .repeats = true}, [this] { watch(); });
     m_controler.recorder().recordButton().press(true);
 }
@@ -44,6 +45,10 @@ void RecordForDuty::recordingStarted() {
 }
 
 void RecordForDuty::watch() {
+    constexpr double patience = 10.0; // seconds
+    const HostTime waited = m_controler.seams().clock.hostTime() - m_begunAt;
+    if (m_timer == nullptr && waited > hostTimeFromSeconds(patience))
+        end("the sound input delivers nothing");
     if (!m_controler.recorder().recordState())
         end("the recording was stopped");
 }

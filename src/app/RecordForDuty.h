@@ -1,5 +1,6 @@
 // app/RecordForDuty.h — one recording of a given length, for the command line.
 #pragma once
+#include "base/Clock.h"
 #include "base/Date.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
@@ -29,6 +30,7 @@ private:
     const double m_seconds;
     const std::function<void(std::string)> m_finished;
     std::atomic<bool> m_begun{false};
+    HostTime m_begunAt = 0;
     bool m_ended = false;
     std::mutex m_mutex; // guards m_firstError
     std::string m_firstError;

@@ -158,6 +158,7 @@ private:
     bool streamIsLate();
     void lookForInput();
     void lookForStall();
+    void retryStart();
     void reportHoles();
     bool protectHowling();
     void updateLatencyNeed();
@@ -201,6 +202,7 @@ private:
     static constexpr double stallPatience = 3.0; // seconds; sound comes in pieces of up to one second
     std::int64_t m_lastFrameSeen = 0;
     HostTime m_lastFrameTime = 0;
+    HostTime m_startTried = 0;
 
     /// Where the sound ended when the input was lost.
     struct InputLoss {

@@ -49,6 +49,8 @@ OSStatus VmRecorder::monitorIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp
 }
 
 void VmRecorder::audioDeviceStartDidFail(KaCoreAudioDevice& device, OSStatus reason) {
+    if (m_inputLoss)
+        return; // said already; it is tried again and again
     say("SomeErrorHappen", "VmRecorder: sound device \"" + device.deviceName() + "\" cannot be started (" +
                                std::to_string(reason) + ").");
 }
@@ -78,9 +80,12 @@ void VmRecorder::recordSourceChanged() {
 
 bool VmRecorder::streamIsLate() {
     // A recording that began before the stream's first frame would bear a name that its sound does not keep.
-    constexpr double patience = 2.0;
-    return !m_pipeline.delivers() &&
-           m_controler.seams().clock.hostTime() - m_streamStarted < hostTimeFromSeconds(patience);
+    if (m_pipeline.delivers())
+        return false;
+    constexpr double patience = 5.0;
+    if (m_controler.seams().clock.hostTime() - m_streamStarted > hostTimeFromSeconds(patience))
+        recordInputLost();
+    return true;
 }
 
 // --- monitoring ----------------------------------------------------------------------------------------------
@@ -148,8 +153,19 @@ void VmRecorder::lookForStall() {
     }
 }
 
+void VmRecorder::retryStart() {
+    constexpr double interval = 5.0; // seconds
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (m_pipeline.delivers() || now - m_startTried < hostTimeFromSeconds(interval))
+        return;
+    m_startTried = now;
+    m_controler.devicer().recordDeviceStart();
+}
+
 void VmRecorder::lookForInput() {
     lookForStall();
+    if (m_inputLoss)
+        retryStart();
     if (!m_inputLoss || m_pipeline.frameCount() <= m_inputLoss->frame)
         return;
     const Seams& seams = m_controler.seams();

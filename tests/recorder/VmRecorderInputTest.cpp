@@ -188,3 +188,35 @@ TEST(VmRecorderInput, asksForSoundSoon_whileALevelDecides) {
     it.desk.runFor(3.0);
     EXPECT_EQ(it.desk.hardware.latencyNeed(), AudioLatencyNeed::metering);
 }
+
+TEST(VmRecorderInput, waitsForADeviceThatDeliversNothingAndSaysSo) {
+    Desk it;
+    it.desk.hardware.setStartFailure(audioHardwareUnspecifiedError);
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
+    EXPECT_EQ(it.recorder().messageField().text(), "InputLost");
+    EXPECT_TRUE(it.recordings().empty());
+    it.desk.hardware.setStartFailure(audioHardwareNoError);
+    it.desk.runFor(10.0); // it is tried again
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    it.desk.terminate();
+    EXPECT_EQ(it.recordings().size(), 1U);
+}
+
+TEST(VmRecorderInput, takesAnInputThatStallsForOneThatIsGone) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(10.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(20.0);
+    it.desk.hardware.stall("desk-in", 8.0);
+    it.desk.runFor(6.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
+    EXPECT_TRUE(it.logged("VmRecorder: sound input \"InternalSource\" is gone."));
+    it.desk.runFor(20.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    it.desk.terminate();
+    EXPECT_EQ(it.recordings().size(), 2U);
+}
