@@ -154,18 +154,34 @@ std::int64_t WritePipeline::writeSoundFile(unsigned size) {
         std::min({aligned(position + readSize / bytesPerFrame), aligned(frameCount()), m_stopFrame.load()});
     if (end <= position || position < m_startFrame)
         return 0;
-    const auto wanted = static_cast<std::size_t>(end - position) * 2;
-    const std::unique_ptr<float[]> block(new (std::nothrow) float[wanted]);
-    if (block == nullptr) {
+    if (!convertUntil(end)) {
         reportError("VmRecorder: no enough memory for write buffer.");
         m_writeThreadError = true;
         return 0;
     }
-    const std::size_t got =
-        m_soundQue->readFloat32Data(block.get(), static_cast<unsigned>(wanted)) / sizeof(float);
-    convert(block.get(), m_soundQue->readPosition() - got, got);
     const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
     return writePending() ? count : 0;
+}
+
+bool WritePipeline::convertUntil(std::int64_t end) {
+    // In pieces that stay in the cache; a whole number of decimation groups each.
+    constexpr std::int64_t pieceFrames = 8192;
+    const std::int64_t first = static_cast<std::int64_t>(m_soundQue->readSamples()) / 2;
+    try {
+        m_piece.resize(pieceFrames * 2);
+        m_pending.reserve(static_cast<std::size_t>((end - first) / m_format.ratio() * m_format.channels));
+        for (std::int64_t position = first; position < end;
+             position = static_cast<std::int64_t>(m_soundQue->readPosition()) / 2) {
+            const auto wanted = static_cast<unsigned>(std::min(end - position, pieceFrames) * 2);
+            const std::size_t got = m_soundQue->readFloat32Data(m_piece.data(), wanted) / sizeof(float);
+            if (got == 0)
+                break;
+            convert(m_piece.data(), m_soundQue->readPosition() - got, got);
+        }
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return true;
 }
 
 void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::size_t samples) {
@@ -174,8 +190,9 @@ void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::
     const std::uint64_t offPhase = firstSample / 2 % ratio;
     const std::size_t skipped = offPhase == 0 ? 0 : static_cast<std::size_t>(ratio - offPhase) * 2;
     const std::size_t frames = samples > skipped ? (samples - skipped) / 2 / ratio : 0;
-    m_pending.resize(frames * static_cast<std::size_t>(m_format.channels));
-    reduceToFile(block + skipped, frames, ratio, m_format.channels, m_pending.data());
+    const std::size_t before = m_pending.size();
+    m_pending.resize(before + frames * static_cast<std::size_t>(m_format.channels));
+    reduceToFile(block + skipped, frames, ratio, m_format.channels, m_pending.data() + before);
 }
 
 bool WritePipeline::writePending() {

@@ -102,6 +102,8 @@ public:
 private:
     void writeSoundFileThread();
     std::int64_t writeSoundFile(unsigned size);
+    /// Moves what the queue holds before frame `end` into `m_pending`. False when there is no memory for it.
+    bool convertUntil(std::int64_t end);
     void convert(const float* block, std::uint64_t firstSample, std::size_t samples);
     bool writePending();
     void discardUntilStart();
@@ -136,6 +138,7 @@ private:
     std::int64_t m_startFrame = 0;
     std::int64_t m_writePos = 0;
     double m_writeCount = 0.0;
+    std::vector<float> m_piece;          // on its way from the queue
     std::vector<std::int16_t> m_pending; // converted, not yet written
 
     // Main thread
