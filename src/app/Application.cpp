@@ -233,12 +233,14 @@ void Application::showWindow() {
         recorder.recordTimeField(), recorder.totalTimeField(),    recorder.messageField(),
         recorder.levelSlider(),     m_controler->meter().lamps(), recorder.sourcePopup(),
         recorder.writeIndicator()};
-    m_window = std::make_unique<MainWindow>(controls, m_texts, [this] {
+    const auto mayClose = [this] {
         if (m_controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
             return false;
         m_runLoop->quit(0);
         return true;
-    });
+    };
+    m_window = std::make_unique<MainWindow>(controls, m_texts, mayClose,
+                                            [&recorder](bool shown) { recorder.setShown(shown); });
     m_qtAlert->setParentWindow(m_window.get());
     m_window->show();
 }

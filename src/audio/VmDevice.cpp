@@ -13,17 +13,26 @@
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 
+#include <algorithm>
+
 void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
     KaAudioBufferListDispose(list);
 }
 
 VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {
     m_system.setEventHandler([this, alive = std::weak_ptr<bool>(m_alive)](const AudioHardwareEvent& event) {
-        if (event.kind == AudioHardwareEvent::Kind::delivered && !m_controler.meter().takeCrossing())
+        using Kind = AudioHardwareEvent::Kind;
+        if (event.kind == Kind::delivered && !m_controler.meter().takeCrossing())
             return;
-        m_controler.seams().runLoop.post([this, alive, event] {
-            if (alive.lock())
-                hardwareEvent(event);
+        // Where the sound ended is known now; the main thread may be busy for a while.
+        const bool isLoss = event.kind == Kind::deviceDied || event.kind == Kind::serverLost;
+        const InputLoss loss = isLoss ? m_controler.recorder().inputLossNow() : InputLoss{};
+        m_controler.seams().runLoop.post([this, alive, event, isLoss, loss] {
+            if (alive.expired())
+                return;
+            if (isLoss && concerns(m_record, event))
+                m_controler.recorder().recordInputLost(loss);
+            hardwareEvent(event);
         });
     });
 }
@@ -158,19 +167,33 @@ void VmDevice::setLatencyNeed(AudioLatencyNeed need) {
 
 bool VmDevice::findSource(Path& path, AudioDirection direction, const char* missing) {
     path.device.reset();
-    path.source = checkSource(path.source, direction);
-    if (path.source >= 0)
-        return true;
-    m_controler.seams().log.log(missing);
-    return false;
+    const auto all = sources(direction);
+    const int count = static_cast<int>(all.size());
+    path.source = count == 0 ? -1 : path.source >= 0 && path.source < count ? path.source : 0;
+    if (path.source < 0) {
+        m_controler.seams().log.log(missing);
+        return false;
+    }
+    path.chosen = all[static_cast<std::size_t>(path.source)];
+    return true;
+}
+
+void VmDevice::followList(Path& path, AudioDirection direction) const {
+    const auto all = sources(direction);
+    const auto same = std::find_if(all.begin(), all.end(), [&path](const AudioSource& other) {
+        return other.device == path.chosen.device && other.name == path.chosen.name;
+    });
+    if (same != all.end())
+        path.source = static_cast<int>(same - all.begin());
 }
 
 void VmDevice::setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direction) const {
-    device.setDataSource(source(path.source, direction).name, direction);
+    device.setDataSource(path.chosen.name, direction);
     path.sampleRate = sampleRateOfDevice(device);
     device.setNominalSampleRate(path.sampleRate);
-    path.bufferSize = static_cast<int>(bufferSizeOfDevice(device));
-    device.setDeviceBufferSizeInFrames(static_cast<unsigned>(path.bufferSize));
+    device.setDeviceBufferSizeInFrames(bufferSizeOfDevice(device));
+    // What the device really took: buffers of any other size would lose frames.
+    path.bufferSize = static_cast<int>(device.deviceBufferSizeInFrames());
     path.channels = static_cast<int>(device.channelsForDirection(direction));
 }
 
@@ -178,13 +201,20 @@ void VmDevice::renewRecordSource() {
     m_levelDevice.reset();
     if (!findSource(m_record, AudioDirection::input, "No recording source is exist."))
         return;
-    const AudioDeviceID device = source(m_record.source, AudioDirection::input).device;
+    const AudioDeviceID device = m_record.chosen.device;
     m_record.device = std::make_unique<KaCoreAudioDevice>(m_system, device);
     m_levelDevice = std::make_unique<KaCoreAudioDevice>(m_system, device);
     m_controler.recorder().setRecordIOTargetWithDevice(*m_record.device);
     m_controler.meter().setLevelIOTargetWithDevice(*m_levelDevice);
     setUp(m_record, *m_levelDevice, AudioDirection::input);
     setUp(m_record, *m_record.device, AudioDirection::input);
+    if (m_record.sampleRate <= 0.0 || m_record.bufferSize <= 0 || m_record.channels <= 0) {
+        // It went away while it was asked; it is found again when the list changes.
+        m_record.device.reset();
+        m_levelDevice.reset();
+        m_record.source = -1;
+        return;
+    }
     const auto frames = static_cast<unsigned>(m_record.bufferSize);
     m_recordBuffer = KaAudioBuffer::initWithCapacityFrames(frames, static_cast<unsigned>(m_record.channels));
     m_convertBuffer.reset(KaAudioBufferListNew(2, frames, true));
@@ -194,8 +224,7 @@ void VmDevice::renewRecordSource() {
 void VmDevice::renewPlaySource() {
     if (!findSource(m_play, AudioDirection::output, "No playback device is exist."))
         return;
-    m_play.device =
-        std::make_unique<KaCoreAudioDevice>(m_system, source(m_play.source, AudioDirection::output).device);
+    m_play.device = std::make_unique<KaCoreAudioDevice>(m_system, m_play.chosen.device);
     setUp(m_play, *m_play.device, AudioDirection::output);
     m_play.device->setDevicePaused(true);
 }
@@ -203,8 +232,7 @@ void VmDevice::renewPlaySource() {
 void VmDevice::renewMonitorSource() {
     if (!findSource(m_monitor, AudioDirection::output, "No monitoring device is exist."))
         return;
-    m_monitor.device =
-        std::make_unique<KaCoreAudioDevice>(m_system, source(m_monitor.source, AudioDirection::output).device);
+    m_monitor.device = std::make_unique<KaCoreAudioDevice>(m_system, m_monitor.chosen.device);
     m_controler.recorder().setMonitorIOTargetWithDevice(*m_monitor.device);
     setUp(m_monitor, *m_monitor.device, AudioDirection::output);
     const auto frames = static_cast<unsigned>(m_monitor.bufferSize);
@@ -254,26 +282,51 @@ void VmDevice::noPlayDeviceAlert() {
     reportMissing("VmRecorder: no sound data output device.");
 }
 
+bool VmDevice::concerns(const Path& path, const AudioHardwareEvent& event) const {
+    return path.device != nullptr && (event.device == 0 || event.device == path.device->deviceID());
+}
+
 void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
     VmRecorder& recorder = m_controler.recorder();
-    const bool recordDeviceMeant =
-        m_record.device != nullptr && (event.device == 0 || event.device == m_record.device->deviceID());
-    if (!recordDeviceMeant)
-        return;
     switch (event.kind) {
     case AudioHardwareEvent::Kind::deviceDied:
     case AudioHardwareEvent::Kind::serverLost:
-        recorder.recordInputLost();
+        if (concerns(m_monitor, event))
+            recorder.monitorOutputLost();
         break;
     case AudioHardwareEvent::Kind::hole:
-        recorder.recordInputHole(event.frames);
+        if (concerns(m_record, event))
+            recorder.recordInputHole(event.frames);
         break;
     case AudioHardwareEvent::Kind::delivered:
         m_controler.meter().levelCrossed();
         break;
-    case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes
     case AudioHardwareEvent::Kind::deviceListChanged:
     case AudioHardwareEvent::Kind::serverReturned:
+    case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes
+        deviceListChanged();
         break;
     }
+}
+
+void VmDevice::deviceListChanged() {
+    if (m_record.source < 0) {
+        followList(m_record, AudioDirection::input);
+        if (recordSourceCount() > 0)
+            setRecordSource(std::max(m_record.source, 0));
+    } else {
+        followList(m_record, AudioDirection::input);
+        m_controler.recorder().recordSourceListChanged();
+    }
+    if (m_monitor.device == nullptr && playSourceCount() > 0) {
+        m_monitor.source = 0;
+        followList(m_monitor, AudioDirection::output);
+        setMonitorSource(m_monitor.source);
+    } else {
+        followList(m_monitor, AudioDirection::output);
+        if (!m_monitorPaused)
+            monitorDevicePaused(false); // a device whose start failed gets another try
+    }
+    if (m_monitorConverter == nullptr)
+        newMonitorConverter();
 }

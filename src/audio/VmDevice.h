@@ -64,8 +64,13 @@ public:
     std::vector<std::string> usablePlaySourceNames() const { return names(AudioDirection::output); }
     std::vector<std::string> usableJapanRecordSourceNames() const;
     std::vector<std::string> usableJapanPlaySourceNames() const;
-    std::string presentRecordSourceName() const { return sourceNameOfRecordSource(m_record.source); }
-    std::string presentJapanRecordSourceName() const { return japanSourceNameOfRecordSource(m_record.source); }
+    std::string presentRecordSourceName() const { return m_record.chosen.name; }
+    std::string presentJapanRecordSourceName() const {
+        return convertJapanRecordSourceName(m_record.chosen.name);
+    }
+    std::string presentJapanMonitorSourceName() const {
+        return convertJapanPlaySourceName(m_monitor.chosen.name);
+    }
     std::string japanSourceNameOfRecordSource(int index) const;
     std::string convertJapanRecordSourceName(const std::string& name) const;
     std::string convertJapanPlaySourceName(const std::string& name) const;
@@ -120,6 +125,7 @@ private:
     struct Path {
         std::unique_ptr<KaCoreAudioDevice> device;
         int source = -1;
+        AudioSource chosen; ///< what the source was in the list when it was chosen
         double sampleRate = 0.0;
         int bufferSize = 0;
         int channels = 0;
@@ -139,6 +145,8 @@ private:
     void renewPlaySource();
     void renewMonitorSource();
     bool findSource(Path& path, AudioDirection direction, const char* missing);
+    void followList(Path& path, AudioDirection direction) const;
+    void deviceListChanged();
     void setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direction) const;
     void makeConverter();
     void awaitCycleEnds();
@@ -146,6 +154,7 @@ private:
     void noPlayDeviceAlert();
     void reportMissing(const char* text);
     void hardwareEvent(const AudioHardwareEvent& event);
+    bool concerns(const Path& path, const AudioHardwareEvent& event) const;
 
     VmControler& m_controler;
     mutable KaCoreAudioSystem m_system;

@@ -97,11 +97,11 @@ bool VmDevice::isPresentDigitalRecord() const {
 }
 
 bool VmDevice::isPresentInternalPlay() const {
-    return sourceNameOfPlaySource(m_play.source) == "Internal speakers";
+    return m_play.chosen.name == "Internal speakers";
 }
 
 bool VmDevice::isPresentInternalMonitor() const {
-    return sourceNameOfPlaySource(m_monitor.source) == "Internal speakers";
+    return m_monitor.chosen.name == "Internal speakers";
 }
 
 double VmDevice::sampleRateOfDevice(const KaCoreAudioDevice& device) const {

@@ -87,6 +87,10 @@ void VmLevelMeter::execLevelMeter() {
             [this] { execLevelMeter(); });
 }
 
+void VmLevelMeter::lookSoon() {
+    m_timer = m_controler.seams().runLoop.schedule({.interval = tick}, [this] { execLevelMeter(); });
+}
+
 void VmLevelMeter::levelCrossed() {
     if (!m_controler.recorder().tickMatters())
         execLevelMeter();

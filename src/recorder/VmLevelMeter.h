@@ -29,6 +29,10 @@ public:
     void levelAnalyzer();
     /// Looks at the level at once, if the next look is not soon anyway.
     void levelCrossed();
+    /// Makes the next look come within a tick, however long the meter was going to rest.
+    void lookSoon();
+    /// Forgets what was heard last: nothing comes any more.
+    void clearSnapshot() { m_frames = 0; }
     void dispLevel(int level);
     double peekHoldTime() const { return m_peekHoldTime; }
     void setPeekHoldTime(double seconds) { m_peekHoldTime = std::clamp(seconds, 0.0, longestHold); }

@@ -93,7 +93,7 @@ void VmRecorder::saveUserDefaults() {
 // --- start and stop of a file --------------------------------------------------------------------------------
 
 void VmRecorder::startRecording() {
-    if (streamIsLate())
+    if (m_controler.devicer().recordSource() < 0 || streamIsLate())
         return;
     if (_startRecording())
         setCondition(RecordCondition::recording);
@@ -152,6 +152,7 @@ void VmRecorder::_stopRecording() {
         stop = m_pipeline.startFrame() + std::llround(*length * m_controler.devicer().recordSampleRate());
         m_recordStopDate = m_recordStartDate.addingSeconds(*length);
     }
+    m_recordStopDate = std::max(m_recordStopDate, m_recordStartDate);
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
     if (!m_writeFile->close() && !m_pipeline.writeThreadError())

@@ -23,6 +23,13 @@ class VmControler;
 /// What the recorder is doing, as the person sees it.
 enum class RecordCondition { stopped = 0, recording = 1, standingBy = 2, waitingForTimer = 3 };
 
+/// Where the sound ended when the input was lost.
+struct InputLoss {
+    std::int64_t frame = 0; ///< the first one that did not come
+    HostTime time = 0;
+    Date date;
+};
+
 /// Posted when a finished recording has its final name; user information "SoundFilePath" holds the full path.
 inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFileFinished_Notification";
 
@@ -46,7 +53,13 @@ public:
     /// The monitor device was replaced: goes on as the monitor switch says.
     void monitorSourceChanged();
     /// The record device delivers nothing any more: finishes the file with the last sound that came.
-    void recordInputLost();
+    void recordInputLost(const InputLoss& loss);
+    /// The input ends here and now. Any thread.
+    InputLoss inputLossNow() const;
+    /// The monitor device plays nothing any more.
+    void monitorOutputLost();
+    /// Inputs came or went; the one in use is still there.
+    void recordSourceListChanged() { fillSourcePopup(); }
     /// `frames` of the device were lost before they reached the recorder and are silent in the recording.
     void recordInputHole(std::uint64_t frames);
     /// The rates shown to the person are to be read again.
@@ -159,6 +172,7 @@ private:
     void lookForInput();
     void lookForStall();
     void retryStart();
+    void reportGap(HostTime end, const char* what);
     void reportHoles();
     bool protectHowling();
     void updateLatencyNeed();
@@ -204,12 +218,6 @@ private:
     HostTime m_lastFrameTime = 0;
     HostTime m_startTried = 0;
 
-    /// Where the sound ended when the input was lost.
-    struct InputLoss {
-        std::int64_t frame = 0;
-        HostTime time = 0;
-        Date date;
-    };
     std::optional<InputLoss> m_inputLoss;
     std::uint64_t m_holeFrames = 0; // not yet reported
     HostTime m_holesReported = 0;

@@ -31,11 +31,13 @@ void VmRecorder::actRecordButton() {
 
 void VmRecorder::recordON() {
     m_recordState = true;
+    m_controler.meter().lookSoon();
     setControlState();
 }
 
 void VmRecorder::recordOFF() {
     m_recordState = false;
+    m_controler.meter().lookSoon();
     setControlState();
 }
 

@@ -62,7 +62,8 @@ void VmRecorder::recordSourceWillChange() {
         stopRecording();
         setCondition(RecordCondition::standingBy); // the next tick goes on with the new device
     }
-    m_inputLoss.reset();
+    if (m_inputLoss)
+        reportGap(m_controler.seams().clock.hostTime(), "is replaced");
 }
 
 void VmRecorder::recordSourceChanged() {
@@ -73,9 +74,12 @@ void VmRecorder::recordSourceChanged() {
         return;
     }
     m_streamStarted = m_controler.seams().clock.hostTime();
+    m_lastFrameTime = m_streamStarted;
     m_controler.meter().watchLevel(m_autoLevel);
     fillSourcePopup();
     renewDispSampleRate();
+    if (m_monitorButton.isOn())
+        actMonitorButton(); // the new input may howl with this output
 }
 
 bool VmRecorder::streamIsLate() {
@@ -84,7 +88,7 @@ bool VmRecorder::streamIsLate() {
         return false;
     constexpr double patience = 5.0;
     if (m_controler.seams().clock.hostTime() - m_streamStarted > hostTimeFromSeconds(patience))
-        recordInputLost();
+        recordInputLost(inputLossNow());
     return true;
 }
 
@@ -120,7 +124,7 @@ void VmRecorder::setShown(bool shown) {
 void VmRecorder::updateLatencyNeed() {
     // Wake-ups are what a recorder costs: sound comes in as large pieces as its use allows.
     AudioLatencyNeed need = AudioLatencyNeed::relaxed;
-    if (m_monitorButton.isOn())
+    if (m_monitorButton.isOn() && m_controler.devicer().monitorSource() >= 0)
         need = AudioLatencyNeed::monitoring;
     else if (levelMatters() || !m_pipeline.delivers())
         need = AudioLatencyNeed::metering;
@@ -129,27 +133,41 @@ void VmRecorder::updateLatencyNeed() {
 
 // --- sound that fails to come --------------------------------------------------------------------------------
 
-void VmRecorder::recordInputLost() {
-    if (m_inputLoss)
-        return;
-    const Seams& seams = m_controler.seams();
-    const HostTime now = seams.clock.hostTime();
+InputLoss VmRecorder::inputLossNow() const {
+    const Clock& clock = m_controler.seams().clock;
+    const HostTime now = clock.hostTime();
     const std::int64_t frame = m_pipeline.frameCount();
     const HostTime time = std::min(m_pipeline.timeOfFrame(frame).value_or(now), now);
-    m_inputLoss = {frame, time, seams.clock.now().addingSeconds(static_cast<double>(time - now) * 1e-9)};
+    return {frame, time, clock.now().addingSeconds(static_cast<double>(time - now) * 1e-9)};
+}
+
+void VmRecorder::recordInputLost(const InputLoss& loss) {
+    if (m_inputLoss)
+        return;
+    m_inputLoss = loss;
+    m_controler.meter().clearSnapshot();
     say("SomeErrorHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" is gone.");
-    m_messageField.setText(seams.texts("InputLost"));
+    m_messageField.setText(m_controler.seams().texts("InputLost"));
     resetCondition();
+    m_pipeline.breakAt(loss.frame);
+}
+
+void VmRecorder::monitorOutputLost() {
+    if (m_monitorButton.isOn())
+        say("SomeErrorHappen", "VmRecorder: sound output \"" +
+                                   m_controler.devicer().presentJapanMonitorSourceName() + "\" is gone.");
 }
 
 void VmRecorder::lookForStall() {
+    if (m_controler.devicer().recordSource() < 0)
+        return;
     const HostTime now = m_controler.seams().clock.hostTime();
     if (const std::int64_t frame = m_pipeline.frameCount();
         frame != m_lastFrameSeen || !m_pipeline.delivers()) {
         m_lastFrameSeen = frame;
         m_lastFrameTime = now;
     } else if (now - m_lastFrameTime > hostTimeFromSeconds(stallPatience)) {
-        recordInputLost(); // nobody told, but nothing comes
+        recordInputLost(inputLossNow()); // nobody told, but nothing comes
     }
 }
 
@@ -168,14 +186,20 @@ void VmRecorder::lookForInput() {
         retryStart();
     if (!m_inputLoss || m_pipeline.frameCount() <= m_inputLoss->frame)
         return;
-    const Seams& seams = m_controler.seams();
-    const HostTime now = seams.clock.hostTime();
+    const HostTime now = m_controler.seams().clock.hostTime();
     const HostTime first = m_pipeline.timeOfFrame(m_inputLoss->frame).value_or(now);
-    m_returnedSeconds = static_cast<double>(now - first) * 1e-9;
-    const double gap = static_cast<double>(first - m_inputLoss->time) * 1e-9;
-    say("SomeReportHappen",
-        "VmRecorder: sound input \"" + m_sourceField.text() + "\" is back, no sound since " +
-            seams.clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") + formatted(" for %.1fseconds.", gap));
+    m_pipeline.breakAt(m_inputLoss->frame);
+    // The next file takes all that came since, and not a frame from before: the margin is for rounding.
+    m_returnedSeconds = m_recordState ? static_cast<double>(now - first) * 1e-9 + 1.0 : 0.0;
+    reportGap(first, "is back");
+}
+
+void VmRecorder::reportGap(HostTime end, const char* what) {
+    const double gap = static_cast<double>(end - m_inputLoss->time) * 1e-9;
+    say("SomeReportHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" " + what +
+                                ", no sound since " +
+                                m_controler.seams().clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") +
+                                formatted(" for %.1fseconds.", gap));
     m_messageField.setText("");
     m_inputLoss.reset();
 }

@@ -72,6 +72,9 @@ public:
     /// on its way (not longer than `stopPatience`), and writes what is left.
     /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
     Account finish(std::int64_t stop, double secondCount);
+    /// Sound stopped coming after frame `frame` - 1 and goes on with it later: no recording may hold both
+    /// sides, and frames that were still expected when it stopped belong to nobody.
+    void breakAt(std::int64_t frame) { m_firstFreeFrame = frame; }
     /// First frame of the recording.
     std::int64_t startFrame() const { return m_startFrame; }
     /// The frame that is, was or will be captured at `time`; the next one, as long as no cycle was captured.

@@ -70,7 +70,7 @@ TEST_F(PulseHardwareLossTest, deliversAgainUnderTheSameId_afterUnplugAndReplug) 
     EXPECT_LT(gap, 7.0 * rate);
     EXPECT_NEAR(stampErrorInSeconds(recorder), 0.0, 0.3);
     EXPECT_LT(m_hardware->holeFrames(device), 512U); // only the last cycle before the gap is filled up
-    EXPECT_EQ(m_hardware->holeFrames(device), m_events.framesOfHoles());
+    EXPECT_EQ(m_events.framesOfHoles(), 0U);         // and not told: the loss itself is the news
 }
 
 TEST_F(PulseHardwareLossTest, deliversAgain_afterTheServerWasKilledAndCameBack) {

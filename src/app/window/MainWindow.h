@@ -13,12 +13,19 @@ public:
     static constexpr int recordTabWidth = 352;
     static constexpr int recordTabHeight = 262;
 
-    /// `mayClose` is asked when a person closes the window.
-    MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose);
+    /// `mayClose` is asked when a person closes the window; `shown` hears whether somebody can see it.
+    MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose,
+               std::function<void(bool)> shown = {});
 
 protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void tellShown() const;
+
     const std::function<bool()> m_mayClose;
+    const std::function<void(bool)> m_shown;
 };

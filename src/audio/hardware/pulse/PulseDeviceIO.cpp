@@ -121,11 +121,8 @@ void PulseDeviceIO::streamReady() {
 void PulseDeviceIO::interrupt() {
     m_stream.reset();
     m_condition = Condition::waiting;
-    const std::uint32_t silence = m_cycles.interrupt();
-    if (silence == 0)
-        return;
-    m_holeFrames.fetch_add(silence, std::memory_order_relaxed);
-    m_surroundings.tell({AudioHardwareEvent::Kind::hole, m_device, silence, {}});
+    // Counted, but not told: the loss itself is the news.
+    m_holeFrames.fetch_add(m_cycles.interrupt(), std::memory_order_relaxed);
 }
 
 void PulseDeviceIO::streamEnded(const std::string& reason) {
