@@ -22,6 +22,17 @@ public:
     virtual ~Beat() = default;
 };
 
+/// A sleep that another thread can end.
+class Nap {
+public:
+    virtual ~Nap() = default;
+    /// The one thread that naps. Blocks until the clock's host time has reached `until`, or until `end` is
+    /// called; an `end` from before this call counts, once.
+    virtual void sleepUntil(HostTime until) = 0;
+    /// Any thread but an I/O thread.
+    virtual void end() = 0;
+};
+
 /// The one source of time. Everything that waits waits here, so that a rehearsal can play days in seconds.
 class Clock {
 public:
@@ -36,6 +47,7 @@ public:
     /// Blocks the calling thread until `hostTime()` has reached `wake`.
     virtual void sleepUntil(HostTime wake) = 0;
     void sleep(double seconds) { sleepUntil(hostTime() + hostTimeFromSeconds(seconds)); }
+    [[nodiscard]] virtual std::unique_ptr<Nap> makeNap() = 0;
     /// Runs `body` on a thread of its own. The clock outlives it: destroying the clock waits for it.
     virtual void detachThread(const std::string& name, std::function<void()> body) = 0;
     /// Calls `call` at host time `first`, then at each host time that it returns: a simulated device's heart

@@ -7,6 +7,29 @@
 #include <utility>
 
 namespace {
+class ConditionNap final : public Nap {
+public:
+    void sleepUntil(HostTime until) override {
+        // The steady clock of the library is the monotonic clock that host times come from.
+        const std::chrono::steady_clock::time_point due{std::chrono::nanoseconds(until)};
+        std::unique_lock lock(m_mutex);
+        m_condition.wait_until(lock, due, [this] { return m_ended; });
+        m_ended = false;
+    }
+    void end() override {
+        {
+            const std::lock_guard guard(m_mutex);
+            m_ended = true;
+        }
+        m_condition.notify_one();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
+    bool m_ended = false;
+};
+
 class ThreadBeat final : public Beat {
 public:
     ThreadBeat(const std::string& name, HostTime first, std::function<HostTime()> call)
@@ -95,4 +118,8 @@ void SystemClock::detachThread(const std::string& name, std::function<void()> bo
 std::unique_ptr<Beat> SystemClock::startBeat(const std::string& name, HostTime first,
                                              std::function<HostTime()> call) {
     return std::make_unique<ThreadBeat>(name, first, std::move(call));
+}
+
+std::unique_ptr<Nap> SystemClock::makeNap() {
+    return std::make_unique<ConditionNap>();
 }

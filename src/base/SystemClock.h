@@ -18,6 +18,7 @@ public:
     Date now() const override;
     HostTime hostTime() const override;
     void sleepUntil(HostTime wake) override;
+    std::unique_ptr<Nap> makeNap() override;
     void detachThread(const std::string& name, std::function<void()> body) override;
     std::unique_ptr<Beat> startBeat(const std::string& name, HostTime first,
                                     std::function<HostTime()> call) override;

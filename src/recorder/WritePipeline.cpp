@@ -19,10 +19,11 @@ unsigned saturated(double value) {
 } // namespace
 
 WritePipeline::WritePipeline(Clock& clock, SystemLog& log, const NotificationCenter& notifications)
-    : m_clock(clock), m_log(log), m_notifications(notifications) {}
+    : m_clock(clock), m_log(log), m_notifications(notifications), m_nap(clock.makeNap()) {}
 
 WritePipeline::~WritePipeline() {
     m_writeThread = false;
+    m_nap->end();
     while (m_fileWriteing)
         m_clock.sleep(0.1);
 }
@@ -100,6 +101,7 @@ void WritePipeline::start(SoundFile& file, const Format& format) {
     m_pending.clear();
     m_overflowCount = 0;
     m_writeThreadError = false;
+    m_nap = m_clock.makeNap(); // without an end that came after the last thread's
     m_writeThread = true;
     // Set here too: whoever stops at once must not take the thread for one that has already ended.
     m_fileWriteing = true;
@@ -122,7 +124,7 @@ void WritePipeline::writeSoundFileThread() {
             break;
         }
         for (int count = 0; count < wakesPerWrite && m_writeThread; ++count) {
-            m_clock.sleepUntil(wake);
+            m_nap->sleepUntil(wake);
             wake = m_clock.hostTime() + hostTimeFromSeconds(wakeInterval);
         }
     }
@@ -219,6 +221,7 @@ void WritePipeline::awaitFrame(std::int64_t frame) {
 WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCount) {
     m_stopFrame = std::max(aligned(stop), m_startFrame);
     m_writeThread = false;
+    m_nap->end();
     while (fileWriteing())
         m_clock.sleep(0.1);
     // A device that has been silent for longer than the patience is not on its way, it is gone.

@@ -129,6 +129,7 @@ private:
     std::atomic<std::uint64_t> m_inputCount{0};   // bytes; advanced by the I/O thread
     std::atomic<std::int64_t> m_overflowCount{0}; // bytes; advanced by the I/O thread
 
+    std::unique_ptr<Nap> m_nap; // of the write thread; a stop ends it
     std::atomic<bool> m_writeThread{false};
     std::atomic<bool> m_fileWriteing{false};
     std::atomic<bool> m_writeThreadError{false};

@@ -20,6 +20,46 @@ struct VirtualClock::VirtualBeat final : Beat {
     std::function<HostTime()> call;
 };
 
+/// Ending a nap brings the napping thread's event forward to now.
+class VirtualClock::VirtualNap final : public Nap {
+public:
+    explicit VirtualNap(VirtualClock& clock) : m_clock(clock) {}
+
+    void sleepUntil(HostTime until) override {
+        std::unique_lock lock(m_clock.m_mutex);
+        if (std::exchange(m_ended, false) || m_clock.m_ending)
+            return;
+        Sleeper self;
+        m_sleeper = &self;
+        m_clock.addEvent(until, &self, nullptr);
+        m_clock.m_driverHasBaton = true;
+        m_clock.m_batonBack.notify_one();
+        self.wake.wait(lock, [&self] { return self.mayRun; });
+        m_sleeper = nullptr;
+        m_ended = false;
+    }
+
+    void end() override {
+        const std::lock_guard guard(m_clock.m_mutex);
+        m_ended = true;
+        for (Event& event : m_clock.m_events)
+            if (m_sleeper != nullptr && event.sleeper == m_sleeper) {
+                event.due = m_clock.m_hostTime;
+                event.order = ++m_clock.m_order;
+            }
+        std::make_heap(m_clock.m_events.begin(), m_clock.m_events.end(), laterFirst);
+    }
+
+private:
+    VirtualClock& m_clock;
+    Sleeper* m_sleeper = nullptr; // guarded by the clock's mutex, as the next
+    bool m_ended = false;
+};
+
+std::unique_ptr<Nap> VirtualClock::makeNap() {
+    return std::make_unique<VirtualNap>(*this);
+}
+
 VirtualClock::VirtualClock(QTimeZone zone, Date start) : Clock(std::move(zone)), m_start(start) {}
 
 VirtualClock::~VirtualClock() {

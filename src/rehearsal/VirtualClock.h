@@ -26,6 +26,7 @@ public:
     Date now() const override;
     HostTime hostTime() const override { return m_hostTime; }
     void sleepUntil(HostTime wake) override;
+    std::unique_ptr<Nap> makeNap() override;
     void detachThread(const std::string& name, std::function<void()> body) override;
     std::unique_ptr<Beat> startBeat(const std::string& name, HostTime first,
                                     std::function<HostTime()> call) override;
@@ -42,6 +43,7 @@ private:
         bool mayRun = false;
     };
     struct VirtualBeat;
+    class VirtualNap;
     struct Event {
         HostTime due;
         std::uint64_t order;

@@ -22,6 +22,7 @@ public:
     Date now() const override { return {m_start.microseconds + m_time / 1000}; }
     HostTime hostTime() const override { return m_time; }
     void sleepUntil(HostTime wake) override { advanceTo(wake); }
+    std::unique_ptr<Nap> makeNap() override { return std::make_unique<ManualNap>(*this); }
     void detachThread(const std::string&, std::function<void()> body) override {
         m_threads.emplace_back(std::move(body));
     }
@@ -45,6 +46,20 @@ public:
     std::size_t beats() const { return m_beats.size(); }
 
 private:
+    /// Nobody can end a nap while the one thread that drives the clock naps.
+    class ManualNap final : public Nap {
+    public:
+        explicit ManualNap(ManualClock& clock) : m_clock(clock) {}
+        void sleepUntil(HostTime until) override {
+            if (!std::exchange(m_ended, false))
+                m_clock.advanceTo(until);
+        }
+        void end() override { m_ended = true; }
+
+    private:
+        ManualClock& m_clock;
+        bool m_ended = false;
+    };
     struct ManualBeat final : Beat {
         ManualBeat(ManualClock& clock, HostTime first, std::function<HostTime()> call)
             : m_clock(clock), m_next(first), m_call(std::move(call)) {}
