@@ -220,3 +220,133 @@ TEST(VmRecorderInput, takesAnInputThatStallsForOneThatIsGone) {
     it.desk.terminate();
     EXPECT_EQ(it.recordings().size(), 2U);
 }
+
+TEST(VmRecorderInput, losesNothingOfWhatComesAfterAStopInAStall) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(5.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(10.0);
+    it.desk.hardware.stall("desk-in", 10.0);
+    it.desk.runFor(2.6);
+    it.recorder().recordButton().press(false); // expects sound that will never come
+    it.desk.runFor(5.0);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.runFor(5.0);
+    it.desk.hardware.replug("desk-in");
+    it.desk.runFor(0.5);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(10.0);
+    it.desk.terminate();
+    ASSERT_EQ(it.recordings().size(), 2U);
+    const auto after = it.samples(it.recordings()[1]);
+    EXPECT_NEAR(static_cast<double>(after.size() / 2) / 44100.0, 10.0, 0.1);
+    EXPECT_EQ(counting::breaks(after, counting::frameOf(after[0], after[1])), 0);
+}
+
+TEST(VmRecorderInput, doesNotReachBackAcrossAGapForTheSoundBeforeTheTrigger) {
+    auto settings = fullRateStereo;
+    settings.insert(settings.end(), {{"RecordMode", 1}, {"AutoStartLevel", 20}, {"PreBufferingSeconds", 10}});
+    Desk it(settings);
+    it.desk.launch();
+    it.desk.runFor(20.0);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.runFor(60.0);
+    it.desk.hardware.replug("desk-in");
+    it.desk.runFor(1.5);
+    it.recorder().levelSlider().move(0); // any level triggers now
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(10.0);
+    it.desk.terminate();
+    ASSERT_EQ(it.recordings().size(), 1U);
+    const auto samples = it.samples(it.recordings()[0]);
+    EXPECT_EQ(counting::breaks(samples, counting::frameOf(samples[0], samples[1])), 0);
+    EXPECT_NEAR(static_cast<double>(samples.size() / 2) / 44100.0, 11.5, 0.1);
+}
+
+TEST(VmRecorderInput, findsADeviceAgainThatWasChosenWhileItWasAway) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(5.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(5.0);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.runFor(2.0);
+    it.desk.controler->devicer().setRecordSource(0); // there is none now
+    EXPECT_EQ(it.desk.controler->devicer().recordSource(), -1);
+    it.desk.runFor(5.0);
+    it.desk.hardware.replug("desk-in");
+    it.desk.runFor(10.0);
+    EXPECT_EQ(it.desk.controler->devicer().recordSource(), 0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    EXPECT_EQ(it.recorder().messageField().text(), "");
+    it.desk.terminate();
+    EXPECT_EQ(it.recordings().size(), 2U);
+}
+
+TEST(VmRecorderInput, keepsTheChosenSource_whenTheListChanges) {
+    SimulatedDevice first = countingInput();
+    first.name = first.uid = "A";
+    SimulatedDevice second = countingInput();
+    second.name = second.uid = "B";
+    first.dataSources = second.dataSources = {};
+    Desk it({{"recordSourceDevice", 1}}, {first, second, deskOutput()});
+    it.desk.launch();
+    EXPECT_EQ(it.recorder().sourcePopup().items(), (Names{"A", "B"}));
+    it.desk.hardware.unplug("A");
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recorder().sourcePopup().items(), Names{"B"});
+    EXPECT_EQ(it.recorder().sourcePopup().selected(), 0);
+    EXPECT_EQ(it.desk.controler->devicer().presentRecordSourceName(), "B");
+    it.desk.hardware.replug("A");
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recorder().sourcePopup().selected(), 1);
+}
+
+TEST(VmRecorderInput, leavesLessThanAFifthOfASecondBetweenTwoSources) {
+    for (const double moment : {0.05, 0.3, 0.55, 0.8}) {
+        SimulatedDevice other = countingInput();
+        other.name = other.uid = "Another";
+        Desk it(fullRateStereo, {countingInput(), other, deskOutput()});
+        it.desk.launch();
+        it.recorder().recordButton().press(true);
+        it.desk.runFor(10.0 + moment);
+        it.desk.controler->devicer().setRecordSource(0);
+        it.desk.runFor(5.0);
+        it.desk.terminate();
+        ASSERT_EQ(it.recordings().size(), 2U);
+        const auto before = it.samples(it.recordings()[0]);
+        const auto after = it.samples(it.recordings()[1]);
+        const std::int64_t gap = counting::frameOf(after[0], after[1]) -
+                                 counting::frameOf(before[before.size() - 2], before[before.size() - 1]);
+        EXPECT_LT(static_cast<double>(gap) / 44100.0, 0.2) << moment;
+        EXPECT_GT(gap, 0);
+    }
+}
+
+TEST(VmRecorderMonitor, isSwitchedOff_whenTheInternalMicrophoneIsChosen) {
+    SimulatedDevice out = speakers(44100.0);
+    out.dataSources = {"Internal speakers"};
+    Desk it({{"recordSourceDevice", 1}}, {sineInput(), out});
+    it.desk.launch();
+    it.recorder().monitorButton().press(true);
+    EXPECT_TRUE(it.recorder().monitorButton().isOn()); // Line In
+    it.desk.controler->devicer().setRecordSource(0);
+    EXPECT_FALSE(it.recorder().monitorButton().isOn());
+}
+
+TEST(VmRecorderMonitor, saysThatTheOutputIsGoneAndPlaysOnWhenItReturns) {
+    Desk it(fullRateStereo, {sineInput(), speakers(44100.0)});
+    it.desk.launch();
+    it.recorder().monitorButton().press(true);
+    Ear ear(it);
+    it.desk.runFor(3.0);
+    it.desk.hardware.unplug("Speakers");
+    it.desk.runFor(3.0);
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: sound output \"Speakers\" is gone."));
+    const std::size_t before = ear.heard.size();
+    it.desk.hardware.replug("Speakers");
+    it.desk.runFor(5.0);
+    EXPECT_GT(ear.heard.size(), before);
+    EXPECT_NEAR(ear.peak(2.0, 0, 2, 44100.0), 0.5F, 0.002F);
+}

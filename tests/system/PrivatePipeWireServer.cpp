@@ -37,6 +37,8 @@ std::string PrivatePipeWireServer::whyNot() {
          {"dbus-daemon", "pipewire", "wireplumber", "pipewire-pulse", "pactl", "paplay", "pw-cli"})
         if (!ChildProcess::isInstalled(program))
             return std::string(program) + " is not installed";
+    if (!std::filesystem::exists("/run/systemd"))
+        return "WirePlumber does not start where no systemd runs";
     return {};
 }
 
