@@ -19,7 +19,21 @@ void VmDevice::BufferListDisposal::operator()(AudioBufferList* list) const {
     KaAudioBufferListDispose(list);
 }
 
-VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {
+VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(controler.seams().hardware) {}
+
+VmDevice::~VmDevice() {
+    m_system.setEventHandler({});
+    stopDevices();
+}
+
+void VmDevice::registerDefaults(UserDefaults& defaults) {
+    defaults.registerDefault("recordSourceDevice", 0);
+    defaults.registerDefault("PlaybackSourceDevice", 0);
+    defaults.registerDefault("MonitorSourceDevice", 0);
+    defaults.registerDefault("UseHightQualitySampling", false);
+}
+
+void VmDevice::hearHardware() {
     m_system.setEventHandler([this, alive = std::weak_ptr<bool>(m_alive)](const AudioHardwareEvent& event) {
         using Kind = AudioHardwareEvent::Kind;
         if (event.kind == Kind::delivered && !m_controler.meter().takeCrossing())
@@ -35,18 +49,6 @@ VmDevice::VmDevice(VmControler& controler) : m_controler(controler), m_system(co
             hardwareEvent(event);
         });
     });
-}
-
-VmDevice::~VmDevice() {
-    m_system.setEventHandler({});
-    stopDevices();
-}
-
-void VmDevice::registerDefaults(UserDefaults& defaults) {
-    defaults.registerDefault("recordSourceDevice", 0);
-    defaults.registerDefault("PlaybackSourceDevice", 0);
-    defaults.registerDefault("MonitorSourceDevice", 0);
-    defaults.registerDefault("UseHightQualitySampling", false);
 }
 
 void VmDevice::awake() {
@@ -69,6 +71,7 @@ void VmDevice::awake() {
     else
         renewMonitorSource();
     newMonitorConverter();
+    hearHardware();
 }
 
 void VmDevice::saveUserDefaults() {

@@ -153,6 +153,8 @@ private:
     void noRecordDeviceAlert();
     void noPlayDeviceAlert();
     void reportMissing(const char* text);
+    /// Events come on the sound system's thread and ask the peers, so not before these exist.
+    void hearHardware();
     void hardwareEvent(const AudioHardwareEvent& event);
     bool concerns(const Path& path, const AudioHardwareEvent& event) const;
 

@@ -113,10 +113,12 @@ void VmRecorder::restartRecording() {
 }
 
 bool VmRecorder::isNearlyFull() const {
-    // What may still be on its way into the file: the queue, and a look at the time now and then.
+    // Counted in frames: a clock that is set back must not let a file overflow. The reserve is what the queue
+    // may still hold, and the time until the next look.
     constexpr double reserve = 90.0; // seconds
-    return dataSize() + reserve * sampleRate() * m_channels * 2.0 >
-           static_cast<double>(SoundFile::largestFile - 4096);
+    const auto frames = static_cast<double>(m_pipeline.frameCount() - m_pipeline.startFrame());
+    const double seconds = frames / m_controler.devicer().recordSampleRate() + reserve;
+    return seconds * sampleRate() * m_channels * 2.0 > static_cast<double>(SoundFile::largestFile - 4096);
 }
 
 bool VmRecorder::_startRecording() {

@@ -23,6 +23,8 @@ void VmRecorder::actRecordButton() {
     UserDefaults& defaults = m_controler.seams().defaults;
     defaults.set("RecordSwitch", m_recordButton.isOn());
     defaults.synchronize();
+    if (!m_emergency)
+        m_actionMethod = 3; // by hand
     if (m_recordButton.isOn())
         recordON();
     else
@@ -102,6 +104,7 @@ void VmRecorder::controlAutoDelay() {
     reportHoles();
     updateLatencyNeed();
     resetCondition();
+    m_returnedSeconds = 0.0; // meant for a start at once, not for a later one
     dispCondition();
 }
 

@@ -95,6 +95,8 @@ bool VmRecorder::streamIsLate() {
 // --- monitoring ----------------------------------------------------------------------------------------------
 
 void VmRecorder::actMonitorButton() {
+    if (!m_inputLoss)
+        m_messageField.setText("");
     const bool on = m_monitorButton.isOn() && !protectHowling();
     m_controler.devicer().monitorDevicePaused(!on);
     m_monitorButton.setImage(on ? "MonitorOn" : "Monitor");
@@ -112,7 +114,6 @@ bool VmRecorder::protectHowling() {
 
 void VmRecorder::monitorSourceChanged() {
     m_monitorButton.setEnabled(m_controler.devicer().monitorSource() >= 0);
-    m_messageField.setText("");
     actMonitorButton();
 }
 

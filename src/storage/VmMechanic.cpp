@@ -66,12 +66,8 @@ VmMechanic::VmMechanic(const Seams& seams) : m_seams(seams) {
     setMaxTotalTime(defaults.doubleForKey(maxTotalTimeKey));
     m_adviceOperation = defaults.boolForKey(adviceOperationKey);
     setAdviceDataSize(defaults.doubleForKey(adviceDataSizeKey));
-    setDirPath(expandedPath(defaults.stringForKey(directoryPathKey)));
+    setDirPath(Paths::expandingTilde(defaults.stringForKey(directoryPathKey)));
     deleteDotFileInFolder(m_recordFolder);
-}
-
-std::string VmMechanic::expandedPath(std::string_view path) {
-    return Paths::expandingTilde(path);
 }
 
 void VmMechanic::saveUserDefaults() {
@@ -162,7 +158,7 @@ void VmMechanic::setDirPath(const std::string& path) {
     std::string folder = Paths::trimmed(path);
     if (!m_seams.volume.isFolder(folder) && !m_seams.volume.makeFolder(folder)) {
         m_seams.log.log("Data folder is changed to default");
-        folder = expandedPath(defaultDirectoryPath);
+        folder = Paths::expandingTilde(defaultDirectoryPath);
         if (!m_seams.volume.makeFolder(folder))
             reportError("VmMechanic: record folder create error.");
     }

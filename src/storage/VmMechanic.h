@@ -23,8 +23,6 @@ public:
     explicit VmMechanic(const Seams& seams);
     VmMechanic(const VmMechanic&) = delete;
     VmMechanic& operator=(const VmMechanic&) = delete;
-    /// `path` with a leading tilde replaced by the home folder.
-    static std::string expandedPath(std::string_view path);
     void saveUserDefaults();
 
     // Sound files

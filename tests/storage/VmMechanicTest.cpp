@@ -1,6 +1,7 @@
 #include "storage/VmMechanic.h"
 
 #include "storage/MechanicDesk.h"
+#include "storage/Paths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -168,7 +169,7 @@ TEST_F(VmMechanicTest, makesTheFolderOfItsSetting_withTheTildeExpanded) {
     EXPECT_EQ(other.recordFolder(), desk.folder / "Music/duty");
     EXPECT_TRUE(desk.disk.isFolder(other.recordFolder()));
     EXPECT_EQ(desk.defaults.stringForKey("DirectoryPath"), other.recordFolder());
-    EXPECT_EQ(VmMechanic::expandedPath("~/x"), desk.folder / "x");
+    EXPECT_EQ(Paths::expandingTilde("~/x"), desk.folder / "x");
 }
 
 TEST_F(VmMechanicTest, removesHiddenRecordingsAtLaunch_andNothingElse) {

@@ -242,28 +242,25 @@ OSStatus PulseHardware::addIOProc(AudioDeviceID device, AudioDeviceIOProc proc, 
     return procedures->add(proc, clientData);
 }
 
-OSStatus PulseHardware::startIOProc(AudioDeviceID device, AudioDeviceIOProc proc) {
+OSStatus PulseHardware::onExistingIO(AudioDeviceID device, AudioDeviceIOProc proc,
+                                     OSStatus (PulseDeviceIO::*call)(AudioDeviceIOProc)) {
     PulseDeviceIO* const procedures = existingIO(device);
     if (procedures == nullptr)
         return audioHardwareBadDeviceError;
     const PulseConnection::Lock lock(m_connection);
-    return procedures->start(proc);
+    return (procedures->*call)(proc);
+}
+
+OSStatus PulseHardware::startIOProc(AudioDeviceID device, AudioDeviceIOProc proc) {
+    return onExistingIO(device, proc, &PulseDeviceIO::start);
 }
 
 OSStatus PulseHardware::stopIOProc(AudioDeviceID device, AudioDeviceIOProc proc) {
-    PulseDeviceIO* const procedures = existingIO(device);
-    if (procedures == nullptr)
-        return audioHardwareBadDeviceError;
-    const PulseConnection::Lock lock(m_connection);
-    return procedures->stop(proc);
+    return onExistingIO(device, proc, &PulseDeviceIO::stop);
 }
 
 OSStatus PulseHardware::removeIOProc(AudioDeviceID device, AudioDeviceIOProc proc) {
-    PulseDeviceIO* const procedures = existingIO(device);
-    if (procedures == nullptr)
-        return audioHardwareBadDeviceError;
-    const PulseConnection::Lock lock(m_connection);
-    return procedures->remove(proc);
+    return onExistingIO(device, proc, &PulseDeviceIO::remove);
 }
 
 void PulseHardware::setLatencyNeed(AudioDeviceID device, AudioLatencyNeed need) {

@@ -72,6 +72,8 @@ private:
     /// The device's procedures; null for an ID that was never given out.
     PulseDeviceIO* io(AudioDeviceID device);
     PulseDeviceIO* existingIO(AudioDeviceID device);
+    OSStatus onExistingIO(AudioDeviceID device, AudioDeviceIOProc proc,
+                          OSStatus (PulseDeviceIO::*call)(AudioDeviceIOProc));
 
     Clock& m_clock;
     PulseDeviceTable m_table;
