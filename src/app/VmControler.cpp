@@ -8,10 +8,14 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserveList.h"
+#include "schedule/VmReserver.h"
 #include "storage/VmMechanic.h"
 
 void VmControler::registerDefaults(UserDefaults& defaults) {
     VmMechanic::registerDefaults(defaults);
+    VmReserver::registerDefaults(defaults);
+    VmReserveList::registerDefaults(defaults);
     VmRecorder::registerDefaults(defaults);
     VmLevelMeter::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
@@ -19,10 +23,13 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
 
 VmControler::VmControler(const Seams& seams) : m_seams(seams) {
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
+    m_reserver = std::make_unique<VmReserver>(*this);
+    m_reservelist = std::make_unique<VmReserveList>(*this);
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
     m_devicer->awake();
+    m_reservelist->awake();
 }
 
 VmControler::~VmControler() {
@@ -61,6 +68,8 @@ void VmControler::applicationWillTerminate() {
 void VmControler::saveUserDefaults() {
     m_recorder->saveUserDefaults();
     m_mechanic->saveUserDefaults();
+    m_reserver->saveUserDefaults();
+    m_reservelist->saveUserDefaults();
     m_devicer->saveUserDefaults();
     m_seams.defaults.synchronize();
 }

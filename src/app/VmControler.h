@@ -8,6 +8,8 @@ class VmDevice;
 class VmLevelMeter;
 class VmMechanic;
 class VmRecorder;
+class VmReserveList;
+class VmReserver;
 
 /// Owns every other controller for the whole life of the process. Controllers reach each other only through the
 /// accessors. Main thread only.
@@ -26,6 +28,8 @@ public:
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmRecorder& recorder() const { return *m_recorder; }
+    VmReserver& reserver() const { return *m_reserver; }
+    VmReserveList& reservelist() const { return *m_reservelist; }
 
     /// The start-up sequence, in its order.
     void applicationDidFinishLaunching();
@@ -38,6 +42,8 @@ private:
 
     const Seams m_seams;
     std::unique_ptr<VmMechanic> m_mechanic;
+    std::unique_ptr<VmReserver> m_reserver;
+    std::unique_ptr<VmReserveList> m_reservelist;
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmDevice> m_devicer;
