@@ -1,6 +1,7 @@
 #include "app/VmControler.h"
 
 #include "audio/VmDevice.h"
+#include "base/AdministratorRight.h"
 #include "base/Alert.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
@@ -13,6 +14,7 @@
 #include "storage/VmMechanic.h"
 
 void VmControler::registerDefaults(UserDefaults& defaults) {
+    defaults.registerDefault("AuthorizationRequired", false);
     VmMechanic::registerDefaults(defaults);
     VmReserver::registerDefaults(defaults);
     VmReserveList::registerDefaults(defaults);
@@ -21,7 +23,8 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmDevice::registerDefaults(defaults);
 }
 
-VmControler::VmControler(const Seams& seams) : m_seams(seams) {
+VmControler::VmControler(const Seams& seams)
+    : m_seams(seams), m_authorization(seams.defaults.boolForKey("AuthorizationRequired")) {
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
     m_reserver = std::make_unique<VmReserver>(*this);
     m_reservelist = std::make_unique<VmReserveList>(*this);
@@ -37,6 +40,10 @@ VmControler::~VmControler() {
     m_devicer->stopDevices();
 }
 
+int VmControler::VmAuthorization() const {
+    return m_seams.administratorRight.obtain() ? 0 : -1;
+}
+
 void VmControler::applicationDidFinishLaunching() {
     if (m_devicer->awakeError())
         m_seams.runLoop.post([this] { m_seams.runLoop.quit(1); });
@@ -46,8 +53,12 @@ void VmControler::applicationDidFinishLaunching() {
     m_devicer->recordDeviceStart();
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->rescueTempFile();
+    m_recorder->deleteProgressSoundFile();
     m_recorder->reviveRecordCondition();
-    m_recorder->autoRecordStart();
+    if (m_recorder->autoStartup())
+        m_recorder->autoRecordStart();
+    else if (m_reserver->reserveAutoStartup())
+        m_recorder->autoReserveStart();
 }
 
 VmControler::TerminateReply VmControler::applicationShouldTerminate() {
@@ -55,6 +66,8 @@ VmControler::TerminateReply VmControler::applicationShouldTerminate() {
         m_seams.alert.ask({"UnableExit", "StopRecording", "Understand"});
         return TerminateReply::cancel;
     }
+    if (m_authorization && VmAuthorization() != 0)
+        return TerminateReply::cancel;
     return TerminateReply::now;
 }
 

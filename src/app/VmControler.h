@@ -31,6 +31,10 @@ public:
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
 
+    bool authorization() const { return m_authorization; }
+    /// Asks for the administrator right: 0 when it was granted, else -1.
+    int VmAuthorization() const;
+
     /// The start-up sequence, in its order.
     void applicationDidFinishLaunching();
     enum class TerminateReply { now, cancel };
@@ -41,6 +45,7 @@ private:
     void saveUserDefaults();
 
     const Seams m_seams;
+    bool m_authorization = false;
     std::unique_ptr<VmMechanic> m_mechanic;
     std::unique_ptr<VmReserver> m_reserver;
     std::unique_ptr<VmReserveList> m_reservelist;

@@ -71,14 +71,26 @@ private:
 };
 } // namespace
 
-const VmReserverElement* VmReserver::startElement() const {
+const VmReserverElement* VmReserver::elementStartingNow(Ending ending) const {
     const Clock& clock = m_controler.seams().clock;
     const CalendarDate now = clock.calendarDate(clock.now());
-    for (const VmReserverElement& element : m_controler.reservelist().timers())
-        if (element.enabled() != 0 && mayRunOn(element, now) && element.startHour() == now.hour &&
-            element.startMinute() == now.minute)
+    for (const VmReserverElement& element : m_controler.reservelist().timers()) {
+        if (element.enabled() == 0 || !mayRunOn(element, now) || element.startHour() != now.hour ||
+            element.startMinute() != now.minute)
+            continue;
+        const bool hasEnded = element.start() < element.stop() && DayTime::seconds(now) >= element.stop();
+        if (!hasEnded || ending == Ending::counts)
             return &element;
+    }
     return nullptr;
+}
+
+const VmReserverElement* VmReserver::startElement() const {
+    return elementStartingNow(Ending::counts);
+}
+
+const VmReserverElement* VmReserver::unfinishedStartElement() const {
+    return elementStartingNow(Ending::passedOver);
 }
 
 const VmReserverElement* VmReserver::elementContainingNow(Ending ending) const {

@@ -49,6 +49,8 @@ public:
     /// As `withinElement`, but an entry that stops in this very second is passed over: nothing is left of it to
     /// record. One that stops when it starts runs the whole day.
     const VmReserverElement* unfinishedWithinElement() const;
+    /// As `startElement`, but an entry that has reached its stop within the minute of its start is passed over.
+    const VmReserverElement* unfinishedStartElement() const;
     /// The nearest start within the next 24 hours, the first entry of equal ones. An entry fixed to yesterday
     /// that started less than a day ago counts with the negative seconds since then.
     NextElement nextElementSecond() const;
@@ -108,6 +110,7 @@ public:
 private:
     enum class Ending { counts, passedOver };
     const VmReserverElement* elementContainingNow(Ending ending) const;
+    const VmReserverElement* elementStartingNow(Ending ending) const;
     VmReserverElement newElement() const;
     /// Before the selected row, or at the end; it is selected then.
     void insertElement(VmReserverElement element);

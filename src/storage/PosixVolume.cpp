@@ -77,6 +77,13 @@ std::optional<std::int64_t> PosixVolume::fileSize(const std::string& path) {
     return status->st_size;
 }
 
+bool PosixVolume::isSameFile(const std::string& path, const std::string& other) {
+    struct stat first {};
+    struct stat second {};
+    return lstat(path.c_str(), &first) == 0 && lstat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 bool PosixVolume::isFolder(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);

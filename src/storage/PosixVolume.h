@@ -15,6 +15,7 @@ public:
     bool exists(const std::string& path) override;
     std::optional<std::int64_t> fileSize(const std::string& path) override;
     bool isFolder(const std::string& path) override;
+    bool isSameFile(const std::string& path, const std::string& other) override;
     bool makeFolder(const std::string& path) override;
     int renameWithoutReplacing(const std::string& from, const std::string& to) override;
     int makeLink(const std::string& existing, const std::string& link) override;

@@ -47,6 +47,8 @@ public:
     // Work files; empty pointers when they cannot be had
     std::string temporaryFilePath() const;
     std::unique_ptr<VolumeFile> openTempFile();
+    std::string relayFilePath() const;
+    static constexpr std::int64_t freshRelaySize = 12; ///< bytes
     /// A new relay file. It holds "regular file" at first: truncate it before writing.
     std::unique_ptr<VolumeFile> createRelayFile();
     std::unique_ptr<VolumeFile> openRelayFile();
@@ -77,7 +79,6 @@ public:
 
 private:
     void reportError(std::string_view message) const;
-    std::string relayFilePath() const;
     void deleteDotFile(const std::string& path) const;
 
     const Seams m_seams;

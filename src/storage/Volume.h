@@ -46,6 +46,8 @@ public:
     /// Without following a link; nothing if there is no such file.
     virtual std::optional<std::int64_t> fileSize(const std::string& path) = 0;
     virtual bool isFolder(const std::string& path) = 0;
+    /// True when both are names of one and the same file.
+    virtual bool isSameFile(const std::string& path, const std::string& other) = 0;
     virtual bool makeFolder(const std::string& path) = 0; ///< with its parents
     /// 0 or an errno; EEXIST when `to` exists already: nothing is ever overwritten.
     virtual int renameWithoutReplacing(const std::string& from, const std::string& to) = 0;
