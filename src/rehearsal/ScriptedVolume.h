@@ -38,6 +38,8 @@ public:
     int remove(const std::string& path) override { return m_files.remove(path); }
     int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
     std::vector<VolumeEntry> list(const std::string& folder) override { return m_files.list(folder); }
+    bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
+    int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }
 
     // Called by the open files

@@ -22,6 +22,8 @@ public:
     int remove(const std::string& path) override;
     int synchronizeFolder(const std::string& folder) override;
     std::vector<VolumeEntry> list(const std::string& folder) override;
+    bool isLocked(const std::string& path) override;
+    int setLocked(const std::string& path, bool locked) override;
     std::optional<double> freeBytes(const std::string& folder) override;
 
     /// The two ways to rename where the file system knows no rename that refuses to replace; 0 or an errno.
