@@ -13,8 +13,9 @@ public:
 
     /// The field of `event` that this version cannot rehearse yet; empty when it can.
     static std::string unsupportedField(const ScenarioEvent& event);
-    /// Performs a supported event.
-    void perform(const ScenarioEvent& event);
+    /// Performs a supported event. Says which field of it makes no sense at this moment, and why ("row: ...");
+    /// empty when it was done.
+    std::string perform(const ScenarioEvent& event);
 
 private:
     RehearsalDesk& m_desk;

@@ -1,9 +1,9 @@
 #include "rehearsal/EventRules.h"
 
 #include "base/UserDefaults.h"
+#include "rehearsal/TimerValues.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 enum Kind {
@@ -183,17 +183,7 @@ void EventRules::checkTimeOfDay(const JsonPlace& place) {
         return;
     }
     const std::string text = place.text();
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int end = 0;
-    const bool isTime =
-        text.size() == 5
-            ? std::sscanf(text.c_str(), "%2d:%2d%n", &hour, &minute, &end) == 2 && end == 5
-            : std::sscanf(text.c_str(), "%2d:%2d:%2d%n", &hour, &minute, &second, &end) == 3 && end == 8;
-    const int seconds = hour * 3600 + minute * 60 + second;
-    if (!isTime || static_cast<std::size_t>(end) != text.size() || hour < 0 || minute < 0 || minute > 59 ||
-        second < 0 || second > 59 || seconds > endOfDay)
+    if (TimerValues::secondsOfDay(text) < 0)
         place.fail("\"" + text + "\" is no time of day (HH:MM or HH:MM:SS)");
 }
 

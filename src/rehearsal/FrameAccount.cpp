@@ -22,7 +22,8 @@ void FrameAccount::heard(const Notification& notification) {
         ++m_counts.filesMade;
     else if (notification.name == VmLogEventNotification && notification.object == "RecordingStart")
         begin();
-    else if (notification.name == VmLogEventNotification && notification.object == "RecordingStop")
+    else if (notification.name == VmLogEventNotification &&
+             (notification.object == "RecordingStop" || notification.object == "RecordingSleep"))
         end();
 }
 

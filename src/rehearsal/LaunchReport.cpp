@@ -11,6 +11,7 @@ std::string LaunchReport::toText() const {
     std::ostringstream text;
     text << std::hexfloat << simulatedSeconds << ' ' << counts.filesMade << ' ' << counts.framesCaptured << ' '
          << counts.framesWritten << ' ' << room.freeBytes << ' ' << room.usedBytes << ' ' << endMark << '\n'
+         << misuse << '\n'
          << fault;
     return text.str();
 }
@@ -31,6 +32,7 @@ std::optional<LaunchReport> LaunchReport::fromText(std::string_view text) {
     std::string mark;
     words >> mark;
     words.get();
+    std::getline(words, report.misuse);
     std::getline(words, report.fault);
     if (mark != endMark)
         return std::nullopt;

@@ -10,8 +10,9 @@
 struct LaunchReport {
     double simulatedSeconds = 0.0; ///< of host time
     FrameAccount::Counts counts;
-    VolumeRoom room;   ///< as it was set last
-    std::string fault; ///< what of the rehearsal itself did not work; empty when all did
+    VolumeRoom room;    ///< as it was set last
+    std::string misuse; ///< an event that makes no sense when it comes, as "place: why"
+    std::string fault;  ///< what of the rehearsal itself did not work; both are empty when all did
 
     /// As text that `fromText` reads back exactly.
     std::string toText() const;

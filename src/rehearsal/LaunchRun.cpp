@@ -41,7 +41,7 @@ LaunchReport LaunchRun::play() {
             break; // the application ended by itself
         const End end = playEvent(event);
         m_records.look();
-        if (end == End::crash)
+        if (end == End::crash || end == End::misuse)
             return report();
         if (end == End::quit)
             break;
@@ -60,8 +60,11 @@ LaunchRun::End LaunchRun::playEvent(const ScenarioEvent& event) {
     }
     if (event.action == "quit")
         return quit() ? End::quit : End::none;
-    m_actions.perform(event);
-    return End::none;
+    const std::string fault = m_actions.perform(event);
+    if (fault.empty())
+        return End::none;
+    m_misuse = event.place + "." + fault;
+    return End::misuse;
 }
 
 bool LaunchRun::quit() {
@@ -94,6 +97,7 @@ LaunchReport LaunchRun::report() const {
     report.simulatedSeconds = static_cast<double>(m_desk.clock.hostTime()) * 1e-9;
     report.counts = m_account.counts();
     report.room = m_desk.volume.room();
+    report.misuse = m_misuse;
     if (!m_records.areWhole())
         report.fault = "the logs in " + m_desk.folder + " cannot be written";
     return report;

@@ -23,7 +23,7 @@ public:
     LaunchReport play();
 
 private:
-    enum class End { none, quit, crash };
+    enum class End { none, quit, crash, misuse };
     End playEvent(const ScenarioEvent& event);
     bool quit();
     void stopEverything();
@@ -35,4 +35,5 @@ private:
     DutyRecords m_records;
     FrameAccount m_account;
     EventActions m_actions;
+    std::string m_misuse;
 };

@@ -96,6 +96,10 @@ Rehearsal::Outcome Rehearsal::play(const std::string& path, std::string& fault) 
                                                   : "the application ended without a report");
             return Outcome::misbehaved;
         }
+        if (!report->misuse.empty()) {
+            fault = path + ": " + report->misuse;
+            return Outcome::unusable;
+        }
         ++m_launches;
         m_totals.room = report->room;
         m_totals.simulatedSeconds += report->simulatedSeconds;

@@ -55,8 +55,8 @@ void RehearsalDesk::makeFolders() {
 RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
-    controler = std::make_unique<VmControler>(
-        Seams{clock, runLoop, notifications, defaults, log, alert, texts, hardware, volume});
+    controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
+                                                    hardware, volume, administratorRight});
 }
 
 void RehearsalDesk::launch() {

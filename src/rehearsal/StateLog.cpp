@@ -42,10 +42,11 @@ void StateLog::addControls(VmControler& controler) {
     for (const auto& [name, button] : switches)
         addAndObserve(*button, name, [control = button] { return truth(control->isOn()); });
     const std::pair<const char*, TextField*> fields[] = {
-        {"condition", &recorder.conditionField()},   {"mode", &recorder.modeField()},
-        {"source", &recorder.sourceField()},         {"rate", &recorder.rateField()},
-        {"recordTime", &recorder.recordTimeField()}, {"totalTime", &recorder.totalTimeField()},
-        {"message", &recorder.messageField()}};
+        {"condition", &recorder.conditionField()},    {"mode", &recorder.modeField()},
+        {"source", &recorder.sourceField()},          {"rate", &recorder.rateField()},
+        {"recordTime", &recorder.recordTimeField()},  {"totalTime", &recorder.totalTimeField()},
+        {"message", &recorder.messageField()},        {"reserveName", &recorder.reserveNameField()},
+        {"reserveTime", &recorder.reserveTimeField()}};
     for (const auto& [name, field] : fields) {
         addAndObserve(*field, std::string(name) + "Text",
                       [control = field] { return JsonLine::quoted(control->text()); });
