@@ -185,6 +185,8 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     if (!m_writeFile->close() && !m_pipeline.writeThreadError())
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
+    // By the device's frames from now on: its clock and the wall's differ a little, and that is no loss.
+    m_secondCount = static_cast<double>(account.frames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);

@@ -8,6 +8,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
+#include "recorder/RecordTransition.h"
 #include "recorder/WorkFiles.h"
 #include "recorder/WritePipeline.h"
 
@@ -21,9 +22,6 @@ class SoundFile;
 class UserDefaults;
 class VmControler;
 class VmReserverElement;
-
-/// What the recorder is doing, as the person sees it.
-enum class RecordCondition { stopped = 0, recording = 1, standingBy = 2, waitingForTimer = 3 };
 
 /// A frame of the input stream, and when it was or will be captured.
 struct StreamMoment {

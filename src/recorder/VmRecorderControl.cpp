@@ -198,50 +198,23 @@ void VmRecorder::setCondition(RecordCondition condition) {
 }
 
 void VmRecorder::resetCondition() {
-    const bool recording = condition() == RecordCondition::recording;
-    if (m_sleepinDate)
-        return; // the machine is about to sleep: a file begins when it wakes
-    if (m_modeTimer) {
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::waitingForTimer);
+    const bool levelReached = inputLevel() >= m_autoLevel;
+    const bool decides = condition() == RecordCondition::recording && m_recordMode == 1 && !levelReached;
+    const RecordTransition transition =
+        recordTransition(condition(), {.asleep = m_sleepinDate.has_value(),
+                                       .modeTimer = m_modeTimer,
+                                       .recordState = m_recordState,
+                                       .inputLost = m_inputLoss.has_value(),
+                                       .recordMode = m_recordMode,
+                                       .levelReached = levelReached,
+                                       .delayRuns = decides && autoDelayState()});
+    if (transition.file == RecordTransition::File::start) {
+        startRecording(); // sets the condition if it could
         return;
     }
-    if (!m_recordState) {
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::stopped);
-        return;
-    }
-    if (m_inputLoss) {
-        // A file that went on without sound would bear times that it does not hold.
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::standingBy);
-        return;
-    }
-    switch (m_recordMode) {
-    case 0:
-        if (!recording)
-            startRecording();
-        break;
-    case 1:
-        if (inputLevel() >= m_autoLevel) {
-            if (!recording)
-                startRecording();
-        } else if (recording && !autoDelayState()) {
-            stopRecording();
-            setCondition(RecordCondition::standingBy);
-        }
-        break;
-    case 2:
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::standingBy);
-        break;
-    default:
-        break;
-    }
+    if (transition.file == RecordTransition::File::stop)
+        stopRecording();
+    setCondition(transition.next);
 }
 
 // --- display -------------------------------------------------------------------------------------------------
