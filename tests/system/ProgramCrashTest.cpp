@@ -18,6 +18,7 @@
 #include <optional>
 #include <random>
 #include <set>
+#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -74,7 +75,9 @@ public:
     explicit CrashingDuty(const PrivatePulseServer& server) : m_server(server) {}
 
     void launch() {
+        m_program.reset();
         m_launched = std::filesystem::file_time_type::clock::now();
+        m_leftover = soundBytesOfLeftover() > 0 ? fileNumber() : 0;
         m_program = std::make_unique<RunningProgram>(
             std::vector<std::string>{"--headless", "--folder", recordFolder(), "--settings",
                                      m_folder.path() + "/settings.json", "--set", "RecordSwitch=yes", "--set",
@@ -86,10 +89,10 @@ public:
     std::optional<Moment> awaitRecording() const {
         const Moment deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < deadline) {
-            // What a crash left behind is older, or holds sound as long as it has not got its name.
+            // A leftover is older, or becomes a recording as the file that it is.
             std::error_code missing;
             const auto written = std::filesystem::last_write_time(temporaryFile(), missing);
-            if (!missing && written >= m_launched && soundBytesOfLeftover() == 0)
+            if (!missing && written >= m_launched && fileNumber() != m_leftover)
                 return std::chrono::steady_clock::now();
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
@@ -121,9 +124,16 @@ private:
     std::string recordFolder() const { return m_folder.path() + "/record"; }
     std::string temporaryFile() const { return recordFolder() + "/.VelmoratideTempFile"; }
 
+    /// 0 when there is no file.
+    ino_t fileNumber() const {
+        struct stat status = {};
+        return ::stat(temporaryFile().c_str(), &status) == 0 ? status.st_ino : 0;
+    }
+
     const PrivatePulseServer& m_server;
     TemporaryFolder m_folder;
     std::filesystem::file_time_type m_launched;
+    ino_t m_leftover = 0;
     std::unique_ptr<RunningProgram> m_program;
 };
 
