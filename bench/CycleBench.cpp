@@ -2,6 +2,7 @@
 // meter.
 #include "app/VmControler.h"
 #include "audio/CrankedHardware.h"
+#include "base/AdministratorRight.h"
 #include "base/NotificationCenter.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
@@ -37,7 +38,8 @@ public:
         m_defaults.set("SamplingRateNumber", 2);
         m_defaults.set("ChannelsNumber", 2);
         m_controler = std::make_unique<VmControler>(Seams{m_clock, m_runLoop, m_notifications, m_defaults,
-                                                          m_log, m_alert, m_texts, m_hardware, m_volume});
+                                                          m_log, m_alert, m_texts, m_hardware, m_volume,
+                                                          m_right});
         m_controler->applicationDidFinishLaunching();
         m_controler->recorder().recordButton().press(true);
     }
@@ -69,6 +71,7 @@ private:
     UserDefaults m_defaults;
     CrankedHardware m_hardware;
     PosixVolume m_volume;
+    NoAdministratorRight m_right;
     std::unique_ptr<VmControler> m_controler;
     TestList m_sound{{2}, frames, 0.25F};
     std::uint64_t m_frame = 0;

@@ -2,6 +2,7 @@
 #pragma once
 #include "app/CommandLine.h"
 #include "app/InstanceLock.h"
+#include "base/AdministratorRight.h"
 #include "base/Alert.h"
 #include "base/LineWriter.h"
 #include "base/NotificationCenter.h"
@@ -62,6 +63,7 @@ private:
     DescriptorSystemLog m_log;
     NotificationCenter m_notifications;
     const Texts m_texts;
+    NoAdministratorRight m_administratorRight; // until somebody can be asked
     std::unique_ptr<RunLoop> m_runLoop;
     std::unique_ptr<Volume> m_volume;
     std::unique_ptr<UserDefaults> m_defaults;

@@ -1,6 +1,7 @@
 #include "app/VmControler.h"
 
 #include "audio/VmDevice.h"
+#include "base/AdministratorRight.h"
 #include "base/Alert.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
@@ -8,26 +9,39 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserveList.h"
+#include "schedule/VmReserver.h"
 #include "storage/VmMechanic.h"
 
 void VmControler::registerDefaults(UserDefaults& defaults) {
+    defaults.registerDefault("AuthorizationRequired", false);
     VmMechanic::registerDefaults(defaults);
+    VmReserver::registerDefaults(defaults);
+    VmReserveList::registerDefaults(defaults);
     VmRecorder::registerDefaults(defaults);
     VmLevelMeter::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
 }
 
-VmControler::VmControler(const Seams& seams) : m_seams(seams) {
+VmControler::VmControler(const Seams& seams)
+    : m_seams(seams), m_authorization(seams.defaults.boolForKey("AuthorizationRequired")) {
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
+    m_reserver = std::make_unique<VmReserver>(*this);
+    m_reservelist = std::make_unique<VmReserveList>(*this);
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
     m_devicer->awake();
+    m_reservelist->awake();
 }
 
 VmControler::~VmControler() {
     // The cycles end before anything that they reach.
     m_devicer->stopDevices();
+}
+
+int VmControler::VmAuthorization() const {
+    return m_seams.administratorRight.obtain() ? 0 : -1;
 }
 
 void VmControler::applicationDidFinishLaunching() {
@@ -39,8 +53,12 @@ void VmControler::applicationDidFinishLaunching() {
     m_devicer->recordDeviceStart();
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->rescueTempFile();
+    m_recorder->deleteProgressSoundFile();
     m_recorder->reviveRecordCondition();
-    m_recorder->autoRecordStart();
+    if (m_recorder->autoStartup())
+        m_recorder->autoRecordStart();
+    else if (m_reserver->reserveAutoStartup())
+        m_recorder->autoReserveStart();
 }
 
 VmControler::TerminateReply VmControler::applicationShouldTerminate() {
@@ -48,6 +66,8 @@ VmControler::TerminateReply VmControler::applicationShouldTerminate() {
         m_seams.alert.ask({"UnableExit", "StopRecording", "Understand"});
         return TerminateReply::cancel;
     }
+    if (m_authorization && VmAuthorization() != 0)
+        return TerminateReply::cancel;
     return TerminateReply::now;
 }
 
@@ -61,6 +81,8 @@ void VmControler::applicationWillTerminate() {
 void VmControler::saveUserDefaults() {
     m_recorder->saveUserDefaults();
     m_mechanic->saveUserDefaults();
+    m_reserver->saveUserDefaults();
+    m_reservelist->saveUserDefaults();
     m_devicer->saveUserDefaults();
     m_seams.defaults.synchronize();
 }

@@ -8,6 +8,8 @@ class VmDevice;
 class VmLevelMeter;
 class VmMechanic;
 class VmRecorder;
+class VmReserveList;
+class VmReserver;
 
 /// Owns every other controller for the whole life of the process. Controllers reach each other only through the
 /// accessors. Main thread only.
@@ -26,6 +28,12 @@ public:
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmRecorder& recorder() const { return *m_recorder; }
+    VmReserver& reserver() const { return *m_reserver; }
+    VmReserveList& reservelist() const { return *m_reservelist; }
+
+    bool authorization() const { return m_authorization; }
+    /// Asks for the administrator right: 0 when it was granted, else -1.
+    int VmAuthorization() const;
 
     /// The start-up sequence, in its order.
     void applicationDidFinishLaunching();
@@ -37,7 +45,10 @@ private:
     void saveUserDefaults();
 
     const Seams m_seams;
+    bool m_authorization = false;
     std::unique_ptr<VmMechanic> m_mechanic;
+    std::unique_ptr<VmReserver> m_reserver;
+    std::unique_ptr<VmReserveList> m_reservelist;
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmDevice> m_devicer;

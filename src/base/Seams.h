@@ -1,6 +1,7 @@
 // base/Seams.h — everything outside that the application is given.
 #pragma once
 
+class AdministratorRight;
 class Alert;
 class AudioHardware;
 class Clock;
@@ -22,4 +23,5 @@ struct Seams {
     const Texts& texts;
     AudioHardware& hardware;
     Volume& volume;
+    AdministratorRight& administratorRight;
 };

@@ -9,6 +9,7 @@
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
+#include "schedule/VmReserveList.h"
 #include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
@@ -34,17 +35,19 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
-    const std::pair<Button*, const char*> comingLater[] = {
-        {&m_reserveButton, "ReserveNotYet"}, {&m_hourButton, "HourNotYet"}, {&m_markerButton, "MarkerNotYet"}};
-    for (const auto& [button, reason] : comingLater) {
-        button->setEnabled(false);
-        button->setToolTip(controler.seams().texts(reason));
-    }
+    m_reserveButton.setOn(defaults.boolForKey("ReserveSwitch"));
+    setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
+    m_markerButton.setEnabled(false);
+    m_markerButton.setToolTip(controler.seams().texts("MarkerNotYet"));
 
     m_recordButton.setAction([this] { actRecordButton(); });
+    m_reserveButton.setAction([this] { actReserveButton(); });
     m_monitorButton.setAction([this] { actMonitorButton(); });
+    m_hourButton.setAction([this] { actHourButton(); });
     m_levelSlider.setAction([this](int) { actLevelSlider(); });
     m_sourcePopup.setAction([this](int index) { m_controler.devicer().changeRecordSource(index); });
+    m_reserveListChanges = controler.seams().notifications.observe(
+        VmReserveListChanged_Notification, [this](const Notification&) { reservesChanged(); });
     m_pipeline.setErrorHandler([this] { handleWriteError(); });
     m_pipeline.setActivityHandler([this](bool active) {
         m_controler.seams().runLoop.post([this, active] { m_writeIndicator.setAnimating(active); });
@@ -71,16 +74,20 @@ void VmRecorder::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("MarkerSoundName", "");
     defaults.registerDefault("MarkerSoundMonitor", false);
     defaults.registerDefault("WriteStartTempFile", "");
+    defaults.registerDefault("ProgressSoundFileName", "");
     defaults.registerDefault("DisplayTotalTime", false);
     defaults.registerDefault("AutoRecordStartup", false);
 }
 
 void VmRecorder::saveUserDefaults() {
     UserDefaults& defaults = m_controler.seams().defaults;
-    defaults.set("RecordMode", m_recordMode);
+    if (!m_reserveButton.isOn()) { // else they are the timetable's
+        defaults.set("RecordMode", m_recordMode);
+        defaults.set("SamplingRateNumber", m_rateNumber);
+        defaults.set("ChannelsNumber", m_channels);
+        defaults.set("StartOnTheHour", m_startOnTheHour);
+    }
     defaults.set("AutoStartLevel", m_autoLevel);
-    defaults.set("SamplingRateNumber", m_rateNumber);
-    defaults.set("ChannelsNumber", m_channels);
     defaults.set("AutoStopDelayTime", m_delayTime);
     defaults.set("SliderAlwaysEnable", m_sliderAlwaysEnable);
     defaults.set("HideSoundFileFlag", m_hideSoundFile);
@@ -100,71 +107,89 @@ void VmRecorder::startRecording() {
 }
 
 void VmRecorder::stopRecording() {
-    _stopRecording();
+    const StreamMoment stop = stopMoment();
+    // A boundary may have passed since anybody looked.
+    while (m_boundary && condition() == RecordCondition::recording && stop.frame > m_boundary->moment.frame)
+        restartRecording(m_boundary->moment);
+    if (m_writeFile != nullptr)
+        _stopRecording(stop);
 }
 
-void VmRecorder::restartRecording() {
+void VmRecorder::restartRecording(const StreamMoment& seam) {
     m_actionMethod = 1;
-    stopRecording();
-    // Reaches back to the end of the file before, which the stop itself has left behind by now.
-    m_returnedSeconds = m_controler.seams().clock.now().secondsSince(m_recordStopDate) + 1.0;
+    _stopRecording(seam);
+    if (!m_beginWith)
+        m_beginWith = seam;
     if (!_startRecording())
         setCondition(RecordCondition::standingBy);
-}
-
-bool VmRecorder::isNearlyFull() const {
-    // Counted in frames: a clock that is set back must not let a file overflow. The reserve is what the queue
-    // may still hold, and the time until the next look.
-    constexpr double reserve = 90.0; // seconds
-    const auto frames = static_cast<double>(m_pipeline.frameCount() - m_pipeline.startFrame());
-    const double seconds = frames / m_controler.devicer().recordSampleRate() + reserve;
-    return seconds * sampleRate() * m_channels * 2.0 > static_cast<double>(SoundFile::largestFile - 4096);
 }
 
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
-    const double wished =
-        std::max(m_recordMode == 1 ? static_cast<double>(m_preBufferSec) : 0.0, m_returnedSeconds);
-    m_returnedSeconds = 0.0;
-    const double prior = m_pipeline.prepare(seams.clock.hostTime(), wished);
-    m_recordStartDate = seams.clock.now().addingSeconds(-prior);
-    VmMechanic& mechanic = m_controler.mechanic();
-    m_writeFile = mechanic.createAudioFileWithFormat(
-        {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
-        mechanic.temporaryFilePath());
-    m_startFailed = m_writeFile == nullptr;
-    if (m_startFailed) {
+    StreamMoment begin = present();
+    if (m_beginWith) {
+        begin = *std::exchange(m_beginWith, std::nullopt);
+    } else if (m_recordMode == 1) {
+        begin.frame -= static_cast<std::int64_t>(m_preBufferSec * m_controler.devicer().recordSampleRate());
+        begin.date = begin.date.addingSeconds(-m_preBufferSec);
+    }
+    if (!createFile(begin)) {
         say("SomeErrorHappen", "VmRecorder: record file create error.");
         seams.runLoop.post([this] { emerRecordStop(); });
         seams.alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
         return false;
     }
     m_workFiles.noteStart(m_recordStartDate);
-    m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels});
+    m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
+    const std::int64_t carried =
+        m_overRecordBytes == 0 ? 0 : m_workFiles.relay().addOverRecordData(*m_writeFile);
+    m_overRecordBytes = 0;
+    m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels},
+                     {carried, m_overRecordFrame});
+    planAgain();
     seams.notifications.postLogEvent("RecordingStart");
     return true;
 }
 
-void VmRecorder::_stopRecording() {
-    const Seams& seams = m_controler.seams();
-    std::int64_t stop = m_inputLoss ? m_inputLoss->frame : m_pipeline.frameAt(seams.clock.hostTime());
-    m_recordStopDate = m_inputLoss ? m_inputLoss->date : seams.clock.now();
-    if (const auto length = std::exchange(m_fixedLength, std::nullopt); length && !m_inputLoss) {
-        stop = m_pipeline.startFrame() + std::llround(*length * m_controler.devicer().recordSampleRate());
-        m_recordStopDate = m_recordStartDate.addingSeconds(*length);
+bool VmRecorder::createFile(const StreamMoment& begin) {
+    const double rate = m_controler.devicer().recordSampleRate();
+    std::int64_t first = m_pipeline.prepare(begin.frame);
+    const std::int64_t behindSeam = begin.frame - m_overRecordFrame;
+    if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {
+        first = m_overRecordFrame; // what the queue does not hold any more is in the relay file
+    } else if (m_overRecordBytes != 0) {
+        m_workFiles.rescueRelayFile();
+        m_overRecordBytes = 0;
     }
-    m_recordStopDate = std::max(m_recordStopDate, m_recordStartDate);
+    const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);
+    m_recordStartDate = begin.date.addingSeconds(later);
+    m_label = fileLabel();
+    VmMechanic& mechanic = m_controler.mechanic();
+    m_writeFile = mechanic.createAudioFileWithFormat(
+        {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
+        mechanic.temporaryFilePath());
+    m_startFailed = m_writeFile == nullptr;
+    return !m_startFailed;
+}
+
+void VmRecorder::_stopRecording(const StreamMoment& stop) {
+    const Seams& seams = m_controler.seams();
+    m_boundary.reset();
+    m_recordStopDate = std::max(m_sleepinDate.value_or(stop.date), m_recordStartDate);
+    m_fixedLength.reset();
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
-    const WritePipeline::Account account = m_pipeline.finish(stop, m_secondCount);
+    const WritePipeline::Account account = m_pipeline.finish(stop.frame, m_secondCount);
     if (!m_writeFile->close() && !m_pipeline.writeThreadError())
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
-    m_lastWrite = account.writeCount;
-    m_writtenSeconds += account.writeCount / (sampleRate() * m_channels * 2.0);
+    if (account.overRecordBytes > 0)
+        carryOverRecord(account);
+    m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
+    m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
-    const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, fileLabel());
-    seams.notifications.postLogEvent("RecordingStop");
+    const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label);
+    seams.notifications.postLogEvent(m_sleepinDate ? "RecordingSleep" : "RecordingStop");
     if (!path.empty())
         seams.notifications.post(
             {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
@@ -181,7 +206,11 @@ void VmRecorder::handleWriteError() {
 }
 
 void VmRecorder::rescueTempFile() {
-    const std::string path = m_workFiles.rescueTempFile(fileLabel());
+    WorkFiles::Label label = fileLabel();
+    label.scheduleName.clear();
+    const std::string path = m_workFiles.rescueTempFile(label);
+    if (m_overRecordBytes == 0)
+        m_workFiles.rescueRelayFile();
     if (!path.empty())
         m_controler.seams().notifications.post(
             {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
@@ -191,7 +220,7 @@ WorkFiles::Label VmRecorder::fileLabel() const {
     return {.sampleRate = static_cast<int>(sampleRate()),
             .channels = m_channels,
             .sourceLetter = sourceLetter(),
-            .scheduleName = {},
+            .scheduleName = m_recordTimer != nullptr ? m_reserveNameField.text() : std::string(),
             .hidden = m_hideSoundFile};
 }
 

@@ -5,6 +5,7 @@
 #include "audio/KaCoreAudioDeviceDelegate.h"
 #include "base/Controls.h"
 #include "base/Date.h"
+#include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
 #include "recorder/WorkFiles.h"
@@ -19,9 +20,16 @@
 class SoundFile;
 class UserDefaults;
 class VmControler;
+class VmReserverElement;
 
 /// What the recorder is doing, as the person sees it.
 enum class RecordCondition { stopped = 0, recording = 1, standingBy = 2, waitingForTimer = 3 };
+
+/// A frame of the input stream, and when it was or will be captured.
+struct StreamMoment {
+    std::int64_t frame = 0;
+    Date date;
+};
 
 /// Where the sound ended when the input was lost.
 struct InputLoss {
@@ -37,6 +45,10 @@ inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFil
 ///
 /// The condition changes in `setCondition` alone. It is driven by `resetCondition`, which runs on every tick of
 /// the level meter.
+///
+/// The end of a file is a frame, fixed before the sound of it comes: the write thread stops there by itself,
+/// and what was captured after it stays in the queue until the next file takes it. So a file may be finished
+/// and the next one begun as late as the queue lasts, and no frame is lost or doubled at the seam.
 class VmRecorder final : public KaCoreAudioDeviceDelegate {
 public:
     explicit VmRecorder(VmControler& controler);
@@ -68,7 +80,9 @@ public:
 
     // Main thread: control
     void actRecordButton();
+    void actReserveButton();
     void actMonitorButton();
+    void actHourButton();
     void actLevelSlider();
     /// Whether somebody sees the level; decides how soon sound must arrive.
     void setShown(bool shown);
@@ -93,6 +107,18 @@ public:
     void rescueTempFile();
     void reviveRecordCondition();
     void autoRecordStart();
+    void autoReserveStart();
+    bool autoStartup() const { return m_autoStartup; }
+    void deleteProgressSoundFile() { m_workFiles.progress().deleteProgressSoundFile(); }
+    /// The computed end of the recording that was rescued last; 0 when none was.
+    Date lastCrashDate() const { return m_workFiles.lastCrashDate(); }
+    /// The machine goes to sleep: the file that is open is finished first.
+    void willSleepHandle();
+    void didWakeHandle();
+    /// Looks whether an entry of the timetable begins or ends.
+    void recordTimerPeriodic();
+    /// Entries of the timetable came, went or changed.
+    void reservesChanged();
     /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be
     /// called when that much time has passed.
     void recordOffAfter(double seconds);
@@ -102,6 +128,10 @@ public:
 
     RecordCondition condition() const { return m_condition.load(std::memory_order_relaxed); }
     bool recordState() const { return m_recordState; }
+    /// True while the timetable waits for an entry.
+    bool modeTimer() const { return m_modeTimer; }
+    bool startOnTheHour() const { return m_startOnTheHour; }
+    void setStartOnTheHour(bool startOnTheHour);
     int recordMode() const { return m_recordMode; }
     double sampleRate() const { return sampleRate(m_rateNumber); }
     double sampleRate(int rateNumber) const;
@@ -139,6 +169,10 @@ public:
     TextField& recordTimeField() { return m_recordTimeField; }
     TextField& totalTimeField() { return m_totalTimeField; }
     TextField& messageField() { return m_messageField; }
+    /// The entry that runs or comes next; empty while the timetable is off.
+    TextField& reserveNameField() { return m_reserveNameField; }
+    /// When it stops or starts.
+    TextField& reserveTimeField() { return m_reserveTimeField; }
     Indicator& writeIndicator() { return m_writeIndicator; }
 
     // I/O thread
@@ -156,12 +190,36 @@ public:
 private:
     void startRecording();
     void stopRecording();
-    /// Ends the file and goes on in the next one: the last frame of the one is followed by the first of the
-    /// other.
-    void restartRecording();
-    bool isNearlyFull() const;
+    /// Ends the file at `seam` and goes on in the next one: the last frame of the one is followed by the first
+    /// of the other.
+    void restartRecording(const StreamMoment& seam);
     bool _startRecording();
-    void _stopRecording();
+    void _stopRecording(const StreamMoment& stop);
+    bool createFile(const StreamMoment& begin);
+    void carryOverRecord(const WritePipeline::Account& account);
+    StreamMoment present() const { return momentAt(now()); }
+    StreamMoment momentAt(Date date) const;
+    StreamMoment stopMoment() const;
+    Date now() const;
+    void planBoundary();
+    void planAgain();
+    void crossBoundary();
+    double longestFile() const;
+    void onTheMinuteTime();
+
+    bool gateRefuses() const;
+    void storeSwitch(const char* key, bool on);
+    void _actHourButton();
+    void _actMonitorButton();
+    bool mayStopTimetable();
+    void startTimetable();
+    void stopTimetable();
+    void startReserveRecordWithElement(const VmReserverElement& element);
+    void waitForTimer();
+    void showNextElement();
+    void showReserve(const std::string& name, const char* timeKey, int secondOfDay);
+    void takeFormat(const VmReserverElement& element);
+
     void recordON();
     void recordOFF();
     void setCondition(RecordCondition condition);
@@ -179,6 +237,7 @@ private:
     void say(std::string_view event, const std::string& text);
     void countRecordTime();
     void dispRecordTime();
+    void dispCountdown();
     void fillSourcePopup();
     void handleWriteError();
     WorkFiles::Label fileLabel() const;
@@ -191,6 +250,8 @@ private:
     std::atomic<RecordCondition> m_condition{RecordCondition::stopped};
     bool m_recordState = false;
     int m_recordMode = 0;
+    bool m_modeTimer = false;
+    bool m_startOnTheHour = true;
     int m_autoLevel = 0;
     int m_delayTime = 5;
     std::optional<Date> m_delayCount;
@@ -205,6 +266,8 @@ private:
     int m_actionMethod = 3;
     Date m_recordStartDate;
     Date m_recordStopDate;
+    WorkFiles::Label m_label; // of the file that is open
+    std::optional<Date> m_sleepinDate;
     double m_totalRecordTime = 0.0;
     double m_secondCount = 0.0;
     std::optional<double> m_fixedLength; // seconds, of the file that is open
@@ -221,9 +284,29 @@ private:
     std::optional<InputLoss> m_inputLoss;
     std::uint64_t m_holeFrames = 0; // not yet reported
     HostTime m_holesReported = 0;
-    double m_returnedSeconds = 0.0; // sound that came back before a recording could begin with it
+    /// Sound from here on belongs to a recording that begins at the next tick.
+    std::optional<StreamMoment> m_beginWith;
+
+    /// An end of the open file that is known ahead. It follows the clocks until its sound is about to come.
+    struct PlannedEnd {
+        StreamMoment moment;
+        HostTime time = 0;
+    };
+    void follow(std::optional<PlannedEnd>& planned, Date date) const;
+    std::optional<Date> m_boundaryDate;
+    std::optional<PlannedEnd> m_boundary; // where the next file goes on
+    std::optional<PlannedEnd> m_scheduleEnd;
+    std::int64_t m_overRecordBytes = 0; // in the relay file
+    std::int64_t m_overRecordFrame = 0; // the first of them
+
+    std::unique_ptr<Timer> m_recordTimer;
+    Date m_timerStartDate;
+    double m_recordPeriod = 0.0; // seconds
+    Date m_waitingSince;         // the timetable is on, and no entry runs, since then
 
     std::unique_ptr<Timer> m_countTimer;
+    int m_lastMinute = -1;
+    NotificationCenter::Observation m_reserveListChanges;
 
     Button m_recordButton;
     Button m_reserveButton;
@@ -239,6 +322,8 @@ private:
     TextField m_recordTimeField;
     TextField m_totalTimeField;
     TextField m_messageField;
+    TextField m_reserveNameField;
+    TextField m_reserveTimeField;
     Indicator m_writeIndicator;
 
     WritePipeline m_pipeline; // last: its thread uses what is above

@@ -3,10 +3,12 @@
 #include "audio/VmDevice.h"
 #include "base/Clock.h"
 #include "base/Formatted.h"
+#include "base/NotificationCenter.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserver.h"
 
 #include <cmath>
 
@@ -19,13 +21,26 @@ std::string clockText(double seconds) {
 
 // --- switch --------------------------------------------------------------------------------------------------
 
-void VmRecorder::actRecordButton() {
+bool VmRecorder::gateRefuses() const {
+    return m_controler.authorization() && m_controler.VmAuthorization() != 0;
+}
+
+void VmRecorder::storeSwitch(const char* key, bool on) {
     UserDefaults& defaults = m_controler.seams().defaults;
-    defaults.set("RecordSwitch", m_recordButton.isOn());
+    defaults.set(key, on);
     defaults.synchronize();
+}
+
+void VmRecorder::actRecordButton() {
+    const bool on = m_recordButton.isOn();
+    if (!on && !m_emergency && gateRefuses()) {
+        m_recordButton.setOn(true);
+        return;
+    }
+    storeSwitch("RecordSwitch", on);
     if (!m_emergency)
         m_actionMethod = 3; // by hand
-    if (m_recordButton.isOn())
+    if (on)
         recordON();
     else
         recordOFF();
@@ -45,10 +60,17 @@ void VmRecorder::recordOFF() {
 
 void VmRecorder::setControlState() {
     const Texts& texts = m_controler.seams().texts;
-    m_recordButton.setTitle(texts(m_recordState ? "RecordStop" : "RecordStart"));
-    m_recordButton.setImage(m_recordState ? "RecordOn" : "RecordOff");
+    const bool timetable = m_reserveButton.isOn();
+    const bool hasReserves = m_controler.reserver().validReserves() > 0;
+    m_recordButton.setTitle(texts(m_recordButton.isOn() ? "RecordStop" : "RecordStart"));
+    m_recordButton.setImage(m_recordButton.isOn() ? "RecordOn" : "RecordOff");
+    m_recordButton.setEnabled(!timetable);
+    m_recordButton.setToolTip(timetable ? texts("TimetableIsOn") : "");
+    m_reserveButton.setEnabled(timetable || (!m_recordButton.isOn() && hasReserves));
+    m_reserveButton.setToolTip(timetable || hasReserves ? "" : texts("NoReserves"));
+    m_reserveButton.setImage(timetable ? "ReserveOn" : "Reserve");
     m_levelSlider.setEnabled(m_sliderAlwaysEnable || (!m_recordState && m_recordMode == 1));
-    m_sourcePopup.setEnabled(!m_recordState && m_sourcePopup.items().size() > 0);
+    m_sourcePopup.setEnabled(!m_recordState && !timetable && m_sourcePopup.items().size() > 0);
 }
 
 void VmRecorder::emerRecordStop() {
@@ -56,31 +78,69 @@ void VmRecorder::emerRecordStop() {
     m_actionMethod = 4;
     m_recordButton.setOn(false);
     actRecordButton();
+    m_reserveButton.setOn(false);
+    actReserveButton();
     m_emergency = false;
 }
 
 void VmRecorder::reviveRecordCondition() {
     if (m_recordButton.isOn())
         actRecordButton();
+    else if (m_reserveButton.isOn())
+        actReserveButton();
 }
 
 void VmRecorder::autoRecordStart() {
-    if (!m_autoStartup || m_recordButton.isOn() || m_reserveButton.isOn())
+    if (m_recordButton.isOn() || m_reserveButton.isOn())
         return;
     m_recordButton.setOn(true);
     actRecordButton();
 }
 
+void VmRecorder::autoReserveStart() {
+    if (m_recordButton.isOn() || m_reserveButton.isOn())
+        return;
+    m_reserveButton.setOn(true);
+    actReserveButton();
+}
+
 void VmRecorder::recordOffAfter(double seconds) {
     if (condition() == RecordCondition::recording)
         m_fixedLength = seconds;
-    m_recordButton.press(false);
+    // Not a person's press, so nobody is asked.
+    m_recordButton.setOn(false);
+    storeSwitch("RecordSwitch", false);
+    m_actionMethod = 3;
+    recordOFF();
     resetCondition(); // now, not at the next tick
 }
 
 void VmRecorder::finishForTermination() {
     m_recordState = false;
+    m_modeTimer = false;
     resetCondition();
+    m_recordTimer.reset();
+}
+
+void VmRecorder::setStartOnTheHour(bool startOnTheHour) {
+    m_startOnTheHour = startOnTheHour;
+    m_hourButton.setOn(startOnTheHour);
+    m_hourButton.setImage(startOnTheHour ? "HourOn" : "Hour");
+    if (condition() == RecordCondition::recording)
+        planAgain();
+}
+
+void VmRecorder::actHourButton() {
+    if (gateRefuses())
+        m_hourButton.setOn(!m_hourButton.isOn());
+    else
+        _actHourButton();
+}
+
+void VmRecorder::_actHourButton() {
+    setStartOnTheHour(m_hourButton.isOn());
+    storeSwitch("StartOnTheHour", m_startOnTheHour);
+    m_controler.seams().notifications.postLogEvent("HourSwitchChange");
 }
 
 void VmRecorder::actLevelSlider() {
@@ -104,7 +164,7 @@ void VmRecorder::controlAutoDelay() {
     reportHoles();
     updateLatencyNeed();
     resetCondition();
-    m_returnedSeconds = 0.0; // meant for a start at once, not for a later one
+    m_beginWith.reset(); // meant for a start at once, not for a later one
     dispCondition();
 }
 
@@ -129,6 +189,7 @@ bool VmRecorder::autoDelayState() {
 void VmRecorder::setCondition(RecordCondition condition) {
     if (m_condition.exchange(condition) == condition)
         return;
+    m_lastMinute = -1;
     if (condition == RecordCondition::recording)
         countRecordTime();
     else
@@ -138,6 +199,14 @@ void VmRecorder::setCondition(RecordCondition condition) {
 
 void VmRecorder::resetCondition() {
     const bool recording = condition() == RecordCondition::recording;
+    if (m_sleepinDate)
+        return; // the machine is about to sleep: a file begins when it wakes
+    if (m_modeTimer) {
+        if (recording)
+            stopRecording();
+        setCondition(RecordCondition::waitingForTimer);
+        return;
+    }
     if (!m_recordState) {
         if (recording)
             stopRecording();
@@ -198,15 +267,27 @@ void VmRecorder::dispCondition() {
              inputLevel() >= m_autoLevel || m_recordMode == 1 ? TextColor::red : TextColor::black);
         break;
     case RecordCondition::waitingForTimer:
-        show(texts("Standby"), TextColor::black);
+        dispCountdown();
         break;
     }
+}
+
+void VmRecorder::dispCountdown() {
+    constexpr int soon = 300; // seconds
+    const Texts& texts = m_controler.seams().texts;
+    const int left = m_controler.reserver().nextStartTime();
+    const bool isSoon = left < soon;
+    const std::string time =
+        left / 60 > 0 ? formatted("%d'%02d\"", left / 60, left % 60) : formatted("%d\"", left);
+    m_conditionField.setText(isSoon ? time + texts("Before") : texts("Standby"));
+    m_conditionField.setColor(isSoon ? TextColor::red : TextColor::black);
 }
 
 void VmRecorder::dispRecordMode() {
     static constexpr const char* keys[] = {"AlwaysMode", "AutoMode", "StandbyMode"};
     const bool known = m_recordMode >= 0 && m_recordMode < 3;
-    m_modeField.setText(known ? m_controler.seams().texts(keys[m_recordMode]) : "");
+    const char* key = m_modeTimer ? "TimerMode" : known ? keys[m_recordMode] : nullptr;
+    m_modeField.setText(key != nullptr ? m_controler.seams().texts(key) : "");
     setControlState();
 }
 
@@ -230,10 +311,13 @@ void VmRecorder::fillSourcePopup() {
 }
 
 void VmRecorder::countRecordTime() {
-    if (isNearlyFull())
-        restartRecording();
+    crossBoundary();
     if (condition() != RecordCondition::recording)
         return;
+    const int minute = m_controler.seams().clock.calendarDate(now()).minute;
+    if (m_lastMinute >= 0 && minute != m_lastMinute)
+        onTheMinuteTime();
+    m_lastMinute = minute;
     dispRecordTime();
     const double interval = m_shown ? 0.2 : 1.0;
     m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });

@@ -79,7 +79,7 @@ void VmRecorder::recordSourceChanged() {
     fillSourcePopup();
     renewDispSampleRate();
     if (m_monitorButton.isOn())
-        actMonitorButton(); // the new input may howl with this output
+        _actMonitorButton(); // the new input may howl with this output
 }
 
 bool VmRecorder::streamIsLate() {
@@ -95,6 +95,13 @@ bool VmRecorder::streamIsLate() {
 // --- monitoring ----------------------------------------------------------------------------------------------
 
 void VmRecorder::actMonitorButton() {
+    if (gateRefuses())
+        m_monitorButton.setOn(!m_monitorButton.isOn());
+    else
+        _actMonitorButton();
+}
+
+void VmRecorder::_actMonitorButton() {
     if (!m_inputLoss)
         m_messageField.setText("");
     const bool on = m_monitorButton.isOn() && !protectHowling();
@@ -114,7 +121,7 @@ bool VmRecorder::protectHowling() {
 
 void VmRecorder::monitorSourceChanged() {
     m_monitorButton.setEnabled(m_controler.devicer().monitorSource() >= 0);
-    actMonitorButton();
+    _actMonitorButton();
 }
 
 void VmRecorder::setShown(bool shown) {
@@ -190,8 +197,10 @@ void VmRecorder::lookForInput() {
     const HostTime now = m_controler.seams().clock.hostTime();
     const HostTime first = m_pipeline.timeOfFrame(m_inputLoss->frame).value_or(now);
     m_pipeline.breakAt(m_inputLoss->frame);
-    // The next file takes all that came since, and not a frame from before: the margin is for rounding.
-    m_returnedSeconds = m_recordState ? static_cast<double>(now - first) * 1e-9 + 1.0 : 0.0;
+    // The next file takes all that came since, and not a frame from before.
+    if (m_recordState)
+        m_beginWith = StreamMoment{m_inputLoss->frame,
+                                   this->now().addingSeconds(static_cast<double>(first - now) * 1e-9)};
     reportGap(first, "is back");
 }
 

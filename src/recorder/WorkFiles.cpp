@@ -5,6 +5,7 @@
 #include "base/Seams.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
+#include "storage/Paths.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -25,7 +26,9 @@ WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
       m_defaults(seams.defaults),
       m_log(seams.log),
       m_notifications(seams.notifications),
-      m_mechanic(mechanic) {}
+      m_mechanic(mechanic),
+      m_progress(seams, mechanic),
+      m_relay(seams, mechanic) {}
 
 void WorkFiles::noteStart(Date start) {
     m_defaults.set("WriteStartTempFile", m_clock.format(start, "%Y%m%d_%H%M%S"));
@@ -91,6 +94,7 @@ void WorkFiles::removeEmpty(const std::string& temporary) {
 }
 
 std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
+    m_progress.deleteProgressSoundFile();
     if (m_volume.fileSize(m_mechanic.temporaryFilePath()).value_or(soundDataOffset + 1) <= soundDataOffset) {
         removeEmpty(m_mechanic.temporaryFilePath());
         return {};
@@ -113,17 +117,42 @@ bool WorkFiles::startFromSettings(Date& start) const {
     return true;
 }
 
-void WorkFiles::putAside(const std::string& temporary) {
+void WorkFiles::putAside(const std::string& path, const std::string& what) {
     const std::string stem =
         m_mechanic.recordFolder() + "/VelmoratideUnreadable_" + m_clock.format(m_clock.now(), "%Y%m%d_%H%M%S");
-    std::string path = stem + ".data";
-    for (int number = 2; m_volume.exists(path); ++number)
-        path = stem + "-" + std::to_string(number) + ".data";
-    const bool moved = m_volume.renameWithoutReplacing(temporary, path) == 0;
-    const std::string message = "VmRecorder: last recording file cannot be read, " +
-                                (moved ? "it is kept as " + path : std::string("nor moved aside")) + ".";
+    std::string aside = stem + ".data";
+    for (int number = 2; m_volume.exists(aside); ++number)
+        aside = stem + "-" + std::to_string(number) + ".data";
+    const bool moved = m_volume.renameWithoutReplacing(path, aside) == 0;
+    const std::string message =
+        "VmRecorder: " + what + (moved ? ", it is kept as " + aside : std::string(", nor moved aside")) + ".";
     m_log.log(message);
     m_notifications.postLogEvent("SomeErrorHappen", message);
+}
+
+void WorkFiles::removeOtherNames() {
+    m_progress.deleteProgressSoundFile();
+    // A crash between the renaming of the progress file and the note of it leaves a name that nobody knows.
+    const std::string temporary = m_mechanic.temporaryFilePath();
+    for (const VolumeEntry& entry : m_volume.list(m_mechanic.recordFolder())) {
+        const std::string path = Paths::inFolder(m_mechanic.recordFolder(), entry.name);
+        if (path == temporary || !SoundFileNames::isSoundFile(entry.name) ||
+            !m_volume.isSameFile(path, temporary))
+            continue;
+        if (m_volume.remove(path) != 0)
+            m_log.log("VmRecorder: progress sound file cannot be removed: " + path);
+    }
+}
+
+void WorkFiles::rescueRelayFile() {
+    const std::string path = m_mechanic.relayFilePath();
+    const auto size = m_volume.fileSize(path);
+    if (!size)
+        return;
+    if (*size <= VmMechanic::freshRelaySize)
+        m_mechanic.deleteRelayFile();
+    else
+        putAside(path, "sound between two recordings cannot be placed");
 }
 
 std::string WorkFiles::rescueTempFile(const Label& label) {
@@ -131,6 +160,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
     const auto size = m_volume.fileSize(temporary);
     if (!size)
         return {};
+    removeOtherNames();
     if (*size <= soundDataOffset) {
         removeEmpty(temporary);
         return {};
@@ -143,7 +173,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
         rate = m_mechanic.audioFormatInput().mSampleRate;
     }
     if (!m_mechanic.setAIFFFileHeader(temporary, static_cast<unsigned>(channels))) {
-        putAside(temporary);
+        putAside(temporary, "last recording file cannot be read");
         return {};
     }
     const auto seconds =

@@ -1,6 +1,8 @@
 // recorder/WorkFiles.h — the temporary file of a recording, and how it gets its final name.
 #pragma once
 #include "base/Date.h"
+#include "recorder/ProgressFile.h"
+#include "recorder/RelayFile.h"
 
 #include <string>
 #include <string_view>
@@ -16,6 +18,10 @@ struct Seams;
 /// A recording is written under a hidden temporary name and gets its final name, with the record information in
 /// its header area, when it stops. A file that a crash left behind is repaired and named at the next launch.
 /// Main thread only.
+///
+/// At each moment exactly one name leads to the sound for good: the temporary one until the recording stops,
+/// the final one from then on. The progress name is a second name of the same file. It goes before the final
+/// name comes, since the two may be equal, and a file that is renamed to another name of itself keeps both.
 class WorkFiles {
 public:
     /// What the record information says besides the dates.
@@ -39,6 +45,11 @@ public:
     /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was
     /// none or when it could not be moved. A file without a single frame is removed.
     std::string rescueTempFile(const Label& label);
+    /// Keeps sound that a crash left in the relay file, under a name that says so: it fits no recording.
+    void rescueRelayFile();
+
+    ProgressFile& progress() { return m_progress; }
+    RelayFile& relay() { return m_relay; }
     /// The computed end of the last rescued recording; 0 when none was rescued.
     Date lastCrashDate() const { return m_lastCrashDate; }
 
@@ -51,7 +62,8 @@ public:
 private:
     std::string moveToFinalName(Date start, Date stop, const Label& label);
     bool startFromSettings(Date& start) const;
-    void putAside(const std::string& temporary);
+    void putAside(const std::string& path, const std::string& what);
+    void removeOtherNames();
     void removeEmpty(const std::string& temporary);
 
     Clock& m_clock;
@@ -60,5 +72,7 @@ private:
     SystemLog& m_log;
     const NotificationCenter& m_notifications;
     VmMechanic& m_mechanic;
+    ProgressFile m_progress;
+    RelayFile m_relay;
     Date m_lastCrashDate;
 };

@@ -79,25 +79,28 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
     return frame - frame % m_format.ratio();
 }
 
-double WritePipeline::prepare(HostTime start, double priorSeconds) {
+std::int64_t WritePipeline::prepare(std::int64_t wished) {
     const std::int64_t captured = frameCount();
-    const std::int64_t startFrame = frameAt(start);
     const std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
-    const auto prior = static_cast<std::int64_t>(priorSeconds * m_recordSampleRate);
-    m_startFrame = std::max({startFrame - prior, priorSeconds > 0.0 ? oldest : 0, m_firstFreeFrame});
+    m_startFrame = std::max({wished, oldest, m_firstFreeFrame});
     const std::int64_t kept = std::max<std::int64_t>(captured - m_startFrame, 0) * 2;
     m_soundQue->clearDataWithLeftLengthFloat32(static_cast<unsigned>(kept));
     m_inputCount = static_cast<std::uint64_t>(kept) * sizeof(float);
-    return std::max(0.0, static_cast<double>(startFrame - m_startFrame) / m_recordSampleRate);
+    return m_startFrame;
 }
 
-void WritePipeline::start(SoundFile& file, const Format& format) {
+void WritePipeline::start(SoundFile& file, const Format& format, const Carried& carried) {
     m_file = &file;
     m_format = format;
     m_startFrame = aligned(m_startFrame + format.ratio() - 1);
+    m_endFrame = m_startFrame;
+    if (carried.bytes > 0)
+        m_startFrame = carried.firstFrame;
     m_stopFrame = openEnd;
-    m_writePos = 0;
-    m_writeCount = 0.0;
+    m_writePos = carried.bytes;
+    m_writeCount = static_cast<double>(carried.bytes);
+    m_inputCount.fetch_add(static_cast<std::uint64_t>(carried.bytes / (2 * format.channels)) * format.ratio() *
+                           bytesPerFrame);
     m_pending.clear();
     m_overflowCount = 0;
     m_writeThreadError = false;
@@ -106,6 +109,10 @@ void WritePipeline::start(SoundFile& file, const Format& format) {
     // Set here too: whoever stops at once must not take the thread for one that has already ended.
     m_fileWriteing = true;
     m_clock.detachThread("write", [this] { writeSoundFileThread(); });
+}
+
+void WritePipeline::setStopFrame(std::int64_t frame) {
+    m_stopFrame = std::max(aligned(frame), m_startFrame);
 }
 
 void WritePipeline::writeSoundFileThread() {
@@ -179,6 +186,7 @@ bool WritePipeline::convertUntil(std::int64_t end) {
             if (got == 0)
                 break;
             convert(m_piece.data(), m_soundQue->readPosition() - got, got);
+            m_endFrame = static_cast<std::int64_t>(m_soundQue->readPosition()) / 2;
         }
     } catch (const std::bad_alloc&) {
         return false;
@@ -219,7 +227,7 @@ void WritePipeline::awaitFrame(std::int64_t frame) {
 }
 
 WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCount) {
-    m_stopFrame = std::max(aligned(stop), m_startFrame);
+    setStopFrame(stop);
     m_writeThread = false;
     m_nap->end();
     while (fileWriteing())
@@ -244,7 +252,12 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     if (lostIn >= 1.0 || lostOut >= 1.0)
         reportEvent(formatted("VmRecorder: data lost input=%fseconds, write=%fseconds", lostIn, lostOut));
     m_file = nullptr;
-    return {lastInput, m_writeCount, static_cast<std::int32_t>(overflow)};
+    const std::int64_t over = std::max<std::int64_t>(m_endFrame - m_stopFrame, 0) / m_format.ratio();
+    return {.lastInput = lastInput,
+            .writeCount = m_writeCount,
+            .overflowCount = static_cast<std::int32_t>(overflow),
+            .overRecordBytes = m_pending.empty() ? std::min(over * m_format.channels * 2, m_writePos) : 0,
+            .frames = m_stopFrame - m_startFrame};
 }
 
 void WritePipeline::finalFlush(double lastInput) {

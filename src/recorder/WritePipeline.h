@@ -43,6 +43,15 @@ public:
         double lastInput = 0.0;
         double writeCount = 0.0;        ///< bytes of 16-bit samples
         std::int32_t overflowCount = 0; ///< bytes of floats
+        /// Bytes at the end of the file that were captured at or after the stop frame. They are in no queue any
+        /// more: whoever goes on with the next file hands them to it.
+        std::int64_t overRecordBytes = 0;
+        std::int64_t frames = 0; ///< device frames from start to stop
+    };
+    /// Sound that stands at the beginning of a new file already.
+    struct Carried {
+        std::int64_t bytes = 0;
+        std::int64_t firstFrame = 0; ///< what its first frame was captured as
     };
 
     WritePipeline(Clock& clock, SystemLog& log, const NotificationCenter& notifications);
@@ -62,12 +71,15 @@ public:
     void setErrorHandler(std::function<void()> handler) { m_errorHandler = std::move(handler); }
     /// Called on the write thread when a write begins and ends.
     void setActivityHandler(std::function<void(bool)> handler) { m_activityHandler = std::move(handler); }
-    /// Prepares the queue for a recording that begins `priorSeconds` before `start`, as far as the queue holds
-    /// that much and the last recording does not reach into it. Returns how many seconds before `start` it
-    /// begins.
-    double prepare(HostTime start, double priorSeconds);
+    /// Prepares the queue for a recording that is to begin with frame `wished`. Returns the frame with which it
+    /// can begin: a later one where the queue no longer reaches back as far, or where the last recording
+    /// reaches into it.
+    std::int64_t prepare(std::int64_t wished);
     /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
-    void start(SoundFile& file, const Format& format);
+    void start(SoundFile& file, const Format& format, const Carried& carried);
+    void start(SoundFile& file, const Format& format) { start(file, format, Carried{}); }
+    /// Frames from `frame` on are not written, whenever the recording is finished: they belong to the next one.
+    void setStopFrame(std::int64_t frame);
     /// Ends the recording before frame `stop`: stops the write thread, waits for it and for sound that is still
     /// on its way (not longer than `stopPatience`), and writes what is left.
     /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
@@ -142,6 +154,7 @@ private:
     std::int64_t m_startFrame = 0;
     std::int64_t m_writePos = 0;
     double m_writeCount = 0.0;
+    std::int64_t m_endFrame = 0;         // behind the last one taken from the queue
     std::vector<float> m_piece;          // on its way from the queue
     std::vector<std::int16_t> m_pending; // converted, not yet written
 

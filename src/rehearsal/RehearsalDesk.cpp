@@ -22,7 +22,8 @@ RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::launch() {
     controler = std::make_unique<VmControler>(
-        Seams{clock, runLoop, notifications, defaults, log, alert, texts, hardware, volume});
+        Seams{clock, runLoop, notifications, defaults, log, alert, texts, hardware, volume,
+              administratorRight});
     controler->applicationDidFinishLaunching();
 }
 

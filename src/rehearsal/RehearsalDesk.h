@@ -5,6 +5,7 @@
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "rehearsal/RecordedSystemLog.h"
+#include "rehearsal/ScriptedAdministratorRight.h"
 #include "rehearsal/ScriptedAlert.h"
 #include "rehearsal/ScriptedVolume.h"
 #include "rehearsal/VirtualClock.h"
@@ -49,6 +50,7 @@ public:
     SimulatedHardware hardware;
     PosixVolume files;
     ScriptedVolume volume{files, clock};
+    ScriptedAdministratorRight administratorRight;
     std::unique_ptr<VmControler> controler;
 
 private:

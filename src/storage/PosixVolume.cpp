@@ -1,5 +1,6 @@
 #include "storage/PosixVolume.h"
 
+#include "storage/FileLock.h"
 #include "storage/PosixVolumeFile.h"
 
 #include <algorithm>
@@ -75,6 +76,13 @@ std::optional<std::int64_t> PosixVolume::fileSize(const std::string& path) {
     if (!status)
         return std::nullopt;
     return status->st_size;
+}
+
+bool PosixVolume::isSameFile(const std::string& path, const std::string& other) {
+    struct stat first {};
+    struct stat second {};
+    return lstat(path.c_str(), &first) == 0 && lstat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
 bool PosixVolume::isFolder(const std::string& path) {
@@ -160,7 +168,14 @@ std::vector<VolumeEntry> PosixVolume::list(const std::string& folder) {
     DIR* const directory = ::opendir(folder.c_str());
     if (directory == nullptr)
         return entries;
-    while (const dirent* const found = ::readdir(directory)) {
+    int error = 0;
+    for (;;) {
+        errno = 0; // the only way to tell the end from an error
+        const dirent* const found = ::readdir(directory);
+        if (found == nullptr) {
+            error = errno;
+            break;
+        }
         VolumeEntry entry{found->d_name, found->d_type == DT_DIR, found->d_type == DT_LNK};
         if (entry.name == "." || entry.name == "..")
             continue;
@@ -174,7 +189,16 @@ std::vector<VolumeEntry> PosixVolume::list(const std::string& folder) {
     ::closedir(directory);
     std::sort(entries.begin(), entries.end(),
               [](const VolumeEntry& left, const VolumeEntry& right) { return left.name < right.name; });
+    errno = error;
     return entries;
+}
+
+bool PosixVolume::isLocked(const std::string& path) {
+    return FileLock::isLocked(path);
+}
+
+int PosixVolume::setLocked(const std::string& path, bool locked) {
+    return FileLock::setLocked(path, locked);
 }
 
 std::optional<double> PosixVolume::freeBytes(const std::string& folder) {

@@ -15,12 +15,15 @@ public:
     bool exists(const std::string& path) override;
     std::optional<std::int64_t> fileSize(const std::string& path) override;
     bool isFolder(const std::string& path) override;
+    bool isSameFile(const std::string& path, const std::string& other) override;
     bool makeFolder(const std::string& path) override;
     int renameWithoutReplacing(const std::string& from, const std::string& to) override;
     int makeLink(const std::string& existing, const std::string& link) override;
     int remove(const std::string& path) override;
     int synchronizeFolder(const std::string& folder) override;
     std::vector<VolumeEntry> list(const std::string& folder) override;
+    bool isLocked(const std::string& path) override;
+    int setLocked(const std::string& path, bool locked) override;
     std::optional<double> freeBytes(const std::string& folder) override;
 
     /// The two ways to rename where the file system knows no rename that refuses to replace; 0 or an errno.

@@ -1,12 +1,15 @@
 // storage/VmMechanic.h — makes, opens and repairs sound files, and keeps the record folder.
 #pragma once
 #include "base/Seams.h"
+#include "storage/AdvicePanel.h"
+#include "storage/RecordSpace.h"
 #include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/SoundStreamDescription.h"
 #include "storage/Volume.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,6 +50,8 @@ public:
     // Work files; empty pointers when they cannot be had
     std::string temporaryFilePath() const;
     std::unique_ptr<VolumeFile> openTempFile();
+    std::string relayFilePath() const;
+    static constexpr std::int64_t freshRelaySize = 12; ///< bytes
     /// A new relay file. It holds "regular file" at first: truncate it before writing.
     std::unique_ptr<VolumeFile> createRelayFile();
     std::unique_ptr<VolumeFile> openRelayFile();
@@ -58,6 +63,14 @@ public:
     void setDirPath(const std::string& path);
     /// Removes the hidden recordings in `folder` and the folders below it, logging each.
     void deleteDotFileInFolder(const std::string& folder);
+
+    /// Names are relative to the record folder. The flags say whether it worked.
+    bool isLockedFile(std::string_view name) const;
+    bool lockFile(std::string_view name);
+    bool unlockFile(std::string_view name);
+    static bool isHidedFile(std::string_view name) { return name.starts_with('.'); }
+    /// The recordings of the record folder in order of their names, with length and lock.
+    std::vector<Recording> recordings() { return m_space.recordings(place()); }
 
     // Room; durations in seconds. A duration or size that makes no sense becomes its default.
     double maxRecordTime() const { return m_maxRecordTime; }
@@ -75,9 +88,33 @@ public:
     /// Bytes that must be free before a recording. Always finite.
     double needFreeSpace(double rate, unsigned channels) const;
 
+    /// Seconds of all unlocked recordings of the record folder, by their names.
+    double recordTotalTime() { return m_space.totalTime(place()); }
+    /// Makes room for a recording of `rate` Hz; false when there is too little, or was (see
+    /// `RecordSpace::secure`).
+    bool secureRecordSpace(double rate, unsigned channels);
+    /// Deletes the oldest unlocked recording, if there is one.
+    bool deleteOlderFile() { return m_space.deleteOlderFile(place()); }
+    /// Advice to make a backup if it is due, then `secureRecordSpace`. At the start of every recording.
+    bool makeSecureRecordSpace(double rate, unsigned channels);
+    double totalDataSize() const { return folderSizeWithPath(m_recordFolder); } ///< bytes
+    /// Bytes of every entry below the folder `path`. Links are not followed.
+    double folderSizeWithPath(const std::string& path) const;
+    /// Empties the folder "VelmoratideBackup" beside `path` and moves the first files of `path` there, as many
+    /// as `adviceDataSize` allows. Returns the bytes moved.
+    double moveBackupDataWithPath(const std::string& path);
+    /// Shows the advice panel for the backup folder `path` and `total` bytes.
+    void adviceAlertWithPath(const std::string& path, double total);
+    AdvicePanel& advicePanel() { return m_advicePanel; }
+    /// What keeps a copy of a recording before it is deleted.
+    void setKeepHook(RecordSpace::KeepHook hook) { m_space.setKeepHook(std::move(hook)); }
+    /// Tells the folder of kept recordings, or an empty text while keeping is off.
+    void setKeepFolderHook(std::function<std::string()> hook) { m_keepFolder = std::move(hook); }
+
 private:
+    RecordSpace::Place place() const;
+    bool setLocked(std::string_view name, bool locked);
     void reportError(std::string_view message) const;
-    std::string relayFilePath() const;
     void deleteDotFile(const std::string& path) const;
 
     const Seams m_seams;
@@ -85,6 +122,9 @@ private:
     SoundStreamDescription m_audioFormatInput;
     std::int64_t m_numDatas = 0;
     std::string m_recordFolder;
+    RecordSpace m_space;
+    AdvicePanel m_advicePanel;
+    std::function<std::string()> m_keepFolder;
     int m_soundForm = 0;
     double m_maxRecordTime = 0.0;
     double m_maxTotalTime = 0.0;

@@ -46,6 +46,8 @@ public:
     /// Without following a link; nothing if there is no such file.
     virtual std::optional<std::int64_t> fileSize(const std::string& path) = 0;
     virtual bool isFolder(const std::string& path) = 0;
+    /// True when both are names of one and the same file.
+    virtual bool isSameFile(const std::string& path, const std::string& other) = 0;
     virtual bool makeFolder(const std::string& path) = 0; ///< with its parents
     /// 0 or an errno; EEXIST when `to` exists already: nothing is ever overwritten.
     virtual int renameWithoutReplacing(const std::string& from, const std::string& to) = 0;
@@ -53,8 +55,13 @@ public:
     virtual int remove(const std::string& path) = 0; ///< a file or an empty folder
     /// Brings changes of names in a folder to the disk.
     virtual int synchronizeFolder(const std::string& folder) = 0;
-    /// Entries of one folder, sorted by name bytewise.
+    /// Entries of one folder, sorted by name bytewise. errno is 0 then, or says why the folder could not be read
+    /// to its end.
     virtual std::vector<VolumeEntry> list(const std::string& folder) = 0;
+    /// Whether a lock lies on a file; one about which nothing can be learned is taken for locked.
+    virtual bool isLocked(const std::string& path) = 0;
+    /// 0, or the errno of what failed.
+    virtual int setLocked(const std::string& path, bool locked) = 0;
     /// Free bytes for this user on the volume that holds `folder`; nothing when it cannot be had.
     virtual std::optional<double> freeBytes(const std::string& folder) = 0;
 };

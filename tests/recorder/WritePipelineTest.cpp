@@ -36,7 +36,9 @@ public:
     void start(double fileRate, int channels, double prior = 0.0) {
         startTime = clock.hostTime();
         deliveredAtStart = delivered;
-        priorTaken = pipeline.prepare(startTime, prior);
+        const std::int64_t present = pipeline.frameAt(startTime);
+        const auto wished = present - static_cast<std::int64_t>(prior * rate);
+        priorTaken = std::max(0.0, static_cast<double>(present - pipeline.prepare(wished)) / rate);
         file =
             SoundFile::create(volume, folder.path() + "/sound.aif", fileRate, static_cast<unsigned>(channels))
                 .file;

@@ -1,6 +1,7 @@
 // storage/MechanicDesk.h — what a VmMechanic stands on in a test.
 #pragma once
 #include "base/NotificationCenter.h"
+#include "base/AdministratorRight.h"
 #include "base/Seams.h"
 #include "base/SystemClock.h"
 #include "base/Texts.h"
@@ -48,6 +49,7 @@ private:
     Absent<RunLoop> m_runLoop;
     Absent<Alert> m_alert;
     Absent<AudioHardware> m_hardware;
+    NoAdministratorRight m_right;
     std::vector<std::string> m_errors;
     NotificationCenter::Observation m_observation =
         notifications.observe(VmLogEventNotification, [this](const Notification& notification) {
@@ -57,5 +59,6 @@ private:
 
 public:
     const Seams seams{m_clock,        m_runLoop.seam(), notifications,     defaults, log,
-                      m_alert.seam(), m_texts,          m_hardware.seam(), volume};
+                      m_alert.seam(), m_texts,          m_hardware.seam(), volume,
+                      m_right};
 };

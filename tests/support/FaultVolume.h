@@ -28,6 +28,9 @@ public:
     bool exists(const std::string& path) override { return m_files.exists(path); }
     std::optional<std::int64_t> fileSize(const std::string& path) override { return m_files.fileSize(path); }
     bool isFolder(const std::string& path) override { return m_files.isFolder(path); }
+    bool isSameFile(const std::string& path, const std::string& other) override {
+        return m_files.isSameFile(path, other);
+    }
     bool makeFolder(const std::string& path) override { return m_files.makeFolder(path); }
     int renameWithoutReplacing(const std::string& from, const std::string& to) override {
         return m_files.renameWithoutReplacing(from, to);
@@ -38,6 +41,8 @@ public:
     int remove(const std::string& path) override { return m_files.remove(path); }
     int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
     std::vector<VolumeEntry> list(const std::string& folder) override { return m_files.list(folder); }
+    bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
+    int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }
 
 private:

@@ -1,0 +1,129 @@
+// Where a file ends by itself: at the full hour, at its greatest length, at the end of a timetable entry.
+#include "app/VmControler.h"
+#include "audio/VmDevice.h"
+#include "base/Clock.h"
+#include "base/Formatted.h"
+#include "recorder/SplitRule.h"
+#include "recorder/VmRecorder.h"
+#include "storage/SoundFile.h"
+#include "storage/VmMechanic.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr double settleTime = 2.0; // seconds before a planned end from which on it does not move
+constexpr double patience = 3.0;   // seconds after it for which its sound is waited for
+} // namespace
+
+Date VmRecorder::now() const {
+    return m_controler.seams().clock.now();
+}
+
+StreamMoment VmRecorder::momentAt(Date date) const {
+    const HostTime time = m_controler.seams().clock.hostTime() + hostTimeFromSeconds(date.secondsSince(now()));
+    return {m_pipeline.frameAt(time), date};
+}
+
+StreamMoment VmRecorder::stopMoment() const {
+    if (m_inputLoss)
+        return {m_inputLoss->frame, m_inputLoss->date};
+    if (m_fixedLength) {
+        const double rate = m_controler.devicer().recordSampleRate();
+        return {m_pipeline.startFrame() + std::llround(*m_fixedLength * rate),
+                m_recordStartDate.addingSeconds(*m_fixedLength)};
+    }
+    const StreamMoment moment = present();
+    if (m_scheduleEnd && m_scheduleEnd->moment.frame < moment.frame)
+        return m_scheduleEnd->moment;
+    return moment;
+}
+
+double VmRecorder::longestFile() const {
+    // Whole seconds, so that the names tell the truth to the second.
+    const double bytesPerSecond = m_label.sampleRate * m_label.channels * 2.0;
+    return std::max(1.0, std::floor(static_cast<double>(SoundFile::largestFile - 4096) / bytesPerSecond) - 1.0);
+}
+
+void VmRecorder::follow(std::optional<PlannedEnd>& planned, Date date) const {
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (planned && planned->time - now < hostTimeFromSeconds(settleTime))
+        return;
+    const double left = std::max(date.secondsSince(this->now()), 0.0);
+    const HostTime time = now + hostTimeFromSeconds(left);
+    planned = PlannedEnd{{m_pipeline.frameAt(time), this->now().addingSeconds(left)}, time};
+}
+
+void VmRecorder::planAgain() {
+    m_boundaryDate.reset();
+    if (m_boundary && m_boundary->time - m_controler.seams().clock.hostTime() > hostTimeFromSeconds(settleTime))
+        m_boundary.reset();
+    planBoundary();
+}
+
+void VmRecorder::planBoundary() {
+    const Clock& clock = m_controler.seams().clock;
+    const bool timetable = m_recordTimer != nullptr;
+    const double limit = longestFile();
+    if (!m_boundaryDate) {
+        const SplitRule rule{.onTheHour = m_startOnTheHour && !timetable,
+                             .longest =
+                                 timetable ? limit : std::min(m_controler.mechanic().maxRecordTime(), limit)};
+        m_boundaryDate = rule.boundaryAfter(m_recordStartDate, clock);
+    }
+    follow(m_boundary, *m_boundaryDate);
+    // Counted in frames too: neither a clock that is set back nor one that drifts lets a file overflow.
+    const double rate = m_controler.devicer().recordSampleRate();
+    const std::int64_t fullFrame = m_pipeline.startFrame() + std::llround(limit * rate);
+    if (m_boundary->moment.frame > fullFrame) {
+        const double early = static_cast<double>(m_boundary->moment.frame - fullFrame) / rate;
+        m_boundary->moment = {fullFrame, m_boundary->moment.date.addingSeconds(-early)};
+        m_boundary->time -= hostTimeFromSeconds(early);
+    }
+    std::int64_t stop = m_boundary->moment.frame;
+    if (m_scheduleEnd) {
+        follow(m_scheduleEnd, m_timerStartDate.addingSeconds(m_recordPeriod));
+        stop = std::min(stop, m_scheduleEnd->moment.frame);
+    }
+    m_pipeline.setStopFrame(stop);
+}
+
+void VmRecorder::crossBoundary() {
+    planBoundary();
+    const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;
+    const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
+    const bool endsBefore = m_scheduleEnd && m_scheduleEnd->moment.frame <= m_boundary->moment.frame;
+    if ((isCaptured || isLate) && !endsBefore)
+        restartRecording(m_boundary->moment);
+}
+
+void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
+    const double rate = m_controler.devicer().recordSampleRate();
+    const double bytesPerSecond = m_label.sampleRate * m_label.channels * 2.0;
+    constexpr double longest = 60.0; // seconds
+    double over = static_cast<double>(account.overRecordBytes) / bytesPerSecond;
+    std::int64_t bytes = account.overRecordBytes;
+    if (over > longest) {
+        say("SomeErrorHappen", "RecordTime over 60sec");
+        bytes = static_cast<std::int64_t>(longest * m_label.sampleRate) * m_label.channels * 2;
+        m_recordStopDate = m_recordStopDate.addingSeconds(over - longest);
+        over = longest;
+    }
+    if (over >= 1.0)
+        m_controler.seams().notifications.postLogEvent(
+            "SomeReportHappen", formatted("VmRecorder: over record %fseconds(=%dbytes)", over,
+                                          static_cast<int>(account.overRecordBytes)));
+    if (!m_workFiles.relay().delOverRecordData(bytes, m_label.channels)) {
+        m_recordStopDate = m_recordStopDate.addingSeconds(over); // it stays, so the name covers it
+        return;
+    }
+    m_overRecordBytes = bytes;
+    const auto ratio = static_cast<std::int64_t>(rate / m_label.sampleRate);
+    m_overRecordFrame = m_pipeline.startFrame() + account.frames;
+    m_overRecordFrame += (account.overRecordBytes - bytes) / (2 * m_label.channels) * ratio;
+    m_beginWith = StreamMoment{m_overRecordFrame, m_recordStopDate};
+}
+
+void VmRecorder::onTheMinuteTime() {
+    m_workFiles.progress().renewalProgressSoundFile(m_label.channels);
+}

@@ -1,0 +1,195 @@
+// The timetable: its switch, and the recordings of its entries. Sleep and wake.
+#include "app/VmControler.h"
+#include "audio/VmDevice.h"
+#include "base/Alert.h"
+#include "base/Clock.h"
+#include "base/Formatted.h"
+#include "base/NotificationCenter.h"
+#include "base/Texts.h"
+#include "base/UserDefaults.h"
+#include "recorder/VmRecorder.h"
+#include "schedule/VmReserver.h"
+#include "schedule/VmReserverElement.h"
+
+#include <algorithm>
+
+// --- switch --------------------------------------------------------------------------------------------------
+
+void VmRecorder::actReserveButton() {
+    const bool on = m_reserveButton.isOn();
+    if (!on && !m_emergency && !mayStopTimetable()) {
+        m_reserveButton.setOn(true);
+        return;
+    }
+    storeSwitch("ReserveSwitch", on);
+    if (on)
+        startTimetable();
+    else
+        stopTimetable();
+}
+
+bool VmRecorder::mayStopTimetable() {
+    if (gateRefuses())
+        return false;
+    constexpr int soon = 300; // seconds
+    const auto agrees = [this](const char* informativeKey) {
+        return m_controler.seams().alert.ask({"TimerStopCaution", informativeKey, "RecordStop", "Cancel"}) ==
+               AlertAnswer::defaultButton;
+    };
+    if (m_controler.reserver().nextStartTime() <= soon && !agrees("ReserveCancelInfo"))
+        return false;
+    return !m_recordState || agrees("TimerStopInfo");
+}
+
+void VmRecorder::startTimetable() {
+    setStartOnTheHour(false); // an entry's recording is not split at the hour
+    m_waitingSince = now();
+    m_recordTimer = m_controler.seams().runLoop.schedule({.interval = 1.0, .repeats = true},
+                                                         [this] { recordTimerPeriodic(); });
+    if (const VmReserverElement* within = m_controler.reserver().unfinishedWithinElement(); within != nullptr) {
+        m_actionMethod = 2;
+        startReserveRecordWithElement(*within);
+    } else {
+        waitForTimer();
+    }
+    m_recordTimer->fireNow();
+}
+
+void VmRecorder::stopTimetable() {
+    const UserDefaults& defaults = m_controler.seams().defaults;
+    if (!m_emergency)
+        m_actionMethod = 3; // by hand
+    recordOFF();
+    m_modeTimer = false;
+    resetCondition(); // the file ends as what it began
+    m_recordTimer.reset();
+    m_scheduleEnd.reset();
+    m_recordMode = defaults.integerForKey("RecordMode");
+    setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
+    VmDevice& devicer = m_controler.devicer();
+    const int source = devicer.checkRecordSource(defaults.integerForKey("recordSourceDevice"));
+    if (source >= 0 && source != devicer.recordSource())
+        devicer.setRecordSource(source);
+    m_rateNumber = defaults.integerForKey("SamplingRateNumber");
+    setChannels(defaults.integerForKey("ChannelsNumber"));
+    m_reserveNameField.setText("");
+    m_reserveNameField.setToolTip("");
+    m_reserveTimeField.setText("");
+    renewDispSampleRate();
+    dispRecordMode();
+    dispCondition();
+}
+
+void VmRecorder::reservesChanged() {
+    setControlState();
+}
+
+// --- entries -------------------------------------------------------------------------------------------------
+
+void VmRecorder::recordTimerPeriodic() {
+    const VmReserver& reserver = m_controler.reserver();
+    if (m_recordState) {
+        if (now().secondsSince(m_timerStartDate) < m_recordPeriod)
+            return;
+        m_actionMethod = 2;
+        recordOFF();
+        waitForTimer();
+        m_waitingSince = m_timerStartDate.addingSeconds(m_recordPeriod);
+    }
+    const VmReserverElement* due = reserver.unfinishedWithinElement();
+    if (due == nullptr)
+        due = reserver.unfinishedStartElement();
+    if (due == nullptr) {
+        showNextElement();
+        return;
+    }
+    m_actionMethod = 2;
+    startReserveRecordWithElement(*due);
+}
+
+void VmRecorder::startReserveRecordWithElement(const VmReserverElement& element) {
+    constexpr double reach = 2.0; // seconds: the timer looks once a second
+    const VmReserver& reserver = m_controler.reserver();
+    m_modeTimer = false;
+    m_recordMode = element.mode() == 0 ? 0 : 1;
+    takeFormat(element);
+    _actMonitorButton(); // the entry's input may howl with this output
+    showReserve(element.name(), "ReserveStopTime", element.stop());
+    m_timerStartDate = now();
+    m_recordPeriod = reserver.stopDate(element).secondsSince(m_timerStartDate);
+    m_scheduleEnd = PlannedEnd{};
+    m_scheduleEnd->time = std::numeric_limits<HostTime>::max();
+    const Date due = std::max(reserver.startDate(element), m_waitingSince);
+    recordON();
+    dispRecordMode();
+    if (m_recordMode == 0 && m_timerStartDate.secondsSince(due) < reach)
+        m_beginWith = momentAt(due);
+    resetCondition();
+    m_beginWith.reset();
+}
+
+void VmRecorder::waitForTimer() {
+    m_modeTimer = true;
+    resetCondition(); // no file stays open while the timetable waits
+    m_scheduleEnd.reset();
+    showNextElement();
+    dispRecordMode();
+}
+
+void VmRecorder::showNextElement() {
+    const VmReserverElement* next = m_controler.reserver().nextElement();
+    if (next == nullptr) {
+        m_reserveNameField.setText("");
+        m_reserveNameField.setToolTip("");
+        m_reserveTimeField.setText("");
+        return;
+    }
+    takeFormat(*next);
+    showReserve(next->name(), "ReserveStartTime", next->start());
+}
+
+void VmRecorder::showReserve(const std::string& name, const char* timeKey, int secondOfDay) {
+    m_reserveNameField.setText(name);
+    m_reserveNameField.setToolTip(name);
+    m_reserveTimeField.setText(m_controler.seams().texts(timeKey) + " " +
+                               formatted("%02d:%02d", secondOfDay / 3600, secondOfDay % 3600 / 60));
+}
+
+void VmRecorder::takeFormat(const VmReserverElement& element) {
+    VmDevice& devicer = m_controler.devicer();
+    const int source = devicer.checkRecordSource(element.device());
+    if (source >= 0 && source != devicer.recordSource())
+        devicer.setRecordSource(source);
+    if (m_rateNumber == element.sample() && m_channels == element.channels())
+        return;
+    m_rateNumber = element.sample();
+    setChannels(element.channels());
+    renewDispSampleRate();
+}
+
+// --- sleep and wake ------------------------------------------------------------------------------------------
+
+void VmRecorder::willSleepHandle() {
+    const bool recording = condition() == RecordCondition::recording;
+    const Date date = now();
+    m_controler.seams().notifications.postLogEvent("SleepIn", "VmRecorder: Sleep in.");
+    if (!recording)
+        return;
+    m_actionMethod = 5;
+    m_sleepinDate = date;
+    stopRecording();
+    setCondition(RecordCondition::standingBy);
+}
+
+void VmRecorder::didWakeHandle() {
+    m_controler.seams().notifications.postLogEvent("WakeUp", "VmRecorder: Wake up.");
+    if (!m_sleepinDate)
+        return;
+    m_sleepinDate.reset();
+    if (m_recordState && !m_modeTimer) {
+        m_beginWith = present(); // what was heard before the sleep belongs to no recording any more
+        startRecording();
+        m_beginWith.reset();
+    }
+    resetCondition();
+}

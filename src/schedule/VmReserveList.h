@@ -1,0 +1,77 @@
+// schedule/VmReserveList.h — the timetable's entries, their table and their place in the settings.
+#pragma once
+#include "schedule/ReserveRow.h"
+#include "schedule/VmReserverElement.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+class UserDefaults;
+class VmControler;
+
+/// Posted after every change of the entries or of their order.
+inline constexpr std::string_view VmReserveListChanged_Notification = "VmReserveListChanged_Notification";
+
+/// Holds the entries in their order and shows them as rows.
+///
+/// Main thread only. References and pointers to entries hold until the next change.
+class VmReserveList {
+public:
+    /// One of a table's wishes for the order of its rows, by the key of a column.
+    struct SortDescriptor {
+        std::string key;
+        bool ascending = true;
+    };
+
+    explicit VmReserveList(VmControler& controler);
+    static void registerDefaults(UserDefaults& defaults);
+    /// Loads the entries. One that cannot be read is reported and left out. Needs the record sources.
+    void awake();
+    /// An entry that was not edited in this run keeps the source that was stored: a substitute for a missing
+    /// one is not written.
+    void saveUserDefaults();
+
+    const std::vector<VmReserverElement>& timers() const { return m_timers; }
+    /// Per entry: whether it was made or edited in this run.
+    const std::vector<bool>& renewFlags() const { return m_renewFlags; }
+    /// Per entry: as it was loaded or inserted.
+    const std::vector<VmReserverElement>& lastTimers() const { return m_lastTimers; }
+
+    // Changes; each is stored and posted
+    /// Inserts before `row`; at the end if there is no such row.
+    void insert(VmReserverElement element, int row);
+    void remove(int row);
+    void replace(int row, VmReserverElement element);
+
+    // Table
+    const std::vector<ReserveRow>& reserveList() const { return m_reserveList; }
+    int numberOfRows() const { return static_cast<int>(m_reserveList.size()); }
+    /// Empty for a row or key that there is not.
+    std::string objectValue(std::string_view key, int row) const;
+    /// Stores an edited cell in its row.
+    void setObjectValue(std::string_view key, int row, std::string text);
+    /// Builds the rows anew; an entry whose source is missing gets one that is there.
+    void initReserveList();
+    /// Sorts the rows by the first of `descriptors`, equal ones by the next, and the entries with them.
+    void sortDescriptorsDidChange(const std::vector<SortDescriptor>& descriptors);
+
+private:
+    bool hasRow(int row) const { return row >= 0 && row < static_cast<int>(m_timers.size()); }
+    void load();
+    void append(const VmReserverElement& element);
+    std::vector<ReserveRow> initWithTimers(std::vector<VmReserverElement>& timers) const;
+    /// Reads the entries back from the rows; what a row's text leaves open stays as it was.
+    void sortTimers();
+    VmReserverElement elementFromRow(const ReserveRow& row, const VmReserverElement& former) const;
+    int sourceOfRow(const ReserveRow& row, int former) const;
+    /// The rate of source `device` that is nearest to the row's.
+    int sampleOfRow(const ReserveRow& row, int device, int former) const;
+    void changed();
+
+    VmControler& m_controler;
+    std::vector<ReserveRow> m_reserveList;
+    std::vector<VmReserverElement> m_timers;
+    std::vector<bool> m_renewFlags;
+    std::vector<VmReserverElement> m_lastTimers;
+};

@@ -1,0 +1,124 @@
+#include "storage/RecordSpace.h"
+
+#include "base/Formatted.h"
+#include "base/SystemLog.h"
+#include "storage/Paths.h"
+#include "storage/Volume.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+
+std::vector<Recording> RecordSpace::recordings(const Place& place) {
+    RecordFolder::Listing listing = RecordFolder::list(m_volume, place.folder, place.progressPath);
+    if (listing.error != 0)
+        m_log.log(formatted("VmMechanic: record folder cannot be read (%s): %s", std::strerror(listing.error),
+                            place.folder.c_str()));
+    return std::move(listing.recordings);
+}
+
+double RecordSpace::totalTime(const Place& place) {
+    return RecordFolder::totalTimeExceptLocked(recordings(place));
+}
+
+std::optional<double> RecordSpace::freeSpace(const std::string& folder) {
+    const std::optional<double> bytes = m_volume.freeBytes(folder);
+    const bool known = bytes && std::isfinite(*bytes);
+    if (!known && !m_unknownFreeSpaceSaid)
+        m_log.log("VmMechanic: free space is unknown, nothing is deleted for it: " + folder);
+    m_unknownFreeSpaceSaid = !known;
+    return known ? bytes : std::nullopt;
+}
+
+bool RecordSpace::deleteOlderFile(const Place& place) {
+    CleanUp cleanUp(place, recordings(place));
+    return deleteOldest(cleanUp, "asked for");
+}
+
+bool RecordSpace::secure(const Place& place, const Limits& limits) {
+    const std::optional<double> freeAtFirst = freeSpace(place.folder);
+    CleanUp cleanUp(place, recordings(place));
+    bool deletedForTime = false;
+    while (cleanUp.totalTime - limits.maxTotalTime > limits.maxRecordTime) {
+        if (!deleteOldest(cleanUp, formatted("total time %.0f s exceeds %.0f s by more than %.0f s",
+                                             cleanUp.totalTime, limits.maxTotalTime, limits.maxRecordTime))) {
+            if (!deletedForTime)
+                return false;
+            break;
+        }
+        deletedForTime = true;
+    }
+    const std::optional<double> free = freeSpace(place.folder);
+    if (!free || *free > limits.needFreeSpace)
+        return true;
+    // Whoever deleted for the total time first asks for the free space once more at the end.
+    return makeFreeSpace(cleanUp, limits, freeAtFirst) && deletedForTime;
+}
+
+/// True when there is enough in the end.
+bool RecordSpace::makeFreeSpace(CleanUp& cleanUp, const Limits& limits, std::optional<double> freeAtFirst) {
+    for (;;) {
+        const std::optional<double> free = freeSpace(cleanUp.folder);
+        if (!free || *free > limits.needFreeSpace)
+            return true;
+        // Some file systems give the room of removed files back only seconds later. Going by the free space
+        // alone would take every recording meanwhile.
+        if (cleanUp.removedBytes > 0.0 && freeAtFirst &&
+            *freeAtFirst + cleanUp.removedBytes > limits.needFreeSpace) {
+            m_log.log(
+                formatted("VmMechanic: %.0f bytes were removed but only %.0f are free, no more is deleted "
+                          "for now: %s",
+                          cleanUp.removedBytes, *free, cleanUp.folder.c_str()));
+            return false;
+        }
+        if (!deleteOldest(cleanUp, formatted("%.0f bytes free, %.0f needed", *free, limits.needFreeSpace)))
+            return false;
+    }
+}
+
+bool RecordSpace::deleteOldest(CleanUp& cleanUp, const std::string& reason) {
+    while (cleanUp.next < cleanUp.recordings.size()) {
+        const Recording& recording = cleanUp.recordings[cleanUp.next++];
+        if (recording.locked || recording.inProgress)
+            continue;
+        const std::string path = Paths::inFolder(cleanUp.folder, recording.name);
+        const std::int64_t bytes = m_volume.fileSize(path).value_or(0);
+        if (!deleteRecording(path, reason))
+            continue;
+        cleanUp.totalTime -= recording.seconds;
+        cleanUp.removedBytes += static_cast<double>(bytes);
+        return true;
+    }
+    m_log.log(formatted("VmMechanic: no recording could be deleted (%s): %s", reason.c_str(),
+                        cleanUp.folder.c_str()));
+    return false;
+}
+
+bool RecordSpace::deleteRecording(const std::string& path, const std::string& reason) {
+    if (m_keep && !m_keep(path)) {
+        m_log.log("VmMechanic: recording stays, for it was not kept: " + path);
+        return false;
+    }
+    if (m_volume.isLocked(path)) { // since it was listed; keeping may take a while
+        m_log.log("VmMechanic: recording stays, for it was locked meanwhile: " + path);
+        return false;
+    }
+    const int error = m_volume.remove(path);
+    if (error != 0 || m_volume.exists(path)) {
+        m_log.log(formatted("VmMechanic: recording cannot be deleted (%s): %s",
+                            error != 0 ? std::strerror(error) : "it is still there", path.c_str()));
+        return false;
+    }
+    m_log.log(formatted("VmMechanic: recording deleted (%s): %s", reason.c_str(), path.c_str()));
+    deleteImage(path);
+    return true;
+}
+
+void RecordSpace::deleteImage(const std::string& path) {
+    const std::string image = RecordFolder::imagePath(path);
+    if (!m_volume.exists(image) || m_volume.isFolder(image) || m_volume.isLocked(image))
+        return;
+    if (const int error = m_volume.remove(image); error != 0)
+        m_log.log(formatted("VmMechanic: waveform image cannot be deleted (%s): %s", std::strerror(error),
+                            image.c_str()));
+}

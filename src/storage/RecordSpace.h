@@ -1,0 +1,71 @@
+// storage/RecordSpace.h — makes room in the record folder by deleting the oldest recordings.
+#pragma once
+#include "storage/RecordFolder.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class SystemLog;
+class Volume;
+
+/// Deletes unlocked recordings of one folder, oldest first, and says each deletion with its reason in the
+/// system log. A folder is listed once per clean-up and each recording is tried once, so a clean-up always
+/// ends.
+///
+/// Main thread.
+class RecordSpace {
+public:
+    /// Keeps a copy of the recording at a full path that is about to be deleted; false when it could not: the
+    /// recording then stays.
+    using KeepHook = std::function<bool(const std::string& path)>;
+
+    RecordSpace(Volume& volume, SystemLog& log) : m_volume(volume), m_log(log) {}
+
+    struct Place {
+        std::string folder;
+        std::string progressPath; ///< of the recording in progress, or empty
+    };
+    struct Limits {
+        double maxTotalTime = 0.0;  ///< seconds
+        double maxRecordTime = 0.0; ///< seconds by which the total may go beyond
+        double needFreeSpace = 0.0; ///< bytes
+    };
+    void setKeepHook(KeepHook hook) { m_keep = std::move(hook); }
+
+    /// False when nothing could be deleted for the total time, when there is too little free space, or when
+    /// there was: a call that deleted for free space alone says no even if there is room by now. Free space
+    /// that cannot be had is no reason to delete anything.
+    bool secure(const Place& place, const Limits& limits);
+    /// Deletes one recording, whatever the room; false when there was none to delete.
+    bool deleteOlderFile(const Place& place);
+    /// Seconds of the unlocked recordings.
+    double totalTime(const Place& place);
+    /// The recordings in order; an unreadable folder is said in the system log and has none.
+    std::vector<Recording> recordings(const Place& place);
+    /// Free bytes where `folder` lies; when they cannot be had, that is said once in the system log.
+    std::optional<double> freeSpace(const std::string& folder);
+
+private:
+    struct CleanUp {
+        CleanUp(const Place& where, std::vector<Recording> found)
+            : folder(where.folder),
+              recordings(std::move(found)),
+              totalTime(RecordFolder::totalTimeExceptLocked(recordings)) {}
+        const std::string folder;
+        const std::vector<Recording> recordings;
+        std::size_t next = 0;
+        double totalTime;          ///< seconds left
+        double removedBytes = 0.0; ///< by the sizes of the files
+    };
+    bool deleteOldest(CleanUp& cleanUp, const std::string& reason);
+    bool deleteRecording(const std::string& path, const std::string& reason);
+    void deleteImage(const std::string& path);
+    bool makeFreeSpace(CleanUp& cleanUp, const Limits& limits, std::optional<double> freeAtFirst);
+
+    Volume& m_volume;
+    SystemLog& m_log;
+    KeepHook m_keep;
+    bool m_unknownFreeSpaceSaid = false;
+};
