@@ -13,10 +13,8 @@ public:
 
     // Any thread
     void log(std::string_view line) override {
-        {
-            const std::lock_guard guard(m_mutex);
-            m_lines.emplace_back(line);
-        }
+        const std::lock_guard guard(m_mutex);
+        m_lines.emplace_back(line);
         if (m_next != nullptr)
             m_next->log(line);
     }
@@ -24,9 +22,17 @@ public:
         const std::lock_guard guard(m_mutex);
         return m_lines;
     }
+    /// From now on lines are handed on to `next`, beginning with those that are kept already; null ends it.
+    void setNext(SystemLog* next) {
+        const std::lock_guard guard(m_mutex);
+        m_next = next;
+        if (next != nullptr)
+            for (const std::string& line : m_lines)
+                next->log(line);
+    }
 
 private:
-    SystemLog* const m_next;
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex; // guards all below
+    SystemLog* m_next;
     std::vector<std::string> m_lines;
 };

@@ -1,6 +1,24 @@
 #include "rehearsal/RehearsalDesk.h"
 
 #include "app/VmControler.h"
+#include "storage/Paths.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+constexpr std::pair<const char*, const char*> folderSettings[] = {
+    {"DirectoryPath", "record"}, {"KeepFileKeepFolder", "preserve"}, {"KeepFileExpandFolder", "expand"}};
+
+bool isFolderSetting(const std::string& key) {
+    return std::ranges::any_of(folderSettings, [&key](const auto& setting) { return setting.first == key; });
+}
+
+QString placed(const QString& path, const QString& folder) {
+    const bool isWhole = path.startsWith(QLatin1Char('/')) || path.startsWith(QLatin1Char('~'));
+    return isWhole ? path : folder + QLatin1Char('/') + path;
+}
+} // namespace
 
 Date RehearsalDesk::startDate(const QTimeZone& zone, const CalendarDate& start) {
     return VirtualClock(zone, {}).dateFromLocal(start);
@@ -13,17 +31,37 @@ RehearsalDesk::RehearsalDesk(std::string deskFolder, QTimeZone zone, const Calen
       defaults(folder + "/settings.json", log),
       hardware(clock, std::move(devices)) {
     VmControler::registerDefaults(defaults);
-    defaults.set("DirectoryPath", recordFolder());
+    for (const auto& [key, name] : folderSettings)
+        if (const std::string path = defaults.stringForKey(key); path.empty() || path.starts_with('~'))
+            defaults.set(key, Paths::inFolder(folder, name));
     for (const Setting& setting : settings)
-        defaults.set(setting.key, setting.value);
+        defaults.set(setting.key, isFolderSetting(setting.key)
+                                      ? placed(setting.value.toString(), QString::fromStdString(folder))
+                                      : setting.value);
+}
+
+void RehearsalDesk::bringFoldersHome(const QJsonObject& chosen) {
+    for (const auto& [key, name] : folderSettings)
+        if (!chosen.contains(QLatin1String(key)) && !defaults.stringForKey(key).starts_with(folder + "/"))
+            defaults.set(key, Paths::inFolder(folder, name));
+}
+
+void RehearsalDesk::makeFolders() {
+    for (const auto& [key, name] : folderSettings)
+        if (const std::string path = defaults.stringForKey(key); path.starts_with(folder + "/"))
+            files.makeFolder(path); // one that cannot be made is the application's to report
 }
 
 RehearsalDesk::~RehearsalDesk() = default;
 
+void RehearsalDesk::makeControllers() {
+    controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
+                                                    hardware, volume, administratorRight});
+}
+
 void RehearsalDesk::launch() {
-    controler = std::make_unique<VmControler>(
-        Seams{clock, runLoop, notifications, defaults, log, alert, texts, hardware, volume,
-              administratorRight});
+    if (controler == nullptr)
+        makeControllers();
     controler->applicationDidFinishLaunching();
 }
 

@@ -13,6 +13,7 @@
 #include "storage/PosixVolume.h"
 
 #include <memory>
+#include <QJsonObject>
 #include <string>
 #include <vector>
 
@@ -26,13 +27,21 @@ public:
         QJsonValue value;
     };
 
-    /// `start` is local time in `zone`. Settings that an earlier launch left in `folder` are carried on.
+    /// `start` is local time in `zone`. Settings that an earlier launch left in `folder` are carried on; the
+    /// folders among them that were never set lie under `folder`, and so does a relative one among `settings`.
     RehearsalDesk(std::string folder, QTimeZone zone, const CalendarDate& start,
                   std::vector<SimulatedDevice> devices, const std::vector<Setting>& settings = {});
     /// Ends without the quit sequence; what was not written is lost.
     ~RehearsalDesk();
 
-    /// Makes the controllers and runs the start-up sequence.
+    /// Folders from elsewhere become those under `folder`, except the ones that `chosen` has: settings may have
+    /// been made when the folder had another place.
+    void bringFoldersHome(const QJsonObject& chosen);
+    /// Makes the folders of the settings that lie under `folder`.
+    void makeFolders();
+    /// Makes the controllers. A launch does it unless it was done before.
+    void makeControllers();
+    /// Runs the start-up sequence.
     void launch();
     /// Ends the duty as a clean quit does.
     void terminate();

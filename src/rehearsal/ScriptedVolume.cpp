@@ -2,7 +2,12 @@
 
 #include "base/Clock.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <set>
+#include <sys/stat.h>
+#include <utility>
 
 namespace {
 class ScriptedFile final : public VolumeFile {
@@ -14,7 +19,9 @@ public:
         return m_file->readAt(offset, into);
     }
     int writeAt(std::int64_t offset, std::span<const std::byte> bytes) override {
-        const int fault = m_volume.beforeWrite();
+        const std::int64_t end = offset + static_cast<std::int64_t>(bytes.size());
+        const int fault =
+            m_volume.beforeWrite(static_cast<double>(std::max<std::int64_t>(end - m_file->size(), 0)));
         return fault != 0 ? fault : m_file->writeAt(offset, bytes);
     }
     int truncate(std::int64_t size) override { return m_file->truncate(size); }
@@ -36,10 +43,70 @@ void ScriptedVolume::beforeSynchronizing() {
         m_clock.sleep(seconds);
 }
 
-int ScriptedVolume::beforeWrite() {
+int ScriptedVolume::beforeWrite(double growth) {
     if (m_failingWrite > 0 && --m_failingWrite == 0)
         return EIO;
-    return m_writeError ? ENOSPC : 0;
+    return m_writeError ? ENOSPC : takeRoom(growth);
+}
+
+int ScriptedVolume::takeRoom(double growth) {
+    // Other programs write too, so the files themselves are counted; but not for each write on an empty volume.
+    constexpr double ample = 64.0 * 1024.0 * 1024.0;
+    const std::lock_guard guard(m_mutex);
+    if (m_folder.empty() || growth <= 0.0)
+        return 0;
+    if (m_countedFree < growth + ample)
+        m_countedFree = countFreeBytes();
+    if (m_countedFree < growth)
+        return ENOSPC;
+    m_countedFree -= growth;
+    return 0;
+}
+
+void ScriptedVolume::limitRoom(const std::string& folder, const VolumeRoom& room) {
+    const std::lock_guard guard(m_mutex);
+    m_folder = folder;
+    m_room = room;
+    m_countedFree = countFreeBytes();
+}
+
+void ScriptedVolume::setFreeBytes(double bytes) {
+    const std::lock_guard guard(m_mutex);
+    m_room = {bytes, usedBytes(m_folder)};
+    m_countedFree = bytes;
+}
+
+VolumeRoom ScriptedVolume::room() const {
+    const std::lock_guard guard(m_mutex);
+    return m_room;
+}
+
+double ScriptedVolume::countFreeBytes() const {
+    return std::max(m_room.freeBytes - (usedBytes(m_folder) - m_room.usedBytes), 0.0);
+}
+
+std::optional<double> ScriptedVolume::freeBytes(const std::string& folder) {
+    const std::lock_guard guard(m_mutex);
+    if (m_folder.empty())
+        return m_files.freeBytes(folder);
+    m_countedFree = countFreeBytes();
+    return m_countedFree;
+}
+
+double ScriptedVolume::usedBytes(const std::string& folder) {
+    namespace fs = std::filesystem;
+    double bytes = 0.0;
+    std::set<std::pair<dev_t, ino_t>> counted;
+    std::error_code fault; // what vanishes meanwhile takes no room
+    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, fault);
+    for (; !fault && entry != fs::recursive_directory_iterator(); entry.increment(fault)) {
+        struct stat status {};
+        if (entry.depth() == 0 || ::lstat(entry->path().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+            continue;
+        if (status.st_nlink == 1 || counted.emplace(status.st_dev, status.st_ino).second)
+            bytes += static_cast<double>(status.st_size);
+    }
+    return bytes;
 }
 
 std::unique_ptr<VolumeFile> ScriptedVolume::wrapped(std::unique_ptr<VolumeFile> file) {

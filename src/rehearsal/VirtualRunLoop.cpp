@@ -96,12 +96,19 @@ void VirtualRunLoop::runUntil(HostTime limit) {
 }
 
 void VirtualRunLoop::passTime(HostTime limit) {
+    const auto afterEach = [this] {
+        if (m_afterEach)
+            m_afterEach();
+    };
     while (!m_quit) {
-        if (runPosted())
+        if (runPosted()) {
+            afterEach();
             continue;
+        }
         Entry* next = earliest();
         if (next != nullptr && next->due <= m_clock.hostTime() && next->due <= limit) {
             fire(*next);
+            afterEach();
             continue;
         }
         // A posted call may have interrupted the clock at the end, with more that is due there.

@@ -18,7 +18,11 @@ public:
     void quit(int exitCode) override;
     /// Lets `seconds` pass; returns early after `quit`.
     void runFor(double seconds);
+    /// Lets time pass up to host time `limit`; returns early after `quit`.
+    void runUntil(HostTime limit);
     bool hasQuit() const { return m_quit; }
+    /// Called after each timer and each posted call.
+    void setAfterEach(std::function<void()> call) { m_afterEach = std::move(call); }
 
     // Any thread
     void post(std::function<void()> call) override;
@@ -33,7 +37,6 @@ private:
         std::shared_ptr<std::function<void()>> handler;
     };
 
-    void runUntil(HostTime limit);
     void passTime(HostTime limit);
     bool runPosted();
     Entry* earliest();
@@ -42,6 +45,7 @@ private:
 
     VirtualClock& m_clock;
     std::list<Entry> m_entries;
+    std::function<void()> m_afterEach;
     std::uint64_t m_order = 0;
     bool m_running = false;
     bool m_quit = false;

@@ -59,7 +59,8 @@ void VmMechanic::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault(adviceDataSizeKey, defaultAdviceDataSize);
 }
 
-VmMechanic::VmMechanic(const Seams& seams) : m_seams(seams), m_space(seams.volume, seams.log) {
+VmMechanic::VmMechanic(const Seams& seams)
+    : m_seams(seams), m_space(seams.volume, seams.log, seams.notifications) {
     const UserDefaults& defaults = m_seams.defaults;
     m_soundForm = defaults.integerForKey(soundFileFormKey);
     setMaxRecordTime(defaults.doubleForKey(maxRecordTimeKey));
