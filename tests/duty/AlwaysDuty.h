@@ -24,6 +24,7 @@ inline void runAlwaysDuty(int rateNumber, int channels, double seconds) {
     duty.launch();
     duty.runFor(1.0);
     std::vector<Date> moments = {duty.recorder().recordStartDate()};
+    duty.check.expectStart(moments[0]);
     duty.runFor(seconds - 1.0);
     duty.stop();
     const Date end = duty.recorder().recordStopDate();

@@ -47,29 +47,24 @@ public:
                   .rateNumber = 0,
                   .channels = 1}) {}
 
-    /// From `start` on, for `days` days of the calendar.
-    void run(int days) {
+    /// From its start on, for `hours` hours.
+    void run(double hours) {
         m_duty.launch();
         m_duty.runFor(1.0);
         m_duty.recorder().reserveButton().press(true);
         ASSERT_TRUE(m_duty.recorder().reserveButton().isOn());
-        for (int day = 0; day < days * 2; ++day) {
-            m_duty.check.expectGap();
-            CalendarDate next = m_begin;
-            next.hour += 12 * (day + 1);
-            // Every file may lie apart from the one before.
-            while (m_duty.desk.clock.now() < m_duty.desk.clock.dateFromLocal(next)) {
-                m_duty.runFor(600.0);
-                m_duty.check.expectGap();
-            }
+        const Date end = m_duty.desk.clock.now().addingSeconds(hours * 3600.0);
+        while (m_duty.desk.clock.now() < end) {
+            m_duty.check.expectGap(); // every file may lie apart from the one before
+            m_duty.runFor(600.0);
         }
         m_end = m_duty.desk.clock.now();
     }
     /// What the entries promise between the first and the last day: a stop that comes before its start is one
     /// of the next day.
-    std::vector<Span> promised(int days) const {
+    std::vector<Span> promised() const {
         std::vector<Span> spans;
-        for (int day = 0; day < days; ++day)
+        for (int day = 0; dateOf(dayOf(day)) < m_end; ++day)
             for (const TimetableEntry& entry : m_entries) {
                 CalendarDate start = dayOf(day);
                 start.hour = entry.startHour;
@@ -82,9 +77,8 @@ public:
                 spans.push_back({m_duty.desk.clock.dateFromLocal(start), m_duty.desk.clock.dateFromLocal(stop),
                                  entry.name});
             }
-        std::erase_if(spans, [this](const Span& span) {
-            return span.start < m_duty.desk.clock.dateFromLocal(m_begin) || span.stop > m_end;
-        });
+        std::erase_if(spans,
+                      [this](const Span& span) { return span.start < dateOf(m_begin) || span.stop > m_end; });
         std::sort(spans.begin(), spans.end(),
                   [](const Span& left, const Span& right) { return left.start < right.start; });
         return spans;
@@ -128,6 +122,7 @@ private:
     CalendarDate dayOf(int day) const {
         return {.year = m_begin.year, .month = m_begin.month, .day = m_begin.day + day};
     }
+    Date dateOf(const CalendarDate& local) const { return m_duty.desk.clock.dateFromLocal(local); }
     /// With the length, so that an hour of the clock's change is told.
     std::string text(Date start, Date stop) const {
         return m_duty.desk.clock.format(start, "%m-%d %H:%M:%S - ") +
@@ -141,19 +136,19 @@ private:
     Date m_end;
 };
 
-inline void expectTimetableKept(const char* zone, const CalendarDate& start, int days,
+inline void expectTimetableKept(const char* zone, const CalendarDate& start, double hours,
                                 const std::vector<TimetableEntry>& entries) {
     SCOPED_TRACE(std::string(zone) + ", from " + std::to_string(start.year) + "-" +
                  std::to_string(start.month) + "-" + std::to_string(start.day));
     TimetableWeek week(zone, start, entries);
-    ASSERT_NO_FATAL_FAILURE(week.run(days));
-    week.expectRecordings(week.promised(days));
+    ASSERT_NO_FATAL_FAILURE(week.run(hours));
+    week.expectRecordings(week.promised());
 }
 
-/// The four changes of the clock, `before` days after the first day of the run.
+/// The four changes of the clock, `before` days after a duty's begin in the evening.
 inline std::vector<std::pair<const char*, CalendarDate>> clockChanges(int before) {
     const auto from = [before](int month, int day) {
-        return CalendarDate{.year = 2026, .month = month, .day = day - before, .hour = 5};
+        return CalendarDate{.year = 2026, .month = month, .day = day - before, .hour = 20};
     };
     return {{"Europe/Berlin", from(3, 29)},
             {"Europe/Berlin", from(10, 25)},

@@ -2,21 +2,29 @@
 
 #include <gtest/gtest.h>
 
-TEST(TimetableWeek, keepsItsLocalTimes_whenTheClockIsChangedWithinAnEntry) {
-    for (const auto& [zone, start] : clockChanges(1))
-        expectTimetableKept(zone, start, 3, earlyAndMorning);
+namespace {
+constexpr double overTwoNights = 38.0; // hours
+
+class ClockChange : public testing::TestWithParam<std::size_t> {};
+} // namespace
+
+TEST_P(ClockChange, leavesTheTimesOfAnEntryThatItFallsInto) {
+    const auto [zone, start] = clockChanges(1)[GetParam()];
+    expectTimetableKept(zone, start, overTwoNights, earlyAndMorning);
 }
 
-TEST(TimetableWeek, keepsItsLocalTimes_whenTheClockIsChangedAtTheEndOfAnEntry) {
-    for (const auto& [zone, start] : clockChanges(1))
-        expectTimetableKept(zone, start, 3, nightAndMorning);
+TEST_P(ClockChange, leavesTheTimesOfAnEntryThatEndsNearIt) {
+    const auto [zone, start] = clockChanges(1)[GetParam()];
+    expectTimetableKept(zone, start, overTwoNights, nightAndMorning);
 }
 
-TEST(TimetableWeek, recordsAnEntryOfTheRepeatedHourAtLeastOnce) {
-    TimetableWeek week("Europe/Berlin", {.year = 2026, .month = 10, .day = 24, .hour = 5},
+INSTANTIATE_TEST_SUITE_P(SpringAndAutumnInTwoZones, ClockChange, testing::Range<std::size_t>(0, 4));
+
+TEST(RepeatedHour, recordsAnEntryTwice) {
+    TimetableWeek week("Europe/Berlin", {.year = 2026, .month = 10, .day = 24, .hour = 20},
                        {{"repeated", 2, 15, 2, 45}});
-    ASSERT_NO_FATAL_FAILURE(week.run(3));
-    std::vector<Span> spans = week.promised(3);
+    ASSERT_NO_FATAL_FAILURE(week.run(overTwoNights));
+    std::vector<Span> spans = week.promised();
     ASSERT_EQ(spans.size(), 2U);
     // At a quarter past two of summer time, and again an hour later.
     spans.insert(spans.begin() + 1,

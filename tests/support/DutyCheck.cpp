@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 constexpr std::int64_t headerBytes = 4096;
@@ -181,7 +182,8 @@ bool DutyCheck::findFirst(Reader& reader, const std::string& name, std::int64_t&
     const std::int64_t count = right * counting::period + left;
     const std::int64_t before = m_pieces.size() > 1 ? m_pieces[m_pieces.size() - 2].end : 0;
     // A name is cut down to the second: the middle of that second is the best guess.
-    const std::int64_t guess = m_gap ? frameAt(start->addingSeconds(0.5)) : before;
+    const Date likely = std::exchange(m_start, std::nullopt).value_or(start->addingSeconds(0.5));
+    const std::int64_t guess = m_gap ? frameAt(likely) : before;
     first = count + lap * std::llround(static_cast<double>(guess - count) / static_cast<double>(lap));
     if (m_gap && first < before)
         return fail(name, "begins at frame " + std::to_string(first) + ", the file before ends at " +

@@ -35,6 +35,11 @@ public:
 
     /// The next file begins somewhere after the end of the last one, not at it.
     void expectGap() { m_gap = true; }
+    /// The next file begins about then: within a third of a second, where its name alone may not tell enough.
+    void expectStart(Date start) {
+        m_gap = true;
+        m_start = start;
+    }
     /// Checks the next file.
     void add(const std::string& path);
     /// Checks all recordings of a folder, in the order of their names.
@@ -66,6 +71,7 @@ private:
     const unsigned m_ratio;
     const unsigned m_frameBytes; // of the files
     bool m_gap = true;           // before the first file too
+    std::optional<Date> m_start; // of the next file
     std::string m_fault;
     std::vector<Piece> m_pieces;
     std::vector<std::byte> m_table;    // one lap of the counter as the files hold it
