@@ -49,6 +49,9 @@ TEST(Split, comesAfterTheMaximumLengthAndAtTheHour) {
 
 TEST(Split, comesAtTheHourToo_whenTheMaximumLengthEndsShortlyBefore) {
     expectSplits(at(9, 49, 30), 1300.0, 600.0, 441);
+}
+
+TEST(Split, comesAtTheHourToo_whenTheMaximumLengthEndsInTheSecondBefore) {
     expectSplits(at(9, 49, 59), 1300.0, 600.0, 441);
 }
 
