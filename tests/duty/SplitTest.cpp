@@ -55,6 +55,20 @@ TEST(Split, comesAtTheHourToo_whenTheMaximumLengthEndsInTheSecondBefore) {
     expectSplits(at(9, 49, 59), 1300.0, 600.0, 441);
 }
 
+TEST(Split, comesAtTheHourToo_whenTheSplitBeforeTakesSeconds) {
+    Duty duty({.start = at(9, 49, 50), .settings = {{"RecordSwitch", true}, {"MaxRecordTime", 600.0}}});
+    duty.launch();
+    duty.runFor(1.0);
+    const Date first = duty.recorder().recordStartDate();
+    duty.runUntil(at(9, 59, 40));
+    duty.desk.volume.setWriteSeconds(7.0);
+    duty.runUntil(at(10, 1, 30));
+    duty.desk.volume.setWriteSeconds(0.0);
+    duty.runUntil(at(10, 3, 0));
+    duty.stop();
+    duty.expectSeamsAt(boundaries(first, duty.recorder().recordStopDate(), 600.0));
+}
+
 TEST(Split, keepsAMaximumLengthThatIsNoWholeMinute) {
     expectSplits(at(9, 20, 7), 3000.0, 437.0, 512);
 }
