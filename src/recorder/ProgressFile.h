@@ -25,12 +25,13 @@ public:
     void renewalProgressSoundFile(int channels);
     /// Removes the name, not the sound.
     void deleteProgressSoundFile();
+    /// Takes the lock off `path`, a name of the recording in progress: a locked file cannot be finished.
+    void unlock(const std::string& path);
     /// Full path; empty when there is none.
     std::string path() const;
 
 private:
     std::string presentPath() const;
-    void unlock(const std::string& path);
     void remember(const std::string& path);
     bool writeNote(const std::string& path);
 

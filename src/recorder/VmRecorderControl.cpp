@@ -276,7 +276,7 @@ void VmRecorder::dispCountdown() {
     constexpr int soon = 300; // seconds
     const Texts& texts = m_controler.seams().texts;
     const int left = m_controler.reserver().nextStartTime();
-    const bool isSoon = left < soon;
+    const bool isSoon = left >= 0 && left < soon; // negative: that start has passed
     const std::string time =
         left / 60 > 0 ? formatted("%d'%02d\"", left / 60, left % 60) : formatted("%d\"", left);
     m_conditionField.setText(isSoon ? time + texts("Before") : texts("Standby"));

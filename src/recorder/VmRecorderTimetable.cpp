@@ -36,7 +36,8 @@ bool VmRecorder::mayStopTimetable() {
         return m_controler.seams().alert.ask({"TimerStopCaution", informativeKey, "RecordStop", "Cancel"}) ==
                AlertAnswer::defaultButton;
     };
-    if (m_controler.reserver().nextStartTime() <= soon && !agrees("ReserveCancelInfo"))
+    const int left = m_controler.reserver().nextStartTime(); // negative: that start has passed
+    if (left >= 0 && left <= soon && !agrees("ReserveCancelInfo"))
         return false;
     return !m_recordState || agrees("TimerStopInfo");
 }

@@ -95,6 +95,7 @@ void WorkFiles::removeEmpty(const std::string& temporary) {
 
 std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
     m_progress.deleteProgressSoundFile();
+    m_progress.unlock(m_mechanic.temporaryFilePath());
     if (m_volume.fileSize(m_mechanic.temporaryFilePath()).value_or(soundDataOffset + 1) <= soundDataOffset) {
         removeEmpty(m_mechanic.temporaryFilePath());
         return {};
@@ -132,6 +133,7 @@ void WorkFiles::putAside(const std::string& path, const std::string& what) {
 
 void WorkFiles::removeOtherNames() {
     m_progress.deleteProgressSoundFile();
+    m_progress.unlock(m_mechanic.temporaryFilePath());
     // A crash between the renaming of the progress file and the note of it leaves a name that nobody knows.
     const std::string temporary = m_mechanic.temporaryFilePath();
     for (const VolumeEntry& entry : m_volume.list(m_mechanic.recordFolder())) {

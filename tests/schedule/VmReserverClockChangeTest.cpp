@@ -260,3 +260,16 @@ TEST(VmReserverClockChange, announcesNothingBeyondADay_onADayOf25Hours) {
     desk.goTo(CalendarDate{.year = 2026, .month = 10, .day = 24, .hour = 23, .minute = 30, .second = 1});
     EXPECT_EQ(desk.reserver().nextStartTime(), 86399);
 }
+
+TEST(VmReserverClockChange, countsBackInRealSeconds_toAnEntryFixedToYesterday) {
+    ScheduleDesk desk({{.start = hourMinute(23, 0), .day = 28}}, berlin);
+    desk.goTo({.year = 2026, .month = 3, .day = 29, .hour = 10});
+    EXPECT_EQ(desk.reserver().nextStartTime(), -10 * 3600);
+}
+
+TEST(VmReserverClockChange, announcesNothingAWholeDayByTheClockAhead_onADayOf23Hours) {
+    ScheduleDesk desk({{.start = hourMinute(10, 0), .day = 29}}, berlin);
+    desk.goTo({.year = 2026, .month = 3, .day = 28, .hour = 10});
+    EXPECT_EQ(desk.reserver().nextStartTime(), 86400);
+    EXPECT_EQ(desk.reserver().nextElement(), nullptr);
+}

@@ -113,6 +113,8 @@ TEST(VmReserverNext, isBehind_forAnEntryFixedToYesterdayThatIsLessThanADayOld) {
     desk.goTo({.year = 2007, .month = 10, .day = 24, .hour = 10});
     EXPECT_EQ(nameOf(desk.reserver().nextElement()), "yesterday");
     EXPECT_EQ(desk.reserver().nextStartTime(), -11 * 3600);
+    desk.goToTime(23, 0);
+    EXPECT_EQ(nameOf(desk.reserver().nextElement()), "daily"); // a whole day is too long ago
 }
 
 TEST(VmReserverNext, staysInThisYear) {

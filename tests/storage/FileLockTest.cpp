@@ -167,3 +167,20 @@ TEST_F(RecordLockTest, goesOnAsAPlainUser_whereAnotherLockedThePath) {
     EXPECT_EQ(files(), 2u);
     EXPECT_EQ(logged("recording cannot be deleted (Permission denied)"), 2u);
 }
+
+TEST_F(RecordLockTest, deletesNothing_whereAPlainUserMayNotReadTheFolder) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only the superuser can become another";
+    recordHours(2);
+    mechanic();
+    volume.free = 0.0;
+    ASSERT_EQ(::chmod(desk.folder.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((desk.folder / "records").c_str(), 0700), 0);
+    {
+        const PlainUser user(desk.folder.path());
+        EXPECT_FALSE(mechanic().secureRecordSpace(rate, channels));
+        EXPECT_EQ(mechanic().recordTotalTime(), 0.0);
+    }
+    EXPECT_EQ(files(), 2u);
+    EXPECT_EQ(logged("record folder cannot be read (Permission denied)"), 2u);
+}

@@ -1,7 +1,7 @@
 // storage/MechanicDesk.h — what a VmMechanic stands on in a test.
 #pragma once
-#include "base/NotificationCenter.h"
 #include "base/AdministratorRight.h"
+#include "base/NotificationCenter.h"
 #include "base/Seams.h"
 #include "base/SystemClock.h"
 #include "base/Texts.h"
@@ -59,6 +59,5 @@ private:
 
 public:
     const Seams seams{m_clock,        m_runLoop.seam(), notifications,     defaults, log,
-                      m_alert.seam(), m_texts,          m_hardware.seam(), volume,
-                      m_right};
+                      m_alert.seam(), m_texts,          m_hardware.seam(), volume,   m_right};
 };

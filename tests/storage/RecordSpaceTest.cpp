@@ -58,6 +58,16 @@ TEST_F(RecordSpaceTest, removesHiddenRecordingsAtTheNextLaunch) {
     EXPECT_TRUE(has(hourOf(1, 0)));
 }
 
+TEST_F(RecordSpaceTest, keepsALockedHiddenRecordingAtTheNextLaunch) {
+    const std::string hidden = ".Velmoratide_20071231_000000~010000.aif";
+    record(hidden);
+    lock(hidden);
+    mechanic();
+    EXPECT_TRUE(has(hidden));
+    EXPECT_EQ(desk.log.lines(),
+              Lines{"VmMechanic: hidden recording stays, for it is locked: " + pathOf(hidden)});
+}
+
 TEST_F(RecordSpaceTest, measuresARecordingOverMidnightWithBorrows) {
     record("_Velmoratide_20071024_235950~000010.aif");
     EXPECT_EQ(mechanic().recordTotalTime(), 20.0);

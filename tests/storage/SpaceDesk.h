@@ -57,9 +57,16 @@ protected:
     SpaceVolume volume{desk.disk};
 
 private:
-    const Seams m_seams{desk.seams.clock,    desk.seams.runLoop,  desk.seams.notifications,
-                        desk.seams.defaults, desk.seams.log,      desk.seams.alert,
-                        desk.seams.texts,    desk.seams.hardware, volume};
+    const Seams m_seams{desk.seams.clock,
+                        desk.seams.runLoop,
+                        desk.seams.notifications,
+                        desk.seams.defaults,
+                        desk.seams.log,
+                        desk.seams.alert,
+                        desk.seams.texts,
+                        desk.seams.hardware,
+                        volume,
+                        desk.seams.administratorRight};
     std::unique_ptr<VmMechanic> m_mechanic;
     Lines m_locked;
 };

@@ -33,6 +33,9 @@ public:
     bool exists(const std::string& path) override { return m_files.exists(path); }
     std::optional<std::int64_t> fileSize(const std::string& path) override { return m_files.fileSize(path); }
     bool isFolder(const std::string& path) override { return m_files.isFolder(path); }
+    bool isSameFile(const std::string& path, const std::string& other) override {
+        return m_files.isSameFile(path, other);
+    }
     bool makeFolder(const std::string& path) override { return m_files.makeFolder(path); }
     int renameWithoutReplacing(const std::string& from, const std::string& to) override {
         const auto found = refused.find(from);
