@@ -161,7 +161,10 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {
         first = m_overRecordFrame; // what the queue does not hold any more is in the relay file
     } else if (m_overRecordBytes != 0) {
-        m_workFiles.rescueRelayFile();
+        if (m_recordMode == 1) // sound that the level did not ask for
+            m_controler.mechanic().deleteRelayFile();
+        else
+            m_workFiles.rescueRelayFile();
         m_overRecordBytes = 0;
     }
     const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);

@@ -117,9 +117,11 @@ public:
     void recordTimerPeriodic();
     /// Entries of the timetable came, went or changed.
     void reservesChanged();
-    /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be
-    /// called when that much time has passed.
-    void recordOffAfter(double seconds);
+    /// The file that is open will end exactly `seconds` after its start; to be followed by `recordOffNow` when
+    /// that much time has passed.
+    void endAfter(double seconds);
+    /// Switches recording off and finishes the file at once. Not a person's press, so nobody is asked.
+    void recordOffNow();
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
     void finishForTermination();
     void saveUserDefaults();
@@ -201,6 +203,7 @@ private:
     Date now() const;
     void planBoundary();
     void planAgain();
+    std::int64_t ownEnd() const;
     void crossBoundary();
     double longestFile() const;
     void onTheMinuteTime();
@@ -268,7 +271,7 @@ private:
     std::optional<Date> m_sleepinDate;
     double m_totalRecordTime = 0.0;
     double m_secondCount = 0.0;
-    std::optional<double> m_fixedLength; // seconds, of the file that is open
+    std::optional<double> m_fixedLength; // seconds that the open file is to have
     double m_lastWrite = 0.0;
     double m_writtenSeconds = 0.0;
     HostTime m_streamStarted = 0;

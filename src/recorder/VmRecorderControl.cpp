@@ -104,15 +104,12 @@ void VmRecorder::autoReserveStart() {
     actReserveButton();
 }
 
-void VmRecorder::recordOffAfter(double seconds) {
-    if (condition() == RecordCondition::recording)
-        m_fixedLength = seconds;
-    // Not a person's press, so nobody is asked.
+void VmRecorder::recordOffNow() {
     m_recordButton.setOn(false);
     storeSwitch("RecordSwitch", false);
     m_actionMethod = 3;
     recordOFF();
-    resetCondition(); // now, not at the next tick
+    resetCondition(); // not at the next tick
 }
 
 void VmRecorder::finishForTermination() {

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 constexpr double settleTime = 2.0; // seconds before a planned end from which on it does not move
@@ -28,12 +29,9 @@ StreamMoment VmRecorder::momentAt(Date date) const {
 StreamMoment VmRecorder::stopMoment() const {
     if (m_inputLoss)
         return {m_inputLoss->frame, m_inputLoss->date};
-    if (m_fixedLength) {
-        const double rate = m_controler.devicer().recordSampleRate();
-        return {m_pipeline.startFrame() + std::llround(*m_fixedLength * rate),
-                m_recordStartDate.addingSeconds(*m_fixedLength)};
-    }
     const StreamMoment moment = present();
+    if (m_fixedLength && ownEnd() < moment.frame)
+        return {ownEnd(), m_recordStartDate.addingSeconds(*m_fixedLength)};
     if (m_scheduleEnd && m_scheduleEnd->moment.frame < moment.frame)
         return m_scheduleEnd->moment;
     return moment;
@@ -61,6 +59,21 @@ void VmRecorder::planAgain() {
     planBoundary();
 }
 
+std::int64_t VmRecorder::ownEnd() const {
+    std::int64_t end = std::numeric_limits<std::int64_t>::max();
+    if (m_scheduleEnd)
+        end = m_scheduleEnd->moment.frame;
+    const double rate = m_controler.devicer().recordSampleRate();
+    if (m_fixedLength)
+        end = std::min<std::int64_t>(end, m_pipeline.startFrame() + std::llround(*m_fixedLength * rate));
+    return end;
+}
+
+void VmRecorder::endAfter(double seconds) {
+    m_fixedLength = seconds;
+    planBoundary();
+}
+
 void VmRecorder::planBoundary() {
     const Clock& clock = m_controler.seams().clock;
     const bool timetable = m_recordTimer != nullptr;
@@ -80,20 +93,16 @@ void VmRecorder::planBoundary() {
         m_boundary->moment = {fullFrame, m_boundary->moment.date.addingSeconds(-early)};
         m_boundary->time -= hostTimeFromSeconds(early);
     }
-    std::int64_t stop = m_boundary->moment.frame;
-    if (m_scheduleEnd) {
+    if (m_scheduleEnd)
         follow(m_scheduleEnd, m_timerStartDate.addingSeconds(m_recordPeriod));
-        stop = std::min(stop, m_scheduleEnd->moment.frame);
-    }
-    m_pipeline.setStopFrame(stop);
+    m_pipeline.setStopFrame(std::min(m_boundary->moment.frame, ownEnd()));
 }
 
 void VmRecorder::crossBoundary() {
     planBoundary();
     const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;
     const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
-    const bool endsBefore = m_scheduleEnd && m_scheduleEnd->moment.frame <= m_boundary->moment.frame;
-    if ((isCaptured || isLate) && !endsBefore)
+    if ((isCaptured || isLate) && m_boundary->moment.frame < ownEnd())
         restartRecording(m_boundary->moment);
 }
 
