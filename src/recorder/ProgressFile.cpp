@@ -74,6 +74,7 @@ void ProgressFile::renewalProgressSoundFile(int channels) {
     const std::string renewed = presentPath();
     if (renewed == old)
         return;
+    unlock(old);
     if (m_volume.renameWithoutReplacing(old, renewed) != 0) {
         const std::string message = "VmRecorder: cannot renewal progress sound file.";
         m_log.log(message);
@@ -85,10 +86,18 @@ void ProgressFile::renewalProgressSoundFile(int channels) {
         m_log.log("VmRecorder: progress sound file cannot be marked.");
 }
 
+void ProgressFile::unlock(const std::string& path) {
+    if (!m_volume.isLocked(path))
+        return;
+    if (const int error = m_volume.setLocked(path, false); error != 0)
+        m_log.log("VmRecorder: progress sound file cannot be unlocked: " + path);
+}
+
 void ProgressFile::deleteProgressSoundFile() {
     const std::string old = path();
     if (old.empty())
         return;
+    unlock(old);
     // Only a second name may go: without the first one it is all that is left of the sound.
     if (m_volume.exists(old) && !m_volume.isSameFile(old, m_mechanic.temporaryFilePath()))
         m_log.log("VmRecorder: progress sound file is kept, it has no other name: " + old);

@@ -30,6 +30,7 @@ public:
 
 private:
     std::string presentPath() const;
+    void unlock(const std::string& path);
     void remember(const std::string& path);
     bool writeNote(const std::string& path);
 

@@ -17,7 +17,7 @@ Date nextFullHour(Date date, const Clock& clock) {
     return minute;
 }
 
-Date SplitRule::boundaryAfter(Date start, const Clock& clock) const {
+Date SplitRule::boundaryAfter(Date start, Date now, const Clock& clock) const {
     const Date byLength = start.addingSeconds(std::max(longest, 1.0));
-    return onTheHour ? std::min(byLength, nextFullHour(start, clock)) : byLength;
+    return onTheHour ? std::min(byLength, nextFullHour(std::max(start, now), clock)) : byLength;
 }

@@ -9,9 +9,10 @@ struct SplitRule {
     bool onTheHour = true;   ///< at every full hour of local time
     double longest = 3600.0; ///< seconds that one file holds at most
 
-    /// The first boundary after `start`, at which the file began. A file that begins in the first minute of an
-    /// hour has its first full hour one hour later.
-    Date boundaryAfter(Date start, const Clock& clock) const;
+    /// The next boundary of a file that began at `start`: the first full hour after `now`, or the moment at
+    /// which the file reaches its greatest length, which may have passed. A file that begins in the first
+    /// minute of an hour has its first full hour one hour later.
+    Date boundaryAfter(Date start, Date now, const Clock& clock) const;
 };
 
 /// The first moment after `date` at which local time shows a full hour. Right also where the offset changes

@@ -142,6 +142,8 @@ bool VmRecorder::_startRecording() {
     }
     m_workFiles.noteStart(m_recordStartDate);
     m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
+    if (!m_controler.mechanic().makeSecureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels)))
+        say("SomeErrorHappen", "VmMechanic: no enough disk space for record.");
     const std::int64_t carried =
         m_overRecordBytes == 0 ? 0 : m_workFiles.relay().addOverRecordData(*m_writeFile);
     m_overRecordBytes = 0;

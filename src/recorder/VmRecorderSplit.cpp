@@ -69,7 +69,7 @@ void VmRecorder::planBoundary() {
         const SplitRule rule{.onTheHour = m_startOnTheHour && !timetable,
                              .longest =
                                  timetable ? limit : std::min(m_controler.mechanic().maxRecordTime(), limit)};
-        m_boundaryDate = rule.boundaryAfter(m_recordStartDate, clock);
+        m_boundaryDate = rule.boundaryAfter(m_recordStartDate, now(), clock);
     }
     follow(m_boundary, *m_boundaryDate);
     // Counted in frames too: neither a clock that is set back nor one that drifts lets a file overflow.

@@ -57,7 +57,7 @@ void VmReserveList::load() {
     }
     bool malformed = false;
     int number = 0;
-    for (const QJsonValue& entry : stored.toArray()) {
+    for (const QJsonValue entry : stored.toArray()) {
         ++number;
         if (const auto element = VmReserverElement::initWithValueArray(entry.toArray())) {
             append(*element);
@@ -174,6 +174,7 @@ void VmReserveList::sortDescriptorsDidChange(const std::vector<SortDescriptor>& 
     putInOrder(m_timers, order);
     putInOrder(m_lastTimers, order);
     std::vector<bool> flags;
+    flags.reserve(order.size());
     for (const std::size_t index : order)
         flags.push_back(m_renewFlags[index]);
     m_renewFlags = std::move(flags);

@@ -1,6 +1,7 @@
 #include "storage/BackupFolder.h"
 
 #include "base/Formatted.h"
+#include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "storage/Paths.h"
 #include "storage/SoundFileNames.h"
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 namespace {
 constexpr std::string_view backupName = "VelmoratideBackup";
@@ -51,8 +53,14 @@ double BackupFolder::sizeOf(Volume& volume, const std::string& folder) {
     return size;
 }
 
-void BackupFolder::say(const char* what, int error, const std::string& path) const {
-    m_log.log(formatted("VmMechanic: %s (%s): %s", what, std::strerror(error), path.c_str()));
+void BackupFolder::reportFailure(const std::string& message) {
+    m_log.log(message);
+    if (!std::exchange(m_failureReported, true))
+        m_notifications.postLogEvent("SomeErrorHappen", message);
+}
+
+void BackupFolder::reportFailure(const char* what, int error, const std::string& path) {
+    reportFailure(formatted("VmMechanic: %s (%s): %s", what, std::strerror(error), path.c_str()));
 }
 
 /// A link, or a folder in use, under the backup's name would have recordings removed that nobody set aside.
@@ -70,14 +78,15 @@ bool BackupFolder::isSafe(const std::string& backup, const Move& move) const {
 double BackupFolder::refill(const Move& move) {
     const std::string backup = beside(move.folder);
     m_moved = 0.0;
+    m_failureReported = false;
     if (!isSafe(backup, move)) {
-        m_log.log("VmMechanic: backup folder is a link or in use, nothing is moved: " + backup);
+        reportFailure("VmMechanic: backup folder is a link or in use, nothing is moved: " + backup);
         return 0.0;
     }
     if (m_volume.isFolder(backup))
         empty(backup);
     if (!m_volume.makeFolder(backup)) {
-        m_log.log("VmMechanic: backup folder create error: " + backup);
+        reportFailure("VmMechanic: backup folder create error: " + backup);
         return 0.0;
     }
     fill(move.folder, backup, move);
@@ -91,11 +100,11 @@ void BackupFolder::empty(const std::string& folder) {
         if (isFolderEntry(entry)) {
             empty(path);
             if (const int error = m_volume.remove(path); error != 0 && error != ENOTEMPTY && error != EEXIST)
-                say("backup folder cannot be emptied", error, path);
+                reportFailure("backup folder cannot be emptied", error, path);
         } else if (!isOurs(entry) || m_volume.isLocked(path)) {
             ++staying;
         } else if (const int error = m_volume.remove(path); error != 0) {
-            say("old backup cannot be deleted", error, path);
+            reportFailure("old backup cannot be deleted", error, path);
         } else {
             m_log.log("VmMechanic: old backup deleted (a new one is made): " + path);
         }
@@ -110,7 +119,7 @@ bool BackupFolder::fill(const std::string& from, const std::string& to, const Mo
     errno = 0;
     const std::vector<VolumeEntry> entries = m_volume.list(from);
     if (errno != 0)
-        say("folder cannot be read for the backup", errno, from);
+        reportFailure("folder cannot be read for the backup", errno, from);
     for (const VolumeEntry& entry : entries) {
         const std::string path = Paths::inFolder(from, entry.name);
         const std::string target = Paths::inFolder(to, entry.name);
@@ -132,13 +141,13 @@ bool BackupFolder::fill(const std::string& from, const std::string& to, const Mo
 bool BackupFolder::moveFile(const std::string& from, const std::string& to, double bytes) {
     const std::string folder = Paths::folderOf(to);
     if (!m_volume.makeFolder(folder)) {
-        m_log.log("VmMechanic: backup folder create error: " + folder);
+        reportFailure("VmMechanic: backup folder create error: " + folder);
         return false;
     }
     const int error = m_volume.renameWithoutReplacing(from, to);
     if (error == 0)
         m_moved += bytes;
     else
-        say("file cannot be moved into the backup folder", error, from);
+        reportFailure("file cannot be moved into the backup folder", error, from);
     return error != EXDEV; // the folder is a volume of its own: no name can leave it
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+class NotificationCenter;
 class SystemLog;
 class Volume;
 struct VolumeEntry;
@@ -15,7 +16,8 @@ struct VolumeEntry;
 /// Main thread.
 class BackupFolder {
 public:
-    BackupFolder(Volume& volume, SystemLog& log) : m_volume(volume), m_log(log) {}
+    BackupFolder(Volume& volume, SystemLog& log, const NotificationCenter& notifications)
+        : m_volume(volume), m_log(log), m_notifications(notifications) {}
 
     static std::string beside(std::string_view folder);
     /// The sizes of all entries below `folder` in bytes, folders included.
@@ -29,7 +31,7 @@ public:
     };
     /// Empties the backup folder and fills it with the first files by name, up to the first that goes beyond
     /// the limit. Returns the bytes moved; 0 also when the folder cannot be had, which is said in the system
-    /// log.
+    /// log. Of what goes wrong, the first thing is also the log event "SomeErrorHappen".
     double refill(const Move& move);
 
 private:
@@ -37,9 +39,12 @@ private:
     void empty(const std::string& folder);
     bool fill(const std::string& from, const std::string& to, const Move& move);
     bool moveFile(const std::string& from, const std::string& to, double bytes);
-    void say(const char* what, int error, const std::string& path) const;
+    void reportFailure(const std::string& message);
+    void reportFailure(const char* what, int error, const std::string& path);
 
     Volume& m_volume;
     SystemLog& m_log;
-    double m_moved = 0.0; ///< bytes, by the present refill
+    const NotificationCenter& m_notifications;
+    bool m_failureReported = false; ///< by the present refill
+    double m_moved = 0.0;           ///< bytes, by the present refill
 };

@@ -1,6 +1,7 @@
 #include "storage/RecordSpace.h"
 
 #include "base/Formatted.h"
+#include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "storage/Paths.h"
 #include "storage/Volume.h"
@@ -8,12 +9,20 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <utility>
+
+void RecordSpace::reportFailure(const std::string& message) {
+    m_log.log(message);
+    if (!std::exchange(m_failureReported, true))
+        m_notifications.postLogEvent("SomeErrorHappen", message);
+}
 
 std::vector<Recording> RecordSpace::recordings(const Place& place) {
     RecordFolder::Listing listing = RecordFolder::list(m_volume, place.folder, place.progressPath);
+    m_failureReported = false;
     if (listing.error != 0)
-        m_log.log(formatted("VmMechanic: record folder cannot be read (%s): %s", std::strerror(listing.error),
-                            place.folder.c_str()));
+        reportFailure(formatted("VmMechanic: record folder cannot be read (%s): %s",
+                                std::strerror(listing.error), place.folder.c_str()));
     return std::move(listing.recordings);
 }
 
@@ -96,7 +105,7 @@ bool RecordSpace::deleteOldest(CleanUp& cleanUp, const std::string& reason) {
 
 bool RecordSpace::deleteRecording(const std::string& path, const std::string& reason) {
     if (m_keep && !m_keep(path)) {
-        m_log.log("VmMechanic: recording stays, for it was not kept: " + path);
+        reportFailure("VmMechanic: recording stays, for it was not kept: " + path);
         return false;
     }
     if (m_volume.isLocked(path)) { // since it was listed; keeping may take a while
@@ -105,8 +114,8 @@ bool RecordSpace::deleteRecording(const std::string& path, const std::string& re
     }
     const int error = m_volume.remove(path);
     if (error != 0 || m_volume.exists(path)) {
-        m_log.log(formatted("VmMechanic: recording cannot be deleted (%s): %s",
-                            error != 0 ? std::strerror(error) : "it is still there", path.c_str()));
+        reportFailure(formatted("VmMechanic: recording cannot be deleted (%s): %s",
+                                error != 0 ? std::strerror(error) : "it is still there", path.c_str()));
         return false;
     }
     m_log.log(formatted("VmMechanic: recording deleted (%s): %s", reason.c_str(), path.c_str()));
@@ -119,6 +128,6 @@ void RecordSpace::deleteImage(const std::string& path) {
     if (!m_volume.exists(image) || m_volume.isFolder(image) || m_volume.isLocked(image))
         return;
     if (const int error = m_volume.remove(image); error != 0)
-        m_log.log(formatted("VmMechanic: waveform image cannot be deleted (%s): %s", std::strerror(error),
-                            image.c_str()));
+        reportFailure(formatted("VmMechanic: waveform image cannot be deleted (%s): %s", std::strerror(error),
+                                image.c_str()));
 }

@@ -7,12 +7,13 @@
 #include <string>
 #include <string_view>
 
+class NotificationCenter;
 class SystemLog;
 class Volume;
 
 /// Deletes unlocked recordings of one folder, oldest first, and says each deletion with its reason in the
 /// system log. A folder is listed once per clean-up and each recording is tried once, so a clean-up always
-/// ends.
+/// ends. Of what goes wrong in a clean-up, the first thing is also the log event "SomeErrorHappen".
 ///
 /// Main thread.
 class RecordSpace {
@@ -21,7 +22,8 @@ public:
     /// recording then stays.
     using KeepHook = std::function<bool(const std::string& path)>;
 
-    RecordSpace(Volume& volume, SystemLog& log) : m_volume(volume), m_log(log) {}
+    RecordSpace(Volume& volume, SystemLog& log, const NotificationCenter& notifications)
+        : m_volume(volume), m_log(log), m_notifications(notifications) {}
 
     struct Place {
         std::string folder;
@@ -60,12 +62,15 @@ private:
         double removedBytes = 0.0; ///< by the sizes of the files
     };
     bool deleteOldest(CleanUp& cleanUp, const std::string& reason);
+    void reportFailure(const std::string& message);
     bool deleteRecording(const std::string& path, const std::string& reason);
     void deleteImage(const std::string& path);
     bool makeFreeSpace(CleanUp& cleanUp, const Limits& limits, std::optional<double> freeAtFirst);
 
     Volume& m_volume;
     SystemLog& m_log;
+    const NotificationCenter& m_notifications;
     KeepHook m_keep;
+    bool m_failureReported = false; ///< in the present clean-up
     bool m_unknownFreeSpaceSaid = false;
 };

@@ -59,7 +59,8 @@ void VmMechanic::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault(adviceDataSizeKey, defaultAdviceDataSize);
 }
 
-VmMechanic::VmMechanic(const Seams& seams) : m_seams(seams), m_space(seams.volume, seams.log) {
+VmMechanic::VmMechanic(const Seams& seams)
+    : m_seams(seams), m_space(seams.volume, seams.log, seams.notifications) {
     const UserDefaults& defaults = m_seams.defaults;
     m_soundForm = defaults.integerForKey(soundFileFormKey);
     setMaxRecordTime(defaults.doubleForKey(maxRecordTimeKey));
@@ -179,7 +180,9 @@ void VmMechanic::deleteDotFileInFolder(const std::string& folder) {
 }
 
 void VmMechanic::deleteDotFile(const std::string& path) const {
-    if (const int error = m_seams.volume.remove(path); error == 0)
+    if (m_seams.volume.isLocked(path))
+        m_seams.log.log("VmMechanic: hidden recording stays, for it is locked: " + path);
+    else if (const int error = m_seams.volume.remove(path); error == 0)
         m_seams.log.log("VmMechanic: hidden recording deleted at launch: " + path);
     else
         m_seams.log.log("VmMechanic: hidden recording cannot be deleted (" + std::string(std::strerror(error)) +

@@ -61,7 +61,7 @@ public:
     const std::string& recordFolder() const { return m_recordFolder; }
     /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had.
     void setDirPath(const std::string& path);
-    /// Removes the hidden recordings in `folder` and the folders below it, logging each.
+    /// Removes the hidden recordings that are not locked in `folder` and the folders below it, logging each.
     void deleteDotFileInFolder(const std::string& folder);
 
     /// Names are relative to the record folder. The flags say whether it worked.

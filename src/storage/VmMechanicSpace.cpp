@@ -71,7 +71,7 @@ double VmMechanic::moveBackupDataWithPath(const std::string& path) {
                             .untouchable = {path, m_recordFolder}};
     if (m_keepFolder && !m_keepFolder().empty())
         move.untouchable.push_back(m_keepFolder());
-    const double moved = BackupFolder(m_seams.volume, m_seams.log).refill(move);
+    const double moved = BackupFolder(m_seams.volume, m_seams.log, m_seams.notifications).refill(move);
     m_seams.log.log(formatted("VmMechanic: %.0f bytes were moved to the backup folder: %s", moved,
                               BackupFolder::beside(path).c_str()));
     return moved;

@@ -55,8 +55,8 @@ public:
     virtual int remove(const std::string& path) = 0; ///< a file or an empty folder
     /// Brings changes of names in a folder to the disk.
     virtual int synchronizeFolder(const std::string& folder) = 0;
-    /// Entries of one folder, sorted by name bytewise. errno is 0 then, or says why the folder could not be read
-    /// to its end.
+    /// Entries of one folder, sorted by name bytewise. errno is 0 then, or says why the folder could not be
+    /// read to its end.
     virtual std::vector<VolumeEntry> list(const std::string& folder) = 0;
     /// Whether a lock lies on a file; one about which nothing can be learned is taken for locked.
     virtual bool isLocked(const std::string& path) = 0;

@@ -135,10 +135,14 @@ TEST_F(PosixVolumeTest, listsNamesInBytewiseOrder) {
     std::filesystem::create_directory(folder / "d");
     std::filesystem::create_symlink("d", folder / "link");
     std::string names;
-    for (const VolumeEntry& entry : volume.list(folder.path()))
+    errno = EIO;
+    const std::vector<VolumeEntry> entries = volume.list(folder.path());
+    EXPECT_EQ(errno, 0);
+    for (const VolumeEntry& entry : entries)
         names += entry.name + (entry.isFolder ? "/" : entry.isLink ? "@" : "") + " ";
     EXPECT_EQ(names, ".h B a b d/ link@ \xC3\xA4 ");
     EXPECT_TRUE(volume.list(folder / "none").empty());
+    EXPECT_EQ(errno, ENOENT) << "an empty folder and an unreadable one are not the same";
 }
 
 TEST_F(PosixVolumeTest, makesFoldersWithTheirParents) {

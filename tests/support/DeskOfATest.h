@@ -64,13 +64,8 @@ public:
         opened.file->readSamples(0, all);
         return all;
     }
-    std::string information(const std::string& name) const {
-        std::ifstream file(desk.recordFolder() + "/" + name, std::ios::binary);
-        file.seekg(256);
-        std::string text;
-        std::getline(file, text, '\0');
-        return text;
-    }
+    std::string information(const std::string& name) const { return textAt(256, name); }
+    std::string note(const std::string& name) const { return textAt(291, name); }
     bool logged(const std::string& line) const {
         const auto lines = desk.log.lines();
         return std::find(lines.begin(), lines.end(), line) != lines.end();
@@ -79,6 +74,16 @@ public:
         return std::find(events.begin(), events.end(), event) != events.end();
     }
 
+private:
+    std::string textAt(std::int64_t offset, const std::string& name) const {
+        std::ifstream file(desk.recordFolder() + "/" + name, std::ios::binary);
+        file.seekg(offset);
+        std::string text;
+        std::getline(file, text, '\0');
+        return text;
+    }
+
+public:
     TemporaryFolder folder;
     RehearsalDesk desk;
     std::vector<std::string> events;

@@ -1,0 +1,189 @@
+// Seams between files: at the full hour, at the greatest length, and before a file is too large.
+#include "base/Clock.h"
+#include "recorder/SplitRule.h"
+#include "support/Counting.h"
+#include "support/DeskOfATest.h"
+
+#include <numeric>
+
+namespace {
+using Names = std::vector<std::string>;
+constexpr CalendarDate beforeTen{.year = 2026, .month = 3, .day = 2, .hour = 9, .minute = 58, .second = 20};
+
+/// How many frames of the files, in the order of their names, do not follow the one before.
+std::int64_t breaksOverAll(const Desk& it, const Names& names) {
+    std::int64_t found = 0;
+    std::int64_t next = -1;
+    for (const std::string& name : names) {
+        const auto samples = it.samples(name);
+        EXPECT_FALSE(samples.empty()) << name;
+        found += counting::breaks(samples, next < 0 ? counting::frameOf(samples[0], samples[1]) : next);
+        next = counting::frameOf(samples[samples.size() - 2], samples.back()) + 1;
+    }
+    return found;
+}
+} // namespace
+
+TEST(SplitRule, findsTheNextFullHour_alsoWhereTheClockIsSetOnTheWay) {
+    const auto hourAfter = [](const char* zone, const CalendarDate& local, int secondsLater) {
+        const VirtualClock clock(QTimeZone(zone), {});
+        const Date date = clock.dateFromLocal(local).addingSeconds(secondsLater);
+        return clock.format(nextFullHour(date, clock), "%d %H%M%S");
+    };
+    EXPECT_EQ(hourAfter("Europe/Berlin", beforeTen, 0), "02 100000");
+    EXPECT_EQ(hourAfter("Europe/Berlin", {.year = 2026, .month = 3, .day = 2, .hour = 10}, 0), "02 110000");
+    EXPECT_EQ(hourAfter("Asia/Kathmandu", {.year = 2026, .month = 3, .day = 2, .hour = 10, .minute = 1}, 0),
+              "02 110000");
+    // Spring: 02:00 is 03:00. Autumn: 03:00 is 02:00 once more.
+    EXPECT_EQ(hourAfter("Europe/Berlin", {.year = 2026, .month = 3, .day = 29, .hour = 1, .minute = 30}, 0),
+              "29 030000");
+    EXPECT_EQ(hourAfter("Europe/Berlin", {.year = 2026, .month = 10, .day = 25, .hour = 2, .minute = 30}, 0),
+              "25 020000");
+    EXPECT_EQ(hourAfter("Europe/Berlin", {.year = 2026, .month = 10, .day = 25, .hour = 2, .minute = 30}, 3600),
+              "25 030000");
+    // Half an hour back at 02:00: the full hour is shown again half an hour later.
+    EXPECT_EQ(
+        hourAfter("Australia/Lord_Howe", {.year = 2026, .month = 4, .day = 5, .hour = 1, .minute = 10}, 0),
+        "05 020000");
+}
+
+TEST(VmRecorderSplit, splitsAtTheFullHour_withoutLosingOrDoublingAFrame) {
+    Desk it(fullRateStereo, {countingInput(), deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.desk.runFor(5.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(7300.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(5.0);
+    const Names expected{"_Velmoratide_20260302_095825~100000.aif", "_Velmoratide_20260302_100000~110000.aif",
+                         "_Velmoratide_20260302_110000~120000.aif", "_Velmoratide_20260302_120000~120005.aif"};
+    ASSERT_EQ(it.recordings(), expected);
+    EXPECT_EQ(breaksOverAll(it, expected), 0);
+    const auto second = it.samples(expected[1]);
+    EXPECT_EQ(second.size() / 2, 3600U * 44100U);
+    EXPECT_EQ(counting::frameOf(second[0], second[1]), 100 * 44100);
+    EXPECT_EQ(it.recorder().actionMethod(), 3);
+}
+
+TEST(VmRecorderSplit, splitsAtTheGreatestLength_counted) {
+    Desk it({{"SamplingRateNumber", 2}, {"ChannelsNumber", 2}, {"MaxRecordTime", 17.0}});
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(60.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    const Names names = it.recordings();
+    ASSERT_EQ(names.size(), 4U);
+    EXPECT_EQ(breaksOverAll(it, names), 0);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(it.samples(names[i]).size() / 2, 17U * 44100U) << names[i];
+    EXPECT_FALSE(it.happened("SomeErrorHappen"));
+}
+
+TEST(VmRecorderSplit, doesNotSplitAgainInTheMinuteInWhichAFileBegan) {
+    Desk it(fullRateStereo, {countingInput(), deskOutput()}, {.year = 2026, .month = 3, .day = 2, .hour = 10});
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(90.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20260302_100000~100130.aif"}));
+}
+
+TEST(VmRecorderSplit, leavesTheHourAlone_whenTheHourSwitchIsOff) {
+    Desk it({{"StartOnTheHour", false}}, {countingInput(), deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(200.0);
+    EXPECT_EQ(it.recordings().size(), 2U); // the work file and its progress name
+    it.recorder().hourButton().press(true);
+    EXPECT_TRUE(it.happened("HourSwitchChange"));
+    EXPECT_TRUE(it.desk.defaults.boolForKey("StartOnTheHour"));
+    it.desk.runFor(3600.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recordings(),
+              (Names{"_Velmoratide_20260302_095820~105820.aif", "_Velmoratide_20260302_105820~110000.aif",
+                     "_Velmoratide_20260302_110000~110140.aif"}));
+}
+
+TEST(VmRecorderSplit, finishesTheOldFileFirst_whenStoppedJustAfterTheHour) {
+    Desk it(fullRateStereo, {countingInput(), deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(100.1);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(2.0);
+    const Names expected{"_Velmoratide_20260302_095820~100000.aif", "_Velmoratide_20260302_100000~100000.aif"};
+    ASSERT_EQ(it.recordings(), expected);
+    EXPECT_EQ(breaksOverAll(it, expected), 0);
+}
+
+TEST(VmRecorderSplit, losesNothing_whenStopAndStartTakeSeconds) {
+    Desk it(fullRateStereo, {countingInput(), deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(90.0);
+    it.desk.volume.setWriteSeconds(4.0);
+    it.desk.runFor(60.0);
+    it.desk.volume.setWriteSeconds(0.0);
+    it.desk.runFor(30.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(20.0);
+    const Names names = it.recordings();
+    ASSERT_EQ(names.size(), 2U);
+    EXPECT_EQ(names[0], "_Velmoratide_20260302_095820~100000.aif");
+    EXPECT_EQ(breaksOverAll(it, names), 0);
+}
+
+TEST(VmRecorderSplit, goesOnWithoutPreBuffer_inAutoMode) {
+    Desk it({{"SamplingRateNumber", 2}, {"ChannelsNumber", 2}, {"RecordMode", 1}, {"AutoStartLevel", 0}},
+            {countingInput(), deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.desk.runFor(20.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(120.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    const Names expected{"_Velmoratide_20260302_095837~100000.aif", "_Velmoratide_20260302_100000~100040.aif"};
+    ASSERT_EQ(it.recordings(), expected);
+    EXPECT_EQ(breaksOverAll(it, expected), 0);
+}
+
+TEST(VmRecorderSplit, showsTheRecordingInProgress_andRemovesItsNameAtTheStop) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.0);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(1.0);
+    const std::string first = it.desk.recordFolder() + "/_Velmoratide_20071024_093001~093001.aif";
+    EXPECT_EQ(it.desk.defaults.stringForKey("ProgressSoundFileName"), first);
+    EXPECT_TRUE(it.desk.files.exists(first));
+    it.desk.runFor(60.0);
+    const std::string grown = it.desk.defaults.stringForKey("ProgressSoundFileName");
+    EXPECT_EQ(grown, it.desk.recordFolder() + "/_Velmoratide_20071024_093001~093100.aif");
+    EXPECT_FALSE(it.desk.files.exists(first));
+    const auto samples = it.samples("_Velmoratide_20071024_093001~093100.aif");
+    EXPECT_GT(samples.size() / 2, 54U * 44100U);
+    EXPECT_EQ(counting::breaks(samples, counting::frameOf(samples[0], samples[1])), 0);
+    EXPECT_EQ(it.note("_Velmoratide_20071024_093001~093100.aif"), "PROGRESS");
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093001~093102.aif"}));
+    EXPECT_EQ(it.note(it.recordings()[0]), "44100SI");
+    EXPECT_EQ(it.desk.defaults.stringForKey("ProgressSoundFileName"), "");
+}
+
+TEST(VmRecorderSplit, givesARecordingItsFinalName_whenThatEqualsItsProgressName) {
+    Desk it;
+    it.desk.launch();
+    it.desk.runFor(1.1);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(0.5);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20071024_093001~093001.aif"}));
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(5.0);
+    EXPECT_TRUE(it.desk.files.exists(it.desk.recordFolder() + "/_Velmoratide_20071024_093001~093001.aif"));
+}
