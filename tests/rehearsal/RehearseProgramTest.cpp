@@ -78,6 +78,25 @@ TEST(RehearseProgramTest, refusesAFolderThatCannotBeHad) {
     EXPECT_TRUE(isOneLineWith(folder.errors(), "--out: nothing can be written to the folder"));
 }
 
+TEST(RehearseProgramTest, playsADeskWithoutAnyDevice) {
+    Folder folder;
+    ASSERT_EQ(folder.play(R"({"timeZone": "UTC", "hardware": [], "launches": [)" +
+                          Folder::launch(Folder::press(5, "record", true)) + "]}"),
+              0)
+        << folder.errors().at(0);
+    EXPECT_EQ(folder.total("filesMade"), 0.0);
+    EXPECT_FALSE(folder.lines("alerts.jsonl").empty());
+}
+
+TEST(RehearseProgramTest, keepsHomeOutOfIt) {
+    Folder folder;
+    ASSERT_EQ(folder.play(Folder::scenario(
+                  Folder::launch(Folder::press(5, "record", true) + "," + Folder::press(9, "record", false)),
+                  R"(, "DirectoryPath": "~/tapes")")),
+              0);
+    EXPECT_EQ(PosixVolume().list(folder.folder() + "/tapes").size(), 1U);
+}
+
 TEST(RehearseProgramTest, saysWhatItCannotRehearseYet) {
     for (const char* event : {R"("prefer", "settings": {})", R"("play")", R"("stop")", R"("lock")",
                               R"("delete")", R"("export", "path": "x.aif")"}) {
@@ -241,9 +260,9 @@ TEST(RehearseProgramTest, leavesTheSameBytes_whateverIsAroundIt) {
             {"at": 110, "do": "clock", "by": 2.5}, {"at": 133, "do": "crash"})",
             "2026-03-29 01:58:00") +
             "," +
-            Folder::launch(R"({"at": 30, "do": "free", "bytes": 0}, {"at": 60, "do": "wake"})",
+            Folder::launch(R"({"at": 30, "do": "free", "bytes": 200000000}, {"at": 60, "do": "wake"})",
                            "2026-03-29 03:10:00"),
-        R"(, "RecordMode": 1, "AutoStartLevel": 5)", R"("volume": {"freeBytes": 30000000},)", signal);
+        R"(, "RecordMode": 1, "AutoStartLevel": 5)", R"("volume": {"freeBytes": 300000000},)", signal);
     Folder first("a");
     Folder second("another name, longer");
     ASSERT_EQ(first.play(json), 0);

@@ -1,5 +1,6 @@
 // What each event of a scenario does, through the real program.
 #include "rehearsal/RehearsedFolder.h"
+#include "rehearsal/ScriptedVolume.h"
 
 #include <algorithm>
 #include <QJsonArray>
@@ -144,15 +145,23 @@ TEST(ScenarioEventsTest, runsOutOfRoom) {
 }
 
 TEST(ScenarioEventsTest, countsTheRoomThatFilesTake_overLaunches) {
-    // 8000 Hz mono: a minute takes 960000 bytes; after the first launch there is room for less than that.
+    // 8000 Hz mono: a minute takes a megabyte, so the second one makes room by removing files of the first.
     Folder folder;
     const std::string minute = Folder::press(0, "record", true) + "," + Folder::press(60, "record", false);
     ASSERT_EQ(folder.play(Folder::scenario(
                   Folder::launch(minute) + "," + Folder::launch(minute, "2026-03-02 09:10:00"),
                   R"(, "MaxRecordTime": 10, "MaxTotalTime": 1000000)", R"("volume": {"freeBytes": 1500000},)")),
               0);
-    EXPECT_FALSE(folder.lines("alerts.jsonl").empty());
-    EXPECT_EQ(folder.lines("alerts.jsonl")[0].substr(0, 24), R"({"at":"2026-03-02 09:10:)");
+    std::vector<std::string> removals;
+    for (const std::string& line : folder.lines("system-log.txt"))
+        if (line.find("recording deleted") != std::string::npos)
+            removals.push_back(line);
+    ASSERT_FALSE(removals.empty());
+    EXPECT_TRUE(removals[0].starts_with("2026-03-02 09:10:")) << removals[0];
+    EXPECT_TRUE(removals[0].ends_with(": record/_Velmoratide_20260302_090000~090010.aif")) << removals[0];
+    EXPECT_EQ(folder.total("filesMade"), 12.0);
+    EXPECT_EQ(folder.recordings().size(), 12U - removals.size());
+    EXPECT_LE(ScriptedVolume::usedBytes(folder.folder()), 1500000.0);
 }
 
 TEST(ScenarioEventsTest, failsEveryWrite) {
