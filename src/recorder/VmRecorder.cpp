@@ -149,7 +149,8 @@ bool VmRecorder::_startRecording() {
     m_overRecordBytes = 0;
     m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels},
                      {carried, m_overRecordFrame});
-    planAgain();
+    m_boundaryDate = boundaryAfter(m_recordStartDate);
+    planBoundary();
     seams.notifications.postLogEvent("RecordingStart");
     return true;
 }

@@ -201,6 +201,7 @@ private:
     StreamMoment momentAt(Date date) const;
     StreamMoment stopMoment() const;
     Date now() const;
+    Date boundaryAfter(Date date) const;
     void planBoundary();
     void planAgain();
     std::int64_t ownEnd() const;
@@ -294,7 +295,7 @@ private:
         HostTime time = 0;
     };
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
-    std::optional<Date> m_boundaryDate;
+    Date m_boundaryDate;
     std::optional<PlannedEnd> m_boundary; // where the next file goes on
     std::optional<PlannedEnd> m_scheduleEnd;
     std::int64_t m_overRecordBytes = 0; // in the relay file
