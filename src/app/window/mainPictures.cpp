@@ -1,4 +1,5 @@
-// Renders the record tab in each state, theme and language: velmoratide-pictures <folder>.
+// Renders the record tab in each state, and its questions, in each theme and language:
+// velmoratide-pictures <folder>.
 #include "app/window/Icons.h"
 #include "app/window/MainWindow.h"
 #include "app/window/QtAlert.h"
