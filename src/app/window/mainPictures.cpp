@@ -53,6 +53,9 @@ void setIdle(Scene& scene, const Texts& texts) {
 void setRecording(Scene& scene, const Texts& texts) {
     setIdle(scene, texts);
     scene.record.setOn(true);
+    scene.reserve.setEnabled(false);
+    scene.sources.setEnabled(false);
+    scene.level.setEnabled(false);
     scene.monitor.setOn(true);
     scene.condition.setText(texts("Recording"));
     scene.condition.setColor(TextColor::red);
@@ -133,7 +136,6 @@ void setWaitingWithMessage(Scene& scene, const Texts& texts) {
 void setHourOff(Scene& scene, const Texts& texts) {
     setRecording(scene, texts);
     scene.hour.setOn(false);
-    scene.reserve.setEnabled(false);
 }
 
 /// Switches that are on and disabled.
