@@ -67,7 +67,10 @@ void VmRecorder::setControlState() {
     m_recordButton.setEnabled(!timetable);
     m_recordButton.setToolTip(timetable ? texts("TimetableIsOn") : "");
     m_reserveButton.setEnabled(timetable || (!m_recordButton.isOn() && hasReserves));
-    m_reserveButton.setToolTip(timetable || hasReserves ? "" : texts("NoReserves"));
+    m_reserveButton.setToolTip(timetable               ? ""
+                               : m_recordButton.isOn() ? texts("RecordingIsOn")
+                               : hasReserves           ? ""
+                                                       : texts("NoReserves"));
     m_reserveButton.setImage(timetable ? "ReserveOn" : "Reserve");
     m_levelSlider.setEnabled(m_sliderAlwaysEnable || (!m_recordState && m_recordMode == 1));
     m_sourcePopup.setEnabled(!m_recordState && !timetable && m_sourcePopup.items().size() > 0);
