@@ -10,6 +10,7 @@
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserver.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -190,10 +191,12 @@ void VmRecorder::setCondition(RecordCondition condition) {
     if (m_condition.exchange(condition) == condition)
         return;
     m_lastMinute = -1;
-    if (condition == RecordCondition::recording)
+    if (condition == RecordCondition::recording) {
         countRecordTime();
-    else
+    } else {
         m_countTimer.reset();
+        endMarker();
+    }
     dispRecordTime();
 }
 
@@ -319,7 +322,9 @@ void VmRecorder::countRecordTime() {
         onTheMinuteTime();
     m_lastMinute = minute;
     dispRecordTime();
-    const double interval = m_shown ? 0.2 : 1.0;
+    double interval = m_shown ? 0.2 : 1.0;
+    if (m_markerSwitch) // which sounds when the minute begins
+        interval = std::min(interval, secondsToNextMinute(now()) + 0.001);
     m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });
 }
 
