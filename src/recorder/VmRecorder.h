@@ -231,14 +231,15 @@ private:
     void crossBoundary();
     double longestFile() const;
     void onTheMinuteTime();
-    double secondsToNextMinute(Date date) const;
+    Date presentMinute() const;
 
     void readMarkerDefaults();
     void saveMarkerDefaults();
     void updateMarkerMonitor();
     void fitMarkerToInput();
-    std::int64_t minuteFrame() const;
-    void armMarker(int minute);
+    std::int64_t frameOfMinute(Date minute) const;
+    void armMarkerAtTheStart();
+    void armMarker();
     void repeatMarker();
     void endMarker();
 
@@ -345,6 +346,7 @@ private:
     bool m_markerMonitor = false;
     std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor
     double m_markerRate = 0.0;              // Hz, for which the sound was loaded
+    std::optional<Date> m_markerMinute;     // for which it was armed last
     int m_markerRepeats = 0;                // still to come
     std::unique_ptr<Timer> m_markerRepeat;
 

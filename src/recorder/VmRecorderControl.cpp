@@ -320,11 +320,13 @@ void VmRecorder::countRecordTime() {
     const int minute = m_controler.seams().clock.calendarDate(now()).minute;
     if (m_lastMinute >= 0 && minute != m_lastMinute)
         onTheMinuteTime();
+    else if (m_lastMinute < 0)
+        armMarkerAtTheStart();
     m_lastMinute = minute;
     dispRecordTime();
     double interval = m_shown ? 0.2 : 1.0;
     if (m_markerSwitch) // which sounds when the minute begins
-        interval = std::min(interval, secondsToNextMinute(now()) + 0.001);
+        interval = std::min(interval, 60.0 - now().secondsSince(presentMinute()) + 0.001);
     m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });
 }
 

@@ -8,6 +8,7 @@
 #include "recorder/VmRecorder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -124,27 +125,39 @@ bool VmRecorder::isMarkerDue(int option, int minute) {
     return option >= 0 && option < 5 && minute % markerIntervalWithNumber(option) == 0;
 }
 
-double VmRecorder::secondsToNextMinute(Date date) const {
+Date VmRecorder::presentMinute() const {
+    const Date date = now();
     const CalendarDate calendar = m_controler.seams().clock.calendarDate(date);
-    return 60.0 - calendar.second - calendar.microsecond * 1e-6;
+    return date.addingSeconds(-calendar.second - calendar.microsecond * 1e-6);
 }
 
-std::int64_t VmRecorder::minuteFrame() const {
-    // Never in the file that ended with this minute, although the clocks moved since its end was planned.
-    const double rate = m_controler.devicer().recordSampleRate();
-    const Date present = now();
-    const Date minute = present.addingSeconds(secondsToNextMinute(present) - 60.0);
-    const std::int64_t frame = std::max(momentAt(minute).frame, m_pipeline.startFrame());
-    const bool isSeam =
-        m_boundary && static_cast<double>(std::abs(m_boundary->moment.frame - frame)) < rate / 10.0;
-    return isSeam ? std::max(frame, m_boundary->moment.frame) : frame;
+std::int64_t VmRecorder::frameOfMinute(Date minute) const {
+    // Never in the file that ends with this minute, although the clocks moved since its end was planned.
+    const double near = m_controler.devicer().recordSampleRate() / 10.0;
+    std::int64_t frame = std::max(momentAt(minute).frame, m_pipeline.startFrame());
+    for (const std::optional<PlannedEnd>* planned : {&m_boundary, &m_scheduleEnd})
+        if (*planned && static_cast<double>(std::abs((*planned)->moment.frame - frame)) < near)
+            frame = std::max(frame, (*planned)->moment.frame);
+    return frame;
 }
 
-void VmRecorder::armMarker(int minute) {
+void VmRecorder::armMarkerAtTheStart() {
+    // An entry of the timetable begins with its minute: nobody saw that one come.
+    const double late = m_recordStartDate.secondsSince(presentMinute());
+    if (late > -0.5 && late < 1.0)
+        armMarker();
+}
+
+void VmRecorder::armMarker() {
+    const Date date = presentMinute();
+    const int minute = m_controler.seams().clock.calendarDate(date).minute;
     // Repeats of a long sound that reach into the next minutes are not cut off.
     if (!m_markerSwitch || m_markerRepeat != nullptr || !isMarkerDue(m_markerOption, minute))
         return;
-    m_pipeline.marker().arm(minuteFrame());
+    if (m_markerMinute && std::abs(date.secondsSince(*m_markerMinute)) < 1.0)
+        return; // the clock was set back, or another file was begun
+    m_markerMinute = date;
+    m_pipeline.marker().arm(frameOfMinute(date));
     m_markerRepeats = minute == 0 ? 2 : minute == 30 ? 1 : 0;
     if (m_markerRepeats == 0)
         return;
@@ -162,6 +175,8 @@ void VmRecorder::repeatMarker() {
 }
 
 void VmRecorder::endMarker() {
+    if (m_markerRepeat != nullptr || m_pipeline.marker().writeMarker() != 0)
+        m_markerMinute.reset(); // a file that begins in this very second shall have it
     m_markerRepeat.reset();
     m_pipeline.marker().disarm();
 }

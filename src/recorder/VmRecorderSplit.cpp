@@ -125,6 +125,6 @@ void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
 }
 
 void VmRecorder::onTheMinuteTime() {
-    armMarker(m_controler.seams().clock.calendarDate(now()).minute); // first: the disk may be slow
+    armMarker(); // first: the disk may be slow
     m_workFiles.progress().renewalProgressSoundFile(m_label.channels);
 }
