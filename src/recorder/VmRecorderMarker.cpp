@@ -154,10 +154,15 @@ void VmRecorder::armMarker() {
     // Repeats of a long sound that reach into the next minutes are not cut off.
     if (!m_markerSwitch || m_markerRepeat != nullptr || !isMarkerDue(m_markerOption, minute))
         return;
-    if (m_markerMinute && std::abs(date.secondsSince(*m_markerMinute)) < 1.0)
-        return; // the clock was set back, or another file was begun
+    constexpr double latest = 30.0; // seconds; a marker that comes later than that tells a wrong time
+    const double sinceLast = m_markerMinute ? date.secondsSince(*m_markerMinute) : 60.0;
+    if (now().secondsSince(date) > latest || (sinceLast < 1.0 && sinceLast > -90.0))
+        return; // the clock was moved, or another file was begun
+    const std::int64_t frame = frameOfMinute(date);
+    if (m_scheduleEnd && m_scheduleEnd->moment.frame <= frame)
+        return; // left to the file that follows, if one does
     m_markerMinute = date;
-    m_pipeline.marker().arm(frameOfMinute(date));
+    m_pipeline.marker().arm(frame);
     m_markerRepeats = minute == 0 ? 2 : minute == 30 ? 1 : 0;
     if (m_markerRepeats == 0)
         return;
