@@ -67,9 +67,11 @@ public:
 
     /// Appends the first two channels to `samples`. Formats that do not know their length say a wrong one, so
     /// what counts is what comes.
-    Outcome read(std::vector<std::int16_t>& samples) {
+    Outcome read(std::pmr::vector<std::int16_t>& samples) {
         constexpr sf_count_t blockFrames = 4096;
-        std::vector<float> block(static_cast<std::size_t>(blockFrames * m_info.channels));
+        std::pmr::vector<float> block(static_cast<std::size_t>(blockFrames * m_info.channels),
+                                      samples.get_allocator().resource());
+        samples.reserve(static_cast<std::size_t>(m_info.frames * channels()));
         sf_count_t frames = 0;
         for (sf_count_t got = blockFrames; got == blockFrames; frames += got) {
             got = sf_readf_float(m_file, block.data(), blockFrames);
@@ -102,14 +104,15 @@ private:
     SNDFILE* const m_file;
 };
 
-MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate) {
+MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate,
+                                std::pmr::memory_resource& temporary) {
     const Descriptor descriptor(path);
     if (const Outcome outcome = descriptor.outcome(); outcome != Outcome::loaded)
         return {{}, outcome};
     SoundReader reader(descriptor.number());
     if (const Outcome outcome = reader.outcome(); outcome != Outcome::loaded)
         return {{}, outcome};
-    std::vector<std::int16_t> source;
+    std::pmr::vector<std::int16_t> source(&temporary);
     if (const Outcome outcome = reader.read(source); outcome != Outcome::loaded)
         return {{}, outcome};
     const double ratio = reader.rate() / recordSampleRate;
@@ -123,9 +126,10 @@ MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate
 }
 } // namespace
 
-MarkerSound::Loaded MarkerSound::load(const std::string& path, double recordSampleRate) {
+MarkerSound::Loaded MarkerSound::load(const std::string& path, double recordSampleRate,
+                                      std::pmr::memory_resource& temporary) {
     try {
-        return loadOrThrow(path, recordSampleRate);
+        return loadOrThrow(path, recordSampleRate, temporary);
     } catch (const std::bad_alloc&) {
         return {{}, Outcome::noMemory};
     }

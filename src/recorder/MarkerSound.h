@@ -1,6 +1,7 @@
 // recorder/MarkerSound.h — a short sound file as samples that can be mixed into a recording.
 #pragma once
 #include <cstdint>
+#include <memory_resource>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,7 +31,9 @@ struct MarkerSound {
 
     /// Loads the file at `path` for a device that records at `recordSampleRate` Hz. Reads the whole file, so
     /// main thread only. Never waits for a pipe, and needs 200 MiB at most, whatever the file claims to be.
-    static Loaded load(const std::string& path, double recordSampleRate);
+    /// `temporary` is where it takes its work buffers from.
+    static Loaded load(const std::string& path, double recordSampleRate,
+                       std::pmr::memory_resource& temporary = *std::pmr::get_default_resource());
 
     /// Copies about every `ratio`-th sample of `source`, of the sound's `size` bytes, without interpolation.
     /// `channels` is 1 or 2; one channel is doubled into left and right. Behind the end of `source` there is

@@ -145,8 +145,8 @@ public:
     static int markerIntervalWithNumber(int number);
     /// Whether the marker sounds at `minute` of the hour; never for an option without an interval.
     static bool isMarkerDue(int option, int minute);
-    /// Loads the marker sound for the present input. A sound that cannot be had is reported, and switches the
-    /// marker off.
+    /// Loads the marker sound for the present input, if the marker is on. A sound that cannot be had is
+    /// reported, and switches the marker off.
     void initMarkerBuffer();
     /// Switches the marker off without asking for the administrator right.
     void cancelSoundMarker();

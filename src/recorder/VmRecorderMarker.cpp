@@ -60,10 +60,8 @@ void VmRecorder::actMarkerButton() {
     m_markerSwitch = m_markerButton.isOn();
     storeSwitch("MarkerSoundSwitch", m_markerSwitch);
     m_controler.seams().notifications.postLogEvent("MarkerSwitchChange");
-    if (m_markerSwitch)
-        initMarkerBuffer();
-    else
-        m_markerRepeat.reset();
+    m_markerRepeat.reset();
+    initMarkerBuffer();
 }
 
 void VmRecorder::cancelSoundMarker() {
@@ -75,8 +73,7 @@ void VmRecorder::cancelSoundMarker() {
 
 void VmRecorder::setMarkerSound(const std::string& name) {
     m_markerSound = name;
-    if (m_markerSwitch)
-        initMarkerBuffer();
+    initMarkerBuffer();
 }
 
 void VmRecorder::setMarkerMonitor(bool markerMonitor) {
@@ -96,8 +93,8 @@ std::vector<std::string> VmRecorder::markerSounds() const {
 
 void VmRecorder::initMarkerBuffer() {
     const double rate = m_controler.devicer().recordSampleRate();
-    if (m_controler.devicer().recordSource() < 0 || rate <= 0.0)
-        return; // loaded when there is an input
+    if (!m_markerSwitch || m_controler.devicer().recordSource() < 0 || rate <= 0.0)
+        return; // loaded when it is switched on, and there is an input
     const std::string path = MarkerSounds(m_controler.seams().soundFolders).pathOf(m_markerSound);
     MarkerSound::Loaded sound = MarkerSound::load(path, rate);
     m_markerRepeat.reset();
@@ -110,7 +107,7 @@ void VmRecorder::initMarkerBuffer() {
 }
 
 void VmRecorder::fitMarkerToInput() {
-    if (m_markerSwitch && m_controler.devicer().recordSampleRate() != m_markerRate)
+    if (m_controler.devicer().recordSampleRate() != m_markerRate)
         initMarkerBuffer();
 }
 

@@ -84,7 +84,7 @@ TEST(MarkerMixer, leavesOutTheRest_whenItIsDisarmedOrItsSoundReplaced) {
 TEST(MarkerMixer, mixesOneSoundOrTheOther_whileSoundsAreReplacedOnAnotherThread) {
     MarkerMixer mixer;
     std::atomic<bool> done{false};
-    long heard = 0;
+    std::atomic<long> heard{0};
     bool isTorn = false;
     std::thread inputOutput([&] {
         Floats data(64);
@@ -101,7 +101,7 @@ TEST(MarkerMixer, mixesOneSoundOrTheOther_whileSoundsAreReplacedOnAnotherThread)
             }
         }
     });
-    for (int sound = 1; sound <= 3000 || heard == 0; ++sound) {
+    for (int sound = 1; sound <= 3000 || heard < 2000; ++sound) {
         mixer.setSound(std::vector<std::int16_t>(256, static_cast<std::int16_t>(sound % 1000 + 1)));
         mixer.arm();
         if (sound % 8 == 0)

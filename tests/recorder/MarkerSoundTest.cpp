@@ -159,6 +159,20 @@ TEST_F(MarkerSoundTest, saysWhyThereIsNone) {
     EXPECT_EQ(outcomeOf(sounds.path("link.aiff")), Outcome::missing);
 }
 
+TEST_F(MarkerSoundTest, saysThatThereIsNoMemory) {
+    const std::string path = sounds.writeAiff("s.aiff", 44100, 1, counted(44100));
+    for (const std::size_t room : {0U, 1000U, 10000U, 60000U}) {
+        std::vector<std::byte> bytes(room + 1);
+        std::pmr::monotonic_buffer_resource small(bytes.data(), room + 1, std::pmr::null_memory_resource());
+        const auto loaded = MarkerSound::load(path, 44100.0, small);
+        EXPECT_EQ(loaded.outcome, Outcome::noMemory) << room;
+        EXPECT_TRUE(loaded.samples.empty());
+    }
+    std::vector<std::byte> bytes(200000);
+    std::pmr::monotonic_buffer_resource enough(bytes.data(), bytes.size(), std::pmr::null_memory_resource());
+    EXPECT_EQ(MarkerSound::load(path, 44100.0, enough).outcome, Outcome::loaded);
+}
+
 TEST_F(MarkerSoundTest, doesNotWaitForAPipe) {
     ASSERT_EQ(mkfifo(sounds.path("pipe.aiff").c_str(), 0600), 0);
     EXPECT_EQ(outcomeOf(sounds.path("pipe.aiff")), Outcome::noFile);
