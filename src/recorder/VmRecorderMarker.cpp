@@ -93,6 +93,7 @@ std::vector<std::string> VmRecorder::markerSounds() const {
 
 void VmRecorder::initMarkerBuffer() {
     const double rate = m_controler.devicer().recordSampleRate();
+    m_markerRate = 0.0;
     if (!m_markerSwitch || m_controler.devicer().recordSource() < 0 || rate <= 0.0)
         return; // loaded when it is switched on, and there is an input
     const std::string path = MarkerSounds(m_controler.seams().soundFolders).pathOf(m_markerSound);

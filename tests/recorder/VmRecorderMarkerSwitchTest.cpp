@@ -161,3 +161,17 @@ TEST(VmRecorderMarkerSwitch, isMadeAnewForTheRateOfAnotherInput) {
     const auto marked = std::count_if(all.begin(), all.end(), [](int sample) { return sample > 900; });
     EXPECT_NEAR(static_cast<double>(marked), 0.25 * 16000.0, 2.0);
 }
+
+TEST(VmRecorderMarkerSwitch, isLoadedWhenAnInputComes_ifThereWasNone) {
+    MarkedDesk it({}, {silentInput(8000.0), deskOutput()}, beforeTen, false);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.makeControllers();
+    it.recorder().recordSourceChanged();
+    it.recorder().setMarkerSound("Test");
+    EXPECT_TRUE(it.recorder().markerSwitch());
+    it.desk.hardware.replug("desk-in");
+    it.desk.runFor(10.0);
+    it.record(40.0);
+    EXPECT_EQ(it.onsets().size(), 1U);
+    EXPECT_FALSE(it.happened(std::string("SomeErrorHappen: ") + openError));
+}
