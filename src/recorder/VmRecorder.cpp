@@ -37,8 +37,7 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
     m_reserveButton.setOn(defaults.boolForKey("ReserveSwitch"));
     setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
-    m_markerButton.setEnabled(false);
-    m_markerButton.setToolTip(controler.seams().texts("MarkerNotYet"));
+    readMarkerDefaults();
 
     m_recordButton.setAction([this] { actRecordButton(); });
     m_reserveButton.setAction([this] { actReserveButton(); });
@@ -94,6 +93,7 @@ void VmRecorder::saveUserDefaults() {
     defaults.set("PreBufferingSeconds", m_preBufferSec);
     defaults.set("AutoRecordStartup", m_autoStartup);
     defaults.set("MonitorSwitch", m_monitorButton.isOn());
+    saveMarkerDefaults();
     defaults.synchronize();
 }
 

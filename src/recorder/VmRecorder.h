@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class SoundFile;
 class UserDefaults;
@@ -81,6 +82,7 @@ public:
     void actReserveButton();
     void actMonitorButton();
     void actHourButton();
+    void actMarkerButton();
     void actLevelSlider();
     /// Whether somebody sees the level; decides how soon sound must arrive.
     void setShown(bool shown);
@@ -125,6 +127,29 @@ public:
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
     void finishForTermination();
     void saveUserDefaults();
+
+    // Main thread: marker sound
+    bool markerSwitch() const { return m_markerSwitch; }
+    /// Which of the intervals.
+    int markerOption() const { return m_markerOption; }
+    void setMarkerOption(int option) { m_markerOption = option; }
+    /// The name without folder and extension. The empty name stands for the first bundled sound.
+    const std::string& markerSound() const { return m_markerSound; }
+    void setMarkerSound(const std::string& name);
+    /// Whether the monitor plays the marker too.
+    bool markerMonitor() const { return m_markerMonitor; }
+    void setMarkerMonitor(bool markerMonitor);
+    /// The names to choose from.
+    std::vector<std::string> markerSounds() const;
+    /// Minutes of an interval; 30 for a number without one.
+    static int markerIntervalWithNumber(int number);
+    /// Whether the marker sounds at `minute` of the hour; never for an option without an interval.
+    static bool isMarkerDue(int option, int minute);
+    /// Loads the marker sound for the present input, if the marker is on. A sound that cannot be had is
+    /// reported, and switches the marker off.
+    void initMarkerBuffer();
+    /// Switches the marker off without asking for the administrator right.
+    void cancelSoundMarker();
 
     RecordCondition condition() const { return m_condition.load(std::memory_order_relaxed); }
     bool recordState() const { return m_recordState; }
@@ -209,6 +234,17 @@ private:
     void crossBoundariesBefore(const StreamMoment& stop);
     double longestFile() const;
     void onTheMinuteTime();
+    Date presentMinute() const;
+
+    void readMarkerDefaults();
+    void saveMarkerDefaults();
+    void updateMarkerMonitor();
+    void fitMarkerToInput();
+    std::int64_t frameOfMinute(Date minute) const;
+    void armMarkerAtTheStart();
+    void armMarker();
+    void repeatMarker();
+    void endMarker();
 
     bool gateRefuses() const;
     void storeSwitch(const char* key, bool on);
@@ -325,6 +361,16 @@ private:
     Date m_timerStartDate;
     double m_recordPeriod = 0.0; // seconds
     Date m_waitingSince;         // the timetable is on, and no entry runs, since then
+
+    bool m_markerSwitch = false;
+    int m_markerOption = 0;
+    std::string m_markerSound;
+    bool m_markerMonitor = false;
+    std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor
+    double m_markerRate = 0.0;              // Hz, for which the sound was loaded
+    std::optional<Date> m_markerMinute;     // for which it was armed last
+    int m_markerRepeats = 0;                // still to come
+    std::unique_ptr<Timer> m_markerRepeat;
 
     std::unique_ptr<Timer> m_countTimer;
     int m_lastMinute = -1;
