@@ -30,6 +30,12 @@ struct StreamMoment {
     Date date;
 };
 
+/// Device frames of a duty. A file's frames count for as many of the device's as were reduced to them.
+struct DutyFrames {
+    std::int64_t captured = 0; ///< that the files should hold
+    std::int64_t written = 0;  ///< that they hold
+};
+
 /// Where the sound ended when the input was lost.
 struct InputLoss {
     std::int64_t frame = 0; ///< the first one that did not come
@@ -174,6 +180,10 @@ public:
     double totalRecordTime() const { return m_totalRecordTime; }
     /// Seconds of sound in all files of this duty.
     double writtenSeconds() const { return m_writtenSeconds; }
+    /// Of this duty, without the file that is open.
+    DutyFrames dutyFrames() const;
+    /// Device frames since the open file began; 0 when none is open.
+    std::int64_t openFrames() const;
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
@@ -284,7 +294,7 @@ private:
     void interrupt(const StreamMoment& from);
     void retryDisk();
     void endInterruption();
-    void reportInterruption(const StreamMoment& from, Date end);
+    void reportInterruption(const StreamMoment& from, Date end, const char* what = "goes on");
     void lookAtClock();
     WorkFiles::Label fileLabel() const;
     char sourceLetter() const;
@@ -319,6 +329,7 @@ private:
     std::optional<double> m_fixedLength; // seconds that the open file is to have
     double m_lastWrite = 0.0;
     double m_writtenSeconds = 0.0;
+    DutyFrames m_dutyFrames; // of finished files, and of interruptions that are over
     HostTime m_streamStarted = 0;
     bool m_shown = true;
 

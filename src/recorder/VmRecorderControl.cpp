@@ -123,6 +123,9 @@ void VmRecorder::finishForTermination() {
     m_modeTimer = false;
     resetCondition();
     m_recordTimer.reset();
+    m_retryTimer.reset();
+    if (m_interruption)
+        reportInterruption(m_interruption->from, now(), "ends");
 }
 
 void VmRecorder::setStartOnTheHour(bool startOnTheHour) {
