@@ -1,5 +1,6 @@
 // base/Seams.h — everything outside that the application is given.
 #pragma once
+#include <string>
 
 class AdministratorRight;
 class Alert;
@@ -24,4 +25,5 @@ struct Seams {
     AudioHardware& hardware;
     Volume& volume;
     AdministratorRight& administratorRight;
+    std::string consoleUser = {}; ///< the name of whoever is logged in at the machine
 };

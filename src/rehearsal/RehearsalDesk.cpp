@@ -56,7 +56,7 @@ RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
     controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
-                                                    hardware, volume, administratorRight});
+                                                    hardware, volume, administratorRight, "rehearsal"});
 }
 
 void RehearsalDesk::launch() {
