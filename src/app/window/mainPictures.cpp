@@ -1,14 +1,19 @@
-// Renders the record tab in each state, theme and language: velmoratide-pictures <folder>.
+// Renders the record tab and the log book in each state, theme and language: velmoratide-pictures <folder>.
 #include "app/window/Icons.h"
+#include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
 #include "base/Texts.h"
+#include "storage/PosixVolume.h"
 
 #include <cstdio>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
+#include <QTemporaryDir>
 #include <string>
 
 namespace {
@@ -99,6 +104,33 @@ QPalette darkPalette() {
     return palette;
 }
 
+/// A search in a log book.
+QPixmap renderLogBook(const std::string& language) {
+    const Texts texts = Texts::forLanguage(language);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("VelmoratideLog.txt");
+    QFile book(path);
+    if (!book.open(QIODevice::WriteOnly))
+        return {};
+    for (int hour = 8; hour < 18; ++hour)
+        for (const char* title : {"RECORDING START", "RECORDING STOP"})
+            book.write(QString("2007.10.24 %1:00:00 %2 #%3\n\t%4\t= internal\n\n")
+                           .arg(hour, 2, 10, QChar('0'))
+                           .arg(QString::fromStdString(texts(title)))
+                           .arg(hour - 7, 6, 10, QChar('0'))
+                           .arg(QString::fromStdString(texts("start method")))
+                           .toUtf8());
+    book.close();
+    PosixVolume volume;
+    LogBookWindow window(volume, texts, [&path] { return path.toStdString(); });
+    window.present();
+    window.findChild<QLineEdit*>()->setText(QStringLiteral("17:00"));
+    QApplication::processEvents();
+    QPixmap picture(window.size());
+    window.render(&picture);
+    return picture;
+}
+
 QPixmap render(const std::string& language, void (*set)(Scene&, const Texts&)) {
     const Texts texts = Texts::forLanguage(language);
     Scene scene;
@@ -132,7 +164,10 @@ bool renderAll(const QDir& folder) {
     const QPalette light = QApplication::palette();
     for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
         QApplication::setPalette(palette);
-        for (const char* language : {"en", "ja"})
+        for (const char* language : {"en", "ja"}) {
+            if (!save(renderLogBook(language),
+                      folder.filePath(QString("log-book-%1-%2.png").arg(theme, language))))
+                return false;
             for (const auto& [name, set] : scenes) {
                 const QPixmap picture = render(language, set);
                 painter.drawPixmap(QRect(QPoint(cell % 4 * size.width(), cell / 4 * size.height()), size),
@@ -141,6 +176,7 @@ bool renderAll(const QDir& folder) {
                 if (!save(picture, folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language))))
                     return false;
             }
+        }
     }
     painter.end();
     return save(sheet, folder.filePath("all.png")) &&
