@@ -37,9 +37,9 @@ public:
         m_defaults.set("DirectoryPath", QString::fromStdString(folder + "/record"));
         m_defaults.set("SamplingRateNumber", 2);
         m_defaults.set("ChannelsNumber", 2);
-        m_controler = std::make_unique<VmControler>(Seams{m_clock, m_runLoop, m_notifications, m_defaults,
-                                                          m_log, m_alert, m_texts, m_hardware, m_volume,
-                                                          m_right});
+        m_controler =
+            std::make_unique<VmControler>(Seams{m_clock, m_runLoop, m_notifications, m_defaults, m_log, m_alert,
+                                                m_texts, m_hardware, m_volume, m_right});
         m_controler->applicationDidFinishLaunching();
         m_controler->recorder().recordButton().press(true);
     }

@@ -231,12 +231,12 @@ void Application::printFinishedFiles() {
 void Application::showWindow() {
     VmRecorder& recorder = m_controler->recorder();
     const RecordTabControls controls{
-        recorder.recordButton(),    recorder.reserveButton(),     recorder.monitorButton(),
-        recorder.hourButton(),      recorder.markerButton(),      recorder.conditionField(),
-        recorder.modeField(),       recorder.sourceField(),       recorder.rateField(),
-        recorder.recordTimeField(), recorder.totalTimeField(),    recorder.messageField(),
-        recorder.levelSlider(),     m_controler->meter().lamps(), recorder.sourcePopup(),
-        recorder.writeIndicator()};
+        recorder.recordButton(),      recorder.reserveButton(),    recorder.monitorButton(),
+        recorder.hourButton(),        recorder.markerButton(),     recorder.conditionField(),
+        recorder.modeField(),         recorder.sourceField(),      recorder.rateField(),
+        recorder.recordTimeField(),   recorder.totalTimeField(),   recorder.messageField(),
+        recorder.reserveNameField(),  recorder.reserveTimeField(), recorder.levelSlider(),
+        m_controler->meter().lamps(), recorder.sourcePopup(),      recorder.writeIndicator()};
     const auto mayClose = [this] {
         if (m_controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
             return false;

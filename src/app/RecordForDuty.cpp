@@ -33,11 +33,13 @@ void RecordForDuty::begin() {
 }
 
 void RecordForDuty::recordingStarted() {
-    const VmRecorder& recorder = m_controler.recorder();
+    VmRecorder& recorder = m_controler.recorder();
     if (m_timer != nullptr) { // a file that follows another one
         m_earlierSeconds = recorder.recordStartDate().secondsSince(m_firstStart);
+        recorder.endAfter(m_seconds - m_earlierSeconds);
         return;
     }
+    recorder.endAfter(m_seconds);
     m_firstStart = recorder.recordStartDate();
     const double gone = m_controler.seams().clock.now().secondsSince(recorder.recordStartDate());
     m_timer = m_controler.seams().runLoop.schedule({.interval = std::max(m_seconds - gone, 0.0)},
@@ -58,12 +60,7 @@ void RecordForDuty::end(std::string fault) {
         return;
     m_watch.reset();
     VmRecorder& recorder = m_controler.recorder();
-    if (fault.empty()) {
-        recorder.recordOffAfter(m_seconds - m_earlierSeconds);
-    } else {
-        recorder.recordButton().press(false);
-        recorder.resetCondition();
-    }
+    recorder.recordOffNow();
     constexpr double tolerance = 0.1;
     const std::lock_guard guard(m_mutex);
     if (!m_firstError.empty())

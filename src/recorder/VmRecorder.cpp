@@ -149,7 +149,8 @@ bool VmRecorder::_startRecording() {
     m_overRecordBytes = 0;
     m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels},
                      {carried, m_overRecordFrame});
-    planAgain();
+    m_boundaryDate = boundaryAfter(m_recordStartDate);
+    planBoundary();
     seams.notifications.postLogEvent("RecordingStart");
     return true;
 }
@@ -161,7 +162,10 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {
         first = m_overRecordFrame; // what the queue does not hold any more is in the relay file
     } else if (m_overRecordBytes != 0) {
-        m_workFiles.rescueRelayFile();
+        if (m_recordMode == 1) // sound that the level did not ask for
+            m_controler.mechanic().deleteRelayFile();
+        else
+            m_workFiles.rescueRelayFile();
         m_overRecordBytes = 0;
     }
     const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);
@@ -185,6 +189,8 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     if (!m_writeFile->close() && !m_pipeline.writeThreadError())
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
+    // By the device's frames from now on: its clock and the wall's differ a little, and that is no loss.
+    m_secondCount = static_cast<double>(account.frames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
@@ -253,7 +259,8 @@ std::string VmRecorder::whichHeaderString() const {
 }
 
 double VmRecorder::dataSize() const {
-    const double seconds = condition() == RecordCondition::recording
+    // The stop of a file is told while the condition still says that one is recorded.
+    const double seconds = m_writeFile != nullptr
                                ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
                                : m_secondCount;
     return seconds * sampleRate() * m_channels * 2.0;

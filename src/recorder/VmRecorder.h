@@ -8,6 +8,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
+#include "recorder/RecordTransition.h"
 #include "recorder/WorkFiles.h"
 #include "recorder/WritePipeline.h"
 
@@ -21,9 +22,6 @@ class SoundFile;
 class UserDefaults;
 class VmControler;
 class VmReserverElement;
-
-/// What the recorder is doing, as the person sees it.
-enum class RecordCondition { stopped = 0, recording = 1, standingBy = 2, waitingForTimer = 3 };
 
 /// A frame of the input stream, and when it was or will be captured.
 struct StreamMoment {
@@ -121,9 +119,11 @@ public:
     void recordTimerPeriodic();
     /// Entries of the timetable came, went or changed.
     void reservesChanged();
-    /// Switches recording off, and has the file that is open end exactly `seconds` after its start. To be
-    /// called when that much time has passed.
-    void recordOffAfter(double seconds);
+    /// The file that is open will end exactly `seconds` after its start; to be followed by `recordOffNow` when
+    /// that much time has passed.
+    void endAfter(double seconds);
+    /// Switches recording off and finishes the file at once. Not a person's press, so nobody is asked.
+    void recordOffNow();
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.
     void finishForTermination();
     void saveUserDefaults();
@@ -205,8 +205,10 @@ private:
     StreamMoment momentAt(Date date) const;
     StreamMoment stopMoment() const;
     Date now() const;
+    Date boundaryAfter(Date date) const;
     void planBoundary();
     void planAgain();
+    std::int64_t ownEnd() const;
     void crossBoundary();
     double longestFile() const;
     void onTheMinuteTime();
@@ -274,7 +276,7 @@ private:
     std::optional<Date> m_sleepinDate;
     double m_totalRecordTime = 0.0;
     double m_secondCount = 0.0;
-    std::optional<double> m_fixedLength; // seconds, of the file that is open
+    std::optional<double> m_fixedLength; // seconds that the open file is to have
     double m_lastWrite = 0.0;
     double m_writtenSeconds = 0.0;
     HostTime m_streamStarted = 0;
@@ -297,7 +299,7 @@ private:
         HostTime time = 0;
     };
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
-    std::optional<Date> m_boundaryDate;
+    Date m_boundaryDate;
     std::optional<PlannedEnd> m_boundary; // where the next file goes on
     std::optional<PlannedEnd> m_scheduleEnd;
     std::int64_t m_overRecordBytes = 0; // in the relay file

@@ -67,7 +67,10 @@ void VmRecorder::setControlState() {
     m_recordButton.setEnabled(!timetable);
     m_recordButton.setToolTip(timetable ? texts("TimetableIsOn") : "");
     m_reserveButton.setEnabled(timetable || (!m_recordButton.isOn() && hasReserves));
-    m_reserveButton.setToolTip(timetable || hasReserves ? "" : texts("NoReserves"));
+    m_reserveButton.setToolTip(timetable               ? ""
+                               : m_recordButton.isOn() ? texts("RecordingIsOn")
+                               : hasReserves           ? ""
+                                                       : texts("NoReserves"));
     m_reserveButton.setImage(timetable ? "ReserveOn" : "Reserve");
     m_levelSlider.setEnabled(m_sliderAlwaysEnable || (!m_recordState && m_recordMode == 1));
     m_sourcePopup.setEnabled(!m_recordState && !timetable && m_sourcePopup.items().size() > 0);
@@ -104,15 +107,12 @@ void VmRecorder::autoReserveStart() {
     actReserveButton();
 }
 
-void VmRecorder::recordOffAfter(double seconds) {
-    if (condition() == RecordCondition::recording)
-        m_fixedLength = seconds;
-    // Not a person's press, so nobody is asked.
+void VmRecorder::recordOffNow() {
     m_recordButton.setOn(false);
     storeSwitch("RecordSwitch", false);
     m_actionMethod = 3;
     recordOFF();
-    resetCondition(); // now, not at the next tick
+    resetCondition(); // not at the next tick
 }
 
 void VmRecorder::finishForTermination() {
@@ -198,50 +198,23 @@ void VmRecorder::setCondition(RecordCondition condition) {
 }
 
 void VmRecorder::resetCondition() {
-    const bool recording = condition() == RecordCondition::recording;
-    if (m_sleepinDate)
-        return; // the machine is about to sleep: a file begins when it wakes
-    if (m_modeTimer) {
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::waitingForTimer);
+    const bool levelReached = inputLevel() >= m_autoLevel;
+    const bool decides = condition() == RecordCondition::recording && m_recordMode == 1 && !levelReached;
+    const RecordTransition transition =
+        recordTransition(condition(), {.asleep = m_sleepinDate.has_value(),
+                                       .modeTimer = m_modeTimer,
+                                       .recordState = m_recordState,
+                                       .inputLost = m_inputLoss.has_value(),
+                                       .recordMode = m_recordMode,
+                                       .levelReached = levelReached,
+                                       .delayRuns = decides && autoDelayState()});
+    if (transition.file == RecordTransition::File::start) {
+        startRecording(); // sets the condition if it could
         return;
     }
-    if (!m_recordState) {
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::stopped);
-        return;
-    }
-    if (m_inputLoss) {
-        // A file that went on without sound would bear times that it does not hold.
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::standingBy);
-        return;
-    }
-    switch (m_recordMode) {
-    case 0:
-        if (!recording)
-            startRecording();
-        break;
-    case 1:
-        if (inputLevel() >= m_autoLevel) {
-            if (!recording)
-                startRecording();
-        } else if (recording && !autoDelayState()) {
-            stopRecording();
-            setCondition(RecordCondition::standingBy);
-        }
-        break;
-    case 2:
-        if (recording)
-            stopRecording();
-        setCondition(RecordCondition::standingBy);
-        break;
-    default:
-        break;
-    }
+    if (transition.file == RecordTransition::File::stop)
+        stopRecording();
+    setCondition(transition.next);
 }
 
 // --- display -------------------------------------------------------------------------------------------------

@@ -120,7 +120,9 @@ bool VmRecorder::protectHowling() {
 }
 
 void VmRecorder::monitorSourceChanged() {
-    m_monitorButton.setEnabled(m_controler.devicer().monitorSource() >= 0);
+    const bool hasOutput = m_controler.devicer().monitorSource() >= 0;
+    m_monitorButton.setEnabled(hasOutput);
+    m_monitorButton.setToolTip(hasOutput ? "" : m_controler.seams().texts("NoMonitorOutput"));
     _actMonitorButton();
 }
 

@@ -10,10 +10,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
-constexpr double settleTime = 2.0; // seconds before a planned end from which on it does not move
-constexpr double patience = 3.0;   // seconds after it for which its sound is waited for
+constexpr double settleTime = 2.0;   // seconds before a planned end from which on it does not move
+constexpr double patience = 3.0;     // seconds after it for which its sound is waited for
+constexpr double longestSeam = 80.0; // seconds: what the queue holds
 } // namespace
 
 Date VmRecorder::now() const {
@@ -28,12 +30,9 @@ StreamMoment VmRecorder::momentAt(Date date) const {
 StreamMoment VmRecorder::stopMoment() const {
     if (m_inputLoss)
         return {m_inputLoss->frame, m_inputLoss->date};
-    if (m_fixedLength) {
-        const double rate = m_controler.devicer().recordSampleRate();
-        return {m_pipeline.startFrame() + std::llround(*m_fixedLength * rate),
-                m_recordStartDate.addingSeconds(*m_fixedLength)};
-    }
     const StreamMoment moment = present();
+    if (m_fixedLength && ownEnd() < moment.frame)
+        return {ownEnd(), m_recordStartDate.addingSeconds(*m_fixedLength)};
     if (m_scheduleEnd && m_scheduleEnd->moment.frame < moment.frame)
         return m_scheduleEnd->moment;
     return moment;
@@ -49,51 +48,64 @@ void VmRecorder::follow(std::optional<PlannedEnd>& planned, Date date) const {
     const HostTime now = m_controler.seams().clock.hostTime();
     if (planned && planned->time - now < hostTimeFromSeconds(settleTime))
         return;
-    const double left = std::max(date.secondsSince(this->now()), 0.0);
+    // An end that a slow seam has left behind already is still ahead of what was written. One that is passed
+    // because the clock was set is now.
+    const double left = std::max(date.secondsSince(this->now()), planned ? 0.0 : -longestSeam);
     const HostTime time = now + hostTimeFromSeconds(left);
     planned = PlannedEnd{{m_pipeline.frameAt(time), this->now().addingSeconds(left)}, time};
 }
 
 void VmRecorder::planAgain() {
-    m_boundaryDate.reset();
+    m_boundaryDate = boundaryAfter(now());
     if (m_boundary && m_boundary->time - m_controler.seams().clock.hostTime() > hostTimeFromSeconds(settleTime))
         m_boundary.reset();
     planBoundary();
 }
 
-void VmRecorder::planBoundary() {
-    const Clock& clock = m_controler.seams().clock;
+std::int64_t VmRecorder::ownEnd() const {
+    std::int64_t end = std::numeric_limits<std::int64_t>::max();
+    if (m_scheduleEnd)
+        end = m_scheduleEnd->moment.frame;
+    const double rate = m_controler.devicer().recordSampleRate();
+    if (m_fixedLength)
+        end = std::min<std::int64_t>(end, m_pipeline.startFrame() + std::llround(*m_fixedLength * rate));
+    return end;
+}
+
+void VmRecorder::endAfter(double seconds) {
+    m_fixedLength = seconds;
+    planBoundary();
+}
+
+Date VmRecorder::boundaryAfter(Date date) const {
     const bool timetable = m_recordTimer != nullptr;
     const double limit = longestFile();
-    if (!m_boundaryDate) {
-        const SplitRule rule{.onTheHour = m_startOnTheHour && !timetable,
-                             .longest =
-                                 timetable ? limit : std::min(m_controler.mechanic().maxRecordTime(), limit)};
-        m_boundaryDate = rule.boundaryAfter(m_recordStartDate, now(), clock);
-    }
-    follow(m_boundary, *m_boundaryDate);
+    const SplitRule rule{.onTheHour = m_startOnTheHour && !timetable,
+                         .longest =
+                             timetable ? limit : std::min(m_controler.mechanic().maxRecordTime(), limit)};
+    return rule.boundaryAfter(m_recordStartDate, date, m_controler.seams().clock);
+}
+
+void VmRecorder::planBoundary() {
+    follow(m_boundary, m_boundaryDate);
     // Counted in frames too: neither a clock that is set back nor one that drifts lets a file overflow.
     const double rate = m_controler.devicer().recordSampleRate();
-    const std::int64_t fullFrame = m_pipeline.startFrame() + std::llround(limit * rate);
+    const std::int64_t fullFrame = m_pipeline.startFrame() + std::llround(longestFile() * rate);
     if (m_boundary->moment.frame > fullFrame) {
         const double early = static_cast<double>(m_boundary->moment.frame - fullFrame) / rate;
         m_boundary->moment = {fullFrame, m_boundary->moment.date.addingSeconds(-early)};
         m_boundary->time -= hostTimeFromSeconds(early);
     }
-    std::int64_t stop = m_boundary->moment.frame;
-    if (m_scheduleEnd) {
+    if (m_scheduleEnd)
         follow(m_scheduleEnd, m_timerStartDate.addingSeconds(m_recordPeriod));
-        stop = std::min(stop, m_scheduleEnd->moment.frame);
-    }
-    m_pipeline.setStopFrame(stop);
+    m_pipeline.setStopFrame(std::min(m_boundary->moment.frame, ownEnd()));
 }
 
 void VmRecorder::crossBoundary() {
     planBoundary();
     const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;
     const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
-    const bool endsBefore = m_scheduleEnd && m_scheduleEnd->moment.frame <= m_boundary->moment.frame;
-    if ((isCaptured || isLate) && !endsBefore)
+    if ((isCaptured || isLate) && m_boundary->moment.frame < ownEnd())
         restartRecording(m_boundary->moment);
 }
 

@@ -178,8 +178,7 @@ void VmRecorder::willSleepHandle() {
         return;
     m_actionMethod = 5;
     m_sleepinDate = date;
-    stopRecording();
-    setCondition(RecordCondition::standingBy);
+    resetCondition();
 }
 
 void VmRecorder::didWakeHandle() {

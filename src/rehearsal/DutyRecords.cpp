@@ -63,7 +63,7 @@ void DutyRecords::beginStates() {
 }
 
 void DutyRecords::look() {
-    if (m_states != nullptr)
+    if (m_states != nullptr && m_desk.controler != nullptr)
         m_states->look();
 }
 

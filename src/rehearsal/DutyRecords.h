@@ -21,6 +21,7 @@ public:
 
     /// To be called once the desk has its controllers.
     void beginStates();
+    /// Writes what changed without telling; does nothing once the controllers are gone.
     void look();
     /// False once a line could not be written.
     bool areWhole() const;

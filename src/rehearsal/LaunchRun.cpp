@@ -48,7 +48,7 @@ LaunchReport LaunchRun::play() {
     }
     if (m_desk.controler != nullptr) {
         stopEverything();
-        m_desk.terminate();
+        terminate();
     }
     return report();
 }
@@ -70,8 +70,14 @@ LaunchRun::End LaunchRun::playEvent(const ScenarioEvent& event) {
 bool LaunchRun::quit() {
     if (m_desk.controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
         return false;
-    m_desk.terminate();
+    terminate();
     return true;
+}
+
+void LaunchRun::terminate() {
+    m_desk.controler->applicationWillTerminate();
+    m_records.look();
+    m_desk.controler.reset();
 }
 
 void LaunchRun::stopEverything() {

@@ -27,6 +27,7 @@ private:
     End playEvent(const ScenarioEvent& event);
     bool quit();
     void stopEverything();
+    void terminate();
     LaunchReport report() const;
     static std::vector<RehearsalDesk::Setting> settingsOf(const Scenario& scenario, std::size_t number);
 

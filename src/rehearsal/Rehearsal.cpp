@@ -62,6 +62,10 @@ Rehearsal::Outcome Rehearsal::prepare(const std::string& path, const std::string
 }
 
 bool Rehearsal::takeFolder(const std::string& folder, std::string& fault) {
+    if (QString::fromStdString(folder).toStdString() != folder) {
+        fault = "--out: paths must be written in UTF-8";
+        return false;
+    }
     std::error_code error;
     m_folder = Paths::trimmed(std::filesystem::absolute(folder, error).lexically_normal().string());
     if (!error)

@@ -12,7 +12,8 @@ class VmControler;
 
 /// One line {"at","what","value"} for each value at the begin and for each change of it. Main thread only.
 ///
-/// Must outlive the controllers it watches.
+/// Outlives the controllers it watches, whose controls tell it their changes; once they are gone it must not
+/// look.
 class StateLog {
 public:
     StateLog(LineFile& file, const Clock& clock, VmControler& controler);

@@ -92,7 +92,12 @@ class SimulatedHardwareTest : public testing::Test {
 protected:
     void make(SimulatedDevice device) {
         hardware = std::make_unique<SimulatedHardware>(clock, std::vector{std::move(device)});
-        hardware->setListener([this](const AudioHardwareEvent& event) { events.push_back(event); });
+        hardware->setListener([this](const AudioHardwareEvent& event) {
+            if (event.kind == AudioHardwareEvent::Kind::delivered)
+                ++pieces;
+            else
+                events.push_back(event);
+        });
     }
     void start() {
         ASSERT_EQ(hardware->addIOProc(1, &Ear::listen, &ear), 0);
@@ -107,7 +112,8 @@ protected:
 
     Ear ear;
     ManualClock clock;
-    std::vector<AudioHardwareEvent> events;
+    std::vector<AudioHardwareEvent> events; ///< but those of delivered pieces
+    int pieces = 0;                         ///< delivered
     std::unique_ptr<SimulatedHardware> hardware;
 };
 } // namespace simulated

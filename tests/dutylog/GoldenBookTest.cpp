@@ -11,9 +11,9 @@ constexpr int at(int hour, int minute) {
 
 class GoldenBookTest : public testing::Test {
 protected:
-    void begin(const CalendarDate& start, const Settings& settings = fullRateStereo) {
+    void begin(const CalendarDate& start, const Settings& settings = fullRateStereo, double rate = 8000.0) {
         it.reset();
-        it = std::make_unique<LogDesk>(folder, start, settings);
+        it = std::make_unique<LogDesk>(folder, start, settings, rate);
         it->desk.launch();
         it->desk.runFor(1.0);
     }
@@ -54,7 +54,7 @@ TEST_F(GoldenBookTest, ofACleanHour) {
 TEST_F(GoldenBookTest, ofAWeek) {
     Settings settings = fullRateStereo;
     settings.push_back(timetable({{"Morning news", at(7, 0), at(7, 10)}, {"夜の音楽", at(23, 55), at(0, 5)}}));
-    begin({.year = 2026, .month = 12, .day = 28, .hour = 6}, settings);
+    begin({.year = 2026, .month = 12, .day = 28, .hour = 6}, settings, 2000.0);
     it->recorder().setShown(false);
     it->recorder().reserveButton().press(true);
     it->desk.runFor(7 * 86400.0);

@@ -11,9 +11,9 @@
 using Settings = std::vector<RehearsalDesk::Setting>;
 
 /// Few frames, so that days take no time.
-inline SimulatedDevice slowInput() {
+inline SimulatedDevice slowInput(double rate = 8000.0) {
     SimulatedDevice device = countingInput();
-    device.rates = {8000.0};
+    device.rates = {rate};
     device.minFrames = 2048;
     return device;
 }
@@ -29,8 +29,8 @@ inline std::string textOf(const std::string& path) {
 class LogDesk {
 public:
     explicit LogDesk(const TemporaryFolder& folder, const CalendarDate& start = morning,
-                     const Settings& settings = fullRateStereo, const char* zone = "Asia/Tokyo")
-        : desk(folder.path(), QTimeZone(zone), start, {slowInput(), deskOutput()}, settings) {}
+                     const Settings& settings = fullRateStereo, double rate = 8000.0)
+        : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, {slowInput(rate), deskOutput()}, settings) {}
 
     VmRecorder& recorder() { return desk.controler->recorder(); }
     VmDutyLog& log() { return desk.controler->dutylog(); }

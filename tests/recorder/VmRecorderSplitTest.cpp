@@ -4,7 +4,8 @@
 #include "support/Counting.h"
 #include "support/DeskOfATest.h"
 
-#include <numeric>
+#include <filesystem>
+#include <fstream>
 
 namespace {
 using Names = std::vector<std::string>;
@@ -186,4 +187,55 @@ TEST(VmRecorderSplit, givesARecordingItsFinalName_whenThatEqualsItsProgressName)
     it.recorder().recordButton().press(true);
     it.desk.runFor(5.0);
     EXPECT_TRUE(it.desk.files.exists(it.desk.recordFolder() + "/_Velmoratide_20071024_093001~093001.aif"));
+}
+
+TEST(VmRecorderRelay, cutsBackWhatCameAfterAGap_andOpensTheNextFileWithIt) {
+    Desk it;
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(12.0);
+    // The main thread is busy over a whole loss and return, and longer than the write thread sleeps.
+    it.desk.hardware.unplug("desk-in");
+    it.desk.clock.sleep(2.0);
+    it.desk.hardware.replug("desk-in");
+    it.desk.clock.sleep(9.0);
+    it.desk.runFor(20.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(1.0);
+    const Names names = it.recordings();
+    ASSERT_EQ(names.size(), 2U);
+    const auto before = it.samples(names[0]);
+    const auto after = it.samples(names[1]);
+    const std::int64_t lastBefore = counting::frameOf(before[before.size() - 2], before.back());
+    const std::int64_t firstAfter = counting::frameOf(after[0], after[1]);
+    EXPECT_EQ(counting::breaks(before, counting::frameOf(before[0], before[1])), 0);
+    EXPECT_EQ(counting::breaks(after, firstAfter), 0);
+    EXPECT_NEAR(static_cast<double>(lastBefore) / 44100.0, 12.0, 0.1);
+    EXPECT_NEAR(static_cast<double>(firstAfter) / 44100.0, 14.0, 0.1);
+    EXPECT_EQ(names[1].substr(0, 28), "_Velmoratide_20071024_093014");
+    EXPECT_TRUE(std::any_of(it.events.begin(), it.events.end(), [](const std::string& event) {
+        return event.starts_with("SomeReportHappen: VmRecorder: over record ");
+    }));
+    EXPECT_FALSE(it.desk.files.exists(it.desk.recordFolder() + "/.VelmoratideRelayFile"));
+}
+
+TEST(VmRecorderRelay, isKeptUnderANameThatSaysSo_afterACrash) {
+    TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path() + "/record");
+    std::ofstream(folder.path() + "/record/.VelmoratideRelayFile") << std::string(50000, 's');
+    for (int launch = 0; launch < 2; ++launch) {
+        RehearsalDesk desk(folder.path(), QTimeZone("Asia/Tokyo"), morning, {countingInput()}, fullRateStereo);
+        desk.launch();
+        desk.runFor(1.0);
+        const auto entries = PosixVolume().list(desk.recordFolder());
+        ASSERT_EQ(entries.size(), 1U);
+        EXPECT_EQ(entries[0].name, "VelmoratideUnreadable_20071024_093000.data");
+        const auto lines = desk.log.lines();
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                                [](const std::string& line) {
+                                    return line.find("sound between two recordings cannot be placed") !=
+                                           std::string::npos;
+                                }),
+                  launch == 0 ? 1 : 0);
+    }
 }

@@ -41,13 +41,14 @@ void CaptionButton::paintEvent(QPaintEvent*) {
     const bool large = m_look == Look::large;
     Face face = Face::plain(theme);
     face.down = isDown();
-    if (isChecked() && large)
-        face = {theme.record, Theme::mix(theme.record, Qt::black, 0.3), theme.onRecord, isDown()};
-    else if (isChecked())
-        face = {theme.buttonOn, theme.accent, theme.accent, isDown()};
+    if (isChecked()) {
+        const QColor ground = large ? theme.record : theme.buttonOn;
+        face = {ground, Theme::mix(ground, Qt::black, 0.3), large ? theme.onRecord : theme.onButtonOn,
+                isDown()};
+    }
     face.paint(painter, *this);
 
-    const QColor ink = large && isChecked() ? theme.onRecord : theme.buttonText;
+    const QColor ink = isChecked() ? face.ring : theme.buttonText;
     const QColor glyphInk = large && !isChecked() ? theme.record : ink;
     if (large) {
         const int textHeight = fontMetrics().height();

@@ -5,10 +5,12 @@
 #include "app/window/IndicatorLamp.h"
 #include "app/window/LampView.h"
 #include "app/window/LevelSlider.h"
+#include "app/window/PlainTip.h"
 #include "app/window/SourceBox.h"
 
 #include <QPointer>
 #include <QSignalBlocker>
+#include <QStackedWidget>
 #include <QStringList>
 #include <utility>
 
@@ -38,7 +40,9 @@ void showButton(const Button& control, CaptionButton& widget, const ButtonFace& 
     widget.setFace(Icons::named(control.image()).value_or(on ? face.onGlyph : face.offGlyph),
                    either(control.title(), on ? face.onCaption : face.offCaption));
     const QString tip = either(control.toolTip(), face.toolTip);
-    widget.setToolTip(face.shortcut.isEmpty() ? tip : tip + " (" + face.shortcut + ")");
+    // What is disabled says why; its shortcut would do nothing.
+    widget.setToolTip(
+        plainTip(face.shortcut.isEmpty() || !control.enabled() ? tip : tip + " (" + face.shortcut + ")"));
 }
 } // namespace
 
@@ -56,6 +60,31 @@ void ControlBinding::bind(TextField& control, FittingLabel& widget, const QStrin
         view.setTip(either(model.toolTip(), toolTip));
         view.showText(shown(model.text()), model.color() == TextColor::red ? FittingLabel::Ink::red : ink);
     });
+}
+
+void ControlBinding::bindEntry(TextField& name, TextField& source, TextField& rate, FittingLabel& widget,
+                               const QString& toolTip) {
+    const auto show = [&name, &source, &rate, toolTip](const TextField&, FittingLabel& view) {
+        QStringList tip{either(name.toolTip(), shown(name.text())), toolTip};
+        QStringList format{shown(source.text()), shown(rate.text())};
+        format.removeAll(QString());
+        tip.append(format.join(", "));
+        tip.removeAll(QString());
+        view.setEnabled(name.enabled());
+        view.setTip(tip.join("\n"));
+        view.showText(shown(name.text()),
+                      name.color() == TextColor::red ? FittingLabel::Ink::red : FittingLabel::Ink::normal);
+    };
+    for (TextField* field : {&name, &source, &rate})
+        follow(*field, widget, show);
+}
+
+void ControlBinding::bindRow(TextField& name, TextField& time, QStackedWidget& rows, int row) {
+    const auto show = [&name, &time, row](const TextField&, QStackedWidget& view) {
+        view.setCurrentIndex(name.text().empty() && time.text().empty() ? 0 : row);
+    };
+    follow(name, rows, show);
+    follow(time, rows, show);
 }
 
 void ControlBinding::bind(TextField& control, DigitView& widget, const QString& toolTip) {

@@ -2,6 +2,7 @@
 #pragma once
 #include "app/window/FittingLabel.h"
 #include "app/window/Icons.h"
+#include "base/Controls.h"
 
 #include <QString>
 
@@ -10,6 +11,7 @@ class DigitView;
 class IndicatorLamp;
 class LampView;
 class LevelSlider;
+class QStackedWidget;
 class SourceBox;
 
 /// What a switch button shows while its control names no title, image or tool tip of its own.
@@ -30,6 +32,12 @@ void bind(Button& control, CaptionButton& widget, ButtonFace face);
 void bind(TextField& control, FittingLabel& widget, const QString& toolTip,
           FittingLabel::Ink ink = FittingLabel::Ink::normal);
 void bind(TextField& control, DigitView& widget, const QString& toolTip);
+/// The name of a timetable entry. Its tool tip tells it in full, then `toolTip`, then the entry's `source` and
+/// `rate`.
+void bindEntry(TextField& name, TextField& source, TextField& rate, FittingLabel& widget,
+               const QString& toolTip);
+/// Shows `row` of `rows` while `name` or `time` has a text, and its first row otherwise.
+void bindRow(TextField& name, TextField& time, QStackedWidget& rows, int row);
 /// `valueText` names a level for the tool tip; it contains "%1".
 void bind(Slider& control, LevelSlider& widget, const QString& toolTip, const QString& valueText);
 void bindStartLevel(Slider& control, LampView& widget);

@@ -1,7 +1,8 @@
 // app/window/FittingLabel.h — a line of text that fits its place.
 #pragma once
-#include "base/Controls.h"
+#include "app/window/Icons.h"
 
+#include <optional>
 #include <QLabel>
 
 /// Shortens its text with an ellipsis where it has no room, and tells it in full in the tool tip.
@@ -13,6 +14,8 @@ public:
 
     void showText(const QString& text, Ink ink);
     void setTip(const QString& tip);
+    /// Draws `glyph` before the text.
+    void setGlyph(Glyph glyph);
     Ink ink() const { return m_ink; }
     bool isShortened() const;
 
@@ -28,4 +31,5 @@ private:
     const QString m_name;
     QString m_tip;
     Ink m_ink = Ink::normal;
+    std::optional<Glyph> m_glyph;
 };

@@ -125,14 +125,19 @@ QPainterPath Icons::path(Glyph glyph) {
 }
 
 std::optional<Glyph> Icons::named(std::string_view image) {
-    static constexpr std::array<std::pair<std::string_view, Glyph>, 8> names{{{"Record", Glyph::record},
-                                                                              {"RecordOff", Glyph::record},
-                                                                              {"RecordOn", Glyph::stop},
-                                                                              {"Stop", Glyph::stop},
-                                                                              {"Timer", Glyph::timer},
-                                                                              {"Monitor", Glyph::monitor},
-                                                                              {"Hour", Glyph::hour},
-                                                                              {"Marker", Glyph::marker}}};
+    static constexpr std::array<std::pair<std::string_view, Glyph>, 13> names{{{"Record", Glyph::record},
+                                                                               {"RecordOff", Glyph::record},
+                                                                               {"RecordOn", Glyph::stop},
+                                                                               {"Stop", Glyph::stop},
+                                                                               {"Reserve", Glyph::timer},
+                                                                               {"ReserveOn", Glyph::timer},
+                                                                               {"Timer", Glyph::timer},
+                                                                               {"Monitor", Glyph::monitor},
+                                                                               {"MonitorOn", Glyph::monitor},
+                                                                               {"Hour", Glyph::hour},
+                                                                               {"HourOn", Glyph::hour},
+                                                                               {"Marker", Glyph::marker},
+                                                                               {"MarkerOn", Glyph::marker}}};
     for (const auto& [name, glyph] : names)
         if (name == image)
             return glyph;

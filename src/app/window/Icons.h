@@ -14,8 +14,8 @@ enum class Glyph { record, stop, timer, monitor, hour, marker, microphone };
 namespace Icons {
 /// The path of a glyph in a square of 24 x 24.
 QPainterPath path(Glyph glyph);
-/// The glyph of a `Button`'s image name: "Record" or "RecordOff", "Stop" or "RecordOn", "Timer", "Monitor",
-/// "Hour", "Marker".
+/// The glyph of a `Button`'s image name: "Record" or "RecordOff", "Stop" or "RecordOn", "Timer", and "Reserve",
+/// "Monitor", "Hour", "Marker" with or without "On".
 std::optional<Glyph> named(std::string_view image);
 void paint(QPainter& painter, Glyph glyph, const QRectF& square, const QColor& color);
 /// The application's icon, as in share/icons/velmoratide.svg.

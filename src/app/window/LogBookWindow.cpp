@@ -16,6 +16,7 @@
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QTextCursor>
+#include <QTextOption>
 
 namespace {
 constexpr int lookInterval = 1000; // milliseconds, where no change is announced
@@ -45,7 +46,11 @@ void LogBookWindow::makeView(const Texts& texts) {
     m_view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     m_view->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_view->setUndoRedoEnabled(false);
-    m_view->setTabStopDistance(4 * m_view->fontMetrics().horizontalAdvance(QLatin1Char(' ')));
+    const double width = m_view->fontMetrics().horizontalAdvance(QLatin1Char(' '));
+    QTextOption option = m_view->document()->defaultTextOption();
+    option.setTabs({QTextOption::Tab(4 * width, QTextOption::LeftTab),    // an item's label
+                    QTextOption::Tab(22 * width, QTextOption::LeftTab)}); // its value
+    m_view->document()->setDefaultTextOption(option);
     m_view->setAccessibleName(textOf(texts, "LogBookTitle"));
     m_view->setAccessibleDescription(textOf(texts, "LogBookDescription"));
     // A found place must be seen while the search field has the keyboard.

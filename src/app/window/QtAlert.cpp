@@ -6,8 +6,22 @@
 #include <algorithm>
 #include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+
+namespace {
+/// Sets the message off from what explains it, and gives both lines of a length that reads well.
+void dress(QMessageBox& box) {
+    constexpr int leastWidth = 320; // pixels
+    if (auto* message = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label")); message != nullptr) {
+        QFont heavy = message->font();
+        heavy.setBold(true);
+        message->setFont(heavy);
+        message->setMinimumWidth(leastWidth);
+    }
+}
+} // namespace
 
 QtAlert::~QtAlert() {
     for (const QPointer<QMessageBox>& box : m_open)
@@ -62,6 +76,7 @@ std::unique_ptr<QMessageBox> QtAlert::makeBox(const AlertRequest& request) const
     if (!request.otherKey.empty())
         box->addButton(text(request.otherKey), QMessageBox::DestructiveRole)->setObjectName("other");
     box->setEscapeButton(escape);
+    dress(*box);
     return box;
 }
 

@@ -15,6 +15,7 @@
 #include <QGridLayout>
 #include <QPainter>
 #include <QShortcut>
+#include <QStackedWidget>
 
 namespace {
 constexpr int margin = 12;
@@ -59,6 +60,20 @@ FittingLabel* caption(const QString& text, const QString& tip, FittingLabel::Ink
     label->setAccessibleName(text);
     label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     return label;
+}
+
+/// A line of two texts: the right one is shown whole, the left one gets what remains.
+QWidget* pairOf(FittingLabel* left, FittingLabel* right) {
+    left->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    right->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
+    right->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    auto* pair = new QWidget;
+    auto* line = new QHBoxLayout(pair);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(spacing);
+    line->addWidget(left, 1);
+    line->addWidget(right);
+    return pair;
 }
 } // namespace
 
@@ -118,15 +133,6 @@ QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
     lamp->setAccessibleName(text("WriteName"));
     ControlBinding::bind(controls.write, *lamp, text("WriteTip"));
 
-    auto* source = new FittingLabel(text("SourceName"));
-    source->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    ControlBinding::bind(controls.source, *source, text("SourceTip"), FittingLabel::Ink::secondary);
-
-    auto* rate = new FittingLabel(text("RateName"));
-    rate->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    rate->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
-    ControlBinding::bind(controls.rate, *rate, text("RateTip"), FittingLabel::Ink::secondary);
-
     auto* card = new Card;
     auto* rows = new QVBoxLayout(card);
     rows->setContentsMargins(10, 7, 10, 7);
@@ -150,8 +156,29 @@ QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
     row(textHeight, 5,
         {caption(text("TotalTimeCaption"), text("TotalTimeTip"), FittingLabel::Ink::secondary), totalTime,
          nullptr, lamp, caption(text("WriteCaption"), text("WriteTip"), FittingLabel::Ink::secondary)});
-    row(textHeight, spacing, {source, rate});
+    rows->addWidget(makeLastRow(controls));
     return card;
+}
+
+QWidget* RecordTab::makeLastRow(const RecordTabControls& controls) {
+    auto* source = new FittingLabel(text("SourceName"));
+    ControlBinding::bind(controls.source, *source, text("SourceTip"), FittingLabel::Ink::secondary);
+    auto* rate = new FittingLabel(text("RateName"));
+    ControlBinding::bind(controls.rate, *rate, text("RateTip"), FittingLabel::Ink::secondary);
+
+    auto* entry = new FittingLabel(text("ReserveEntryName"));
+    entry->setGlyph(Glyph::timer);
+    ControlBinding::bindEntry(controls.reserveName, controls.source, controls.rate, *entry,
+                              text("ReserveEntryTip"));
+    auto* time = new FittingLabel(text("ReserveTimeName"));
+    ControlBinding::bind(controls.reserveTime, *time, text("ReserveTimeTip"));
+
+    auto* rows = new QStackedWidget;
+    rows->setFixedHeight(textHeight);
+    rows->addWidget(pairOf(source, rate));
+    const int reserve = rows->addWidget(pairOf(entry, time));
+    ControlBinding::bindRow(controls.reserveName, controls.reserveTime, *rows, reserve);
+    return rows;
 }
 
 QWidget* RecordTab::makeSources(const RecordTabControls& controls) {

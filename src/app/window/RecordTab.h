@@ -20,6 +20,8 @@ public:
 
 private:
     QWidget* makeDisplay(const RecordTabControls& controls);
+    /// The last row of the display: the input, or the timetable's entry while there is one.
+    QWidget* makeLastRow(const RecordTabControls& controls);
     QWidget* makeSources(const RecordTabControls& controls);
     QLayout* makeSwitches(const RecordTabControls& controls);
     QWidget* makeMessage(const RecordTabControls& controls);

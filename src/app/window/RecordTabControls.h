@@ -16,7 +16,9 @@ struct RecordTabControls {
     TextField& recordTime; ///< length of the recording in progress, as "1:02'03""
     TextField& totalTime;
     TextField& message;
-    Slider& level; ///< auto start level, 0 to 20
+    TextField& reserveName; ///< the timetable entry that runs or comes next; empty while there is none
+    TextField& reserveTime; ///< when it stops or starts
+    Slider& level;          ///< auto start level, 0 to 20
     LampColumn& lamps;
     Popup& sources;
     Indicator& write;

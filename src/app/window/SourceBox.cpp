@@ -2,6 +2,7 @@
 
 #include "app/window/Face.h"
 #include "app/window/Icons.h"
+#include "app/window/PlainTip.h"
 #include "app/window/Theme.h"
 
 #include <QAbstractItemView>
@@ -26,7 +27,7 @@ SourceBox::SourceBox(QWidget* parent) : QComboBox(parent) {
 
 void SourceBox::setTip(const QString& tip) {
     m_tip = tip;
-    setToolTip(currentIndex() < 0 ? m_tip : currentText() + "\n" + m_tip);
+    setToolTip(plainTip(currentIndex() < 0 ? m_tip : currentText() + "\n" + m_tip));
 }
 
 void SourceBox::setSources(const QStringList& names, int selected) {

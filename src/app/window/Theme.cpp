@@ -28,15 +28,13 @@ Theme Theme::of(const QPalette& palette, bool enabled) {
     theme.button = palette.color(group, QPalette::Button);
     theme.buttonText = palette.color(QPalette::Active, QPalette::ButtonText);
     theme.accent = palette.color(QPalette::Active, QPalette::Highlight);
-    theme.buttonOn = mix(theme.button, theme.accent, 0.28);
+    // On and off differ in brightness, so that they are told apart without colours too.
+    theme.onButtonOn = isDark(theme.button) ? Qt::black : Qt::white;
+    theme.buttonOn = readable(readable(theme.accent, theme.onButtonOn), theme.button, visibleContrast);
     theme.record = QColor(0xc6, 0x28, 0x28);
     theme.onRecord = Qt::white;
-    if (!enabled) {
-        theme.buttonText = mix(theme.button, theme.buttonText, 0.45);
-        theme.accent = mix(theme.button, theme.accent, 0.4);
-        theme.buttonOn = mix(theme.button, theme.buttonOn, 0.5);
-        theme.record = mix(theme.button, theme.record, 0.4);
-    }
+    if (!enabled)
+        theme.fade();
     theme.bezel = QColor(0x16, 0x1a, 0x1d);
     theme.greenOn = QColor(0x3d, 0xdc, 0x6f);
     theme.greenOff = QColor(0x20, 0x3b, 0x2b);
@@ -45,9 +43,25 @@ Theme Theme::of(const QPalette& palette, bool enabled) {
     return theme;
 }
 
+void Theme::fade() {
+    const auto faint = [this](const QColor& ground) {
+        return readable(mix(ground, buttonText, 0.45), ground, visibleContrast);
+    };
+    accent = mix(button, accent, 0.4);
+    buttonOn = mix(button, buttonOn, 0.45);
+    record = mix(button, record, 0.45);
+    onButtonOn = faint(buttonOn);
+    onRecord = faint(record);
+    buttonText = faint(button);
+}
+
 double Theme::contrast(const QColor& one, const QColor& other) {
     const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
     return (lighter + 0.05) / (darker + 0.05);
+}
+
+bool Theme::isDark(const QColor& ground) {
+    return contrast(ground, Qt::white) > contrast(ground, Qt::black);
 }
 
 QColor Theme::mix(const QColor& from, const QColor& to, double share) {
@@ -56,11 +70,11 @@ QColor Theme::mix(const QColor& from, const QColor& to, double share) {
                             blend(from.blueF(), to.blueF()));
 }
 
-QColor Theme::readable(const QColor& wanted, const QColor& ground) {
-    const bool darkGround = contrast(ground, Qt::white) > contrast(ground, Qt::black);
+QColor Theme::readable(const QColor& wanted, const QColor& ground, double least) {
+    const bool darkGround = isDark(ground);
     for (int percent = 0; percent < 100; percent += 5) {
         const QColor moved = mix(wanted, darkGround ? Qt::white : Qt::black, percent / 100.0);
-        if (contrast(moved, ground) >= readableContrast)
+        if (contrast(moved, ground) >= least)
             return moved;
     }
     return darkGround ? Qt::white : Qt::black;

@@ -1,7 +1,10 @@
-// Renders the record tab and the log book in each state, theme and language: velmoratide-pictures <folder>.
+// Renders the record tab in each state, its questions and the log book, in each theme and language:
+// velmoratide-pictures <folder>.
 #include "app/window/Icons.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
+#include "app/window/QtAlert.h"
+#include "base/QtRunLoop.h"
 #include "base/Texts.h"
 #include "storage/PosixVolume.h"
 
@@ -14,20 +17,22 @@
 #include <QPalette>
 #include <QPixmap>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <string>
 
 namespace {
 struct Scene {
     Button record, reserve, monitor, hour, marker;
-    TextField condition, mode, source, rate, recordTime, totalTime, message;
+    TextField condition, mode, source, rate, recordTime, totalTime, message, reserveName, reserveTime;
     Slider level{0, LampColumn::count};
     LampColumn lamps;
     Popup sources;
     Indicator write;
+    bool japanese = false; // names of entries are a person's, not texts of the program
 
     RecordTabControls controls() {
-        return {record, reserve,    monitor,   hour,    marker, condition, mode,    source,
-                rate,   recordTime, totalTime, message, level,  lamps,     sources, write};
+        return {record,     reserve,   monitor, hour,        marker,      condition, mode,  source,  rate,
+                recordTime, totalTime, message, reserveName, reserveTime, level,     lamps, sources, write};
     }
     void light(int bar, int peak) {
         for (int index = 0; index < LampColumn::count; ++index)
@@ -37,8 +42,6 @@ struct Scene {
 
 void setIdle(Scene& scene, const Texts& texts) {
     scene.hour.setOn(true);
-    scene.reserve.setEnabled(false);
-    scene.reserve.setToolTip(texts("ReserveNotYet"));
     scene.marker.setEnabled(false);
     scene.condition.setText(texts("Stopped"));
     scene.mode.setText(texts("AlwaysMode"));
@@ -55,6 +58,9 @@ void setIdle(Scene& scene, const Texts& texts) {
 void setRecording(Scene& scene, const Texts& texts) {
     setIdle(scene, texts);
     scene.record.setOn(true);
+    scene.reserve.setEnabled(false);
+    scene.sources.setEnabled(false);
+    scene.level.setEnabled(false);
     scene.monitor.setOn(true);
     scene.condition.setText(texts("Recording"));
     scene.condition.setColor(TextColor::red);
@@ -90,6 +96,62 @@ void setNoDevice(Scene& scene, const Texts& texts) {
     scene.light(0, 0);
 }
 
+/// The timetable is on and its next entry is far.
+void setWaitingFar(Scene& scene, const Texts& texts) {
+    setIdle(scene, texts);
+    scene.reserve.setOn(true);
+    scene.record.setEnabled(false);
+    scene.sources.setEnabled(false);
+    scene.level.setEnabled(false);
+    scene.hour.setOn(false);
+    scene.condition.setText(texts("Standby"));
+    scene.mode.setText(texts("TimerMode"));
+    scene.reserveName.setText(scene.japanese ? "夜のニュース" : "Evening news");
+    scene.reserveTime.setText(texts("ReserveStartTime") + " 21:00");
+}
+
+void setWaitingSoon(Scene& scene, const Texts& texts) {
+    setWaitingFar(scene, texts);
+    scene.condition.setText("4'59\"" + texts("Before"));
+    scene.condition.setColor(TextColor::red);
+    scene.reserveName.setText(scene.japanese ? "早朝の野鳥観察と森の環境音の長時間録音（北側の窓）"
+                                             : "Dawn chorus at the north window, long-term survey");
+    scene.reserveTime.setText(texts("ReserveStartTime") + " 04:30");
+}
+
+void setTimetableRecording(Scene& scene, const Texts& texts) {
+    setWaitingFar(scene, texts);
+    scene.monitor.setOn(true);
+    scene.condition.setText(texts("Recording"));
+    scene.condition.setColor(TextColor::red);
+    scene.mode.setText(texts("AlwaysMode"));
+    scene.reserveTime.setText(texts("ReserveStopTime") + " 21:30");
+    scene.recordTime.setText("12'34\"");
+    scene.totalTime.setText("2:12'34\"");
+    scene.write.setAnimating(true);
+    scene.light(12, 14);
+}
+
+/// Monitoring was switched off for a reason, while the timetable waits.
+void setWaitingWithMessage(Scene& scene, const Texts& texts) {
+    setWaitingSoon(scene, texts);
+    scene.message.setText(texts("HowlingProtected"));
+}
+
+void setHourOff(Scene& scene, const Texts& texts) {
+    setRecording(scene, texts);
+    scene.hour.setOn(false);
+}
+
+/// Switches that are on and disabled.
+void setOnDisabled(Scene& scene, const Texts& texts) {
+    setRecording(scene, texts);
+    for (Button* button : {&scene.record, &scene.reserve, &scene.monitor, &scene.hour, &scene.marker}) {
+        button->setOn(button != &scene.marker);
+        button->setEnabled(false);
+    }
+}
+
 QPalette darkPalette() {
     QPalette palette(QColor(0x2b, 0x2e, 0x33), QColor(0x2b, 0x2e, 0x33));
     palette.setColor(QPalette::Base, QColor(0x1f, 0x22, 0x26));
@@ -102,6 +164,13 @@ QPalette darkPalette() {
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x84, 0x88));
     return palette;
+}
+
+QPixmap pictureOf(QWidget& widget) {
+    QPixmap picture(widget.size() * 2);
+    picture.setDevicePixelRatio(2);
+    widget.render(&picture);
+    return picture;
 }
 
 /// A search in a log book.
@@ -126,21 +195,32 @@ QPixmap renderLogBook(const std::string& language) {
     window.present();
     window.findChild<QLineEdit*>()->setText(QStringLiteral("17:00"));
     QApplication::processEvents();
-    QPixmap picture(window.size());
-    window.render(&picture);
-    return picture;
+    return pictureOf(window);
 }
 
 QPixmap render(const std::string& language, void (*set)(Scene&, const Texts&)) {
     const Texts texts = Texts::forLanguage(language);
     Scene scene;
+    scene.japanese = language == "ja";
     set(scene, texts);
     MainWindow window(scene.controls(), texts, [] { return true; });
     window.show();
     QApplication::processEvents();
-    QPixmap picture(window.size() * 2);
-    picture.setDevicePixelRatio(2);
-    window.render(&picture);
+    return pictureOf(window);
+}
+
+/// The question as a person gets it.
+QPixmap renderAlert(const std::string& language, const AlertRequest& request) {
+    const Texts texts = Texts::forLanguage(language);
+    QtRunLoop runLoop(*QCoreApplication::instance());
+    QtAlert alert(runLoop, texts);
+    QPixmap picture;
+    QTimer::singleShot(0, [&] {
+        if (QWidget* box = QApplication::activeModalWidget(); box != nullptr)
+            picture = pictureOf(*box);
+        alert.dismissQuestion();
+    });
+    alert.ask(request);
     return picture;
 }
 
@@ -151,36 +231,60 @@ bool save(const QPixmap& picture, const QString& path) {
     return false;
 }
 
-/// Every picture by itself, and all of them on one sheet: a row for each theme and language.
-bool renderAll(const QDir& folder) {
-    constexpr std::pair<const char*, void (*)(Scene&, const Texts&)> scenes[] = {{"idle", setIdle},
-                                                                                 {"recording", setRecording},
-                                                                                 {"over-level", setOverLevel},
-                                                                                 {"no-device", setNoDevice}};
+constexpr std::pair<const char*, void (*)(Scene&, const Texts&)> scenes[] = {
+    {"idle", setIdle},
+    {"recording", setRecording},
+    {"over-level", setOverLevel},
+    {"no-device", setNoDevice},
+    {"hour-off", setHourOff},
+    {"waiting-far", setWaitingFar},
+    {"waiting-soon", setWaitingSoon},
+    {"timetable-recording", setTimetableRecording},
+    {"waiting-message", setWaitingWithMessage},
+    {"on-disabled", setOnDisabled}};
+
+const std::pair<const char*, AlertRequest> alerts[] = {
+    {"unable-exit", {"UnableExit", "StopRecording", "Understand"}},
+    {"timer-stop-soon", {"TimerStopCaution", "ReserveCancelInfo", "RecordStop", "Cancel"}},
+    {"timer-stop-recording", {"TimerStopCaution", "TimerStopInfo", "RecordStop", "Cancel"}}};
+
+/// All pictures of one theme and language, and a sheet of the window's.
+bool renderOne(const QDir& folder, const QString& theme, const QString& language) {
+    constexpr int columns = 4;
     const QSize size(MainWindow::recordTabWidth, MainWindow::recordTabHeight);
-    QPixmap sheet(size.width() * 4, size.height() * 4);
+    const int count = static_cast<int>(std::size(scenes));
+    QPixmap sheet(size.width() * columns, size.height() * ((count + columns - 1) / columns));
+    sheet.fill(Qt::gray);
     QPainter painter(&sheet);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     int cell = 0;
+    for (const auto& [name, set] : scenes) {
+        const QPixmap picture = render(language.toStdString(), set);
+        painter.drawPixmap(QRect(QPoint(cell % columns * size.width(), cell / columns * size.height()), size),
+                           picture);
+        ++cell;
+        if (!save(picture, folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language))))
+            return false;
+    }
+    for (const auto& [name, request] : alerts)
+        if (!save(renderAlert(language.toStdString(), request),
+                  folder.filePath(QString("alert-%1-%2-%3.png").arg(name, theme, language))))
+            return false;
+    painter.end();
+    return save(sheet, folder.filePath(QString("all-%1-%2.png").arg(theme, language)));
+}
+
+bool renderAll(const QDir& folder) {
     const QPalette light = QApplication::palette();
     for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
         QApplication::setPalette(palette);
-        for (const char* language : {"en", "ja"}) {
-            if (!save(renderLogBook(language),
+        for (const char* language : {"en", "ja"})
+            if (!renderOne(folder, theme, language) ||
+                !save(renderLogBook(language),
                       folder.filePath(QString("log-book-%1-%2.png").arg(theme, language))))
                 return false;
-            for (const auto& [name, set] : scenes) {
-                const QPixmap picture = render(language, set);
-                painter.drawPixmap(QRect(QPoint(cell % 4 * size.width(), cell / 4 * size.height()), size),
-                                   picture);
-                ++cell;
-                if (!save(picture, folder.filePath(QString("record-%1-%2-%3.png").arg(name, theme, language))))
-                    return false;
-            }
-        }
     }
-    painter.end();
-    return save(sheet, folder.filePath("all.png")) &&
-           save(Icons::application().pixmap(256, 256), folder.filePath("icon.png"));
+    return save(Icons::application().pixmap(256, 256), folder.filePath("icon.png"));
 }
 } // namespace
 

@@ -7,7 +7,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 #include <thread>
 
@@ -69,6 +71,22 @@ TEST_F(QtAlertTest, showsTheTextsOfItsKeys) {
         EXPECT_EQ(box.buttons().size(), 3);
         press(box, "default");
     });
+}
+
+TEST_F(QtAlertTest, setsTheMessageOffFromWhatExplainsIt) {
+    const AlertRequest stop{"TimerStopCaution", "TimerStopInfo", "RecordStop", "Cancel"};
+    const AlertAnswer answer = answerBy(stop, [this](QMessageBox& box) {
+        const auto* message = box.findChild<QLabel*>("qt_msgbox_label");
+        const auto* explanation = box.findChild<QLabel*>("qt_msgbox_informativelabel");
+        ASSERT_NE(message, nullptr);
+        ASSERT_NE(explanation, nullptr);
+        EXPECT_TRUE(message->font().bold());
+        EXPECT_FALSE(explanation->font().bold());
+        EXPECT_GE(explanation->width(), 320);
+        EXPECT_EQ(box.defaultButton()->text().toStdString(), texts("RecordStop"));
+        press(box, "alternate");
+    });
+    EXPECT_EQ(answer, AlertAnswer::alternateButton);
 }
 
 TEST_F(QtAlertTest, tellsFromAnotherThread_withoutWaiting) {

@@ -36,12 +36,32 @@ TEST(Theme, keepsTextReadable_inLightAndDark) {
         EXPECT_GE(Theme::contrast(theme.redText, theme.card), Theme::readableContrast);
         EXPECT_GE(Theme::contrast(theme.redText, palette.color(QPalette::Window)), Theme::readableContrast);
         EXPECT_GE(Theme::contrast(theme.buttonText, theme.button), Theme::readableContrast);
-        EXPECT_GE(Theme::contrast(theme.buttonText, theme.buttonOn), Theme::readableContrast);
+        EXPECT_GE(Theme::contrast(theme.onButtonOn, theme.buttonOn), Theme::readableContrast);
         EXPECT_GE(Theme::contrast(theme.onRecord, theme.record), Theme::readableContrast);
         EXPECT_GE(Theme::contrast(theme.greenOn, theme.greenOff), Theme::readableContrast);
         EXPECT_GE(Theme::contrast(theme.redOn, theme.redOff), 3.0);
         EXPECT_NE(theme.redText, theme.text);
         EXPECT_GT(theme.redText.red(), theme.redText.green()) << "red stays red";
+    }
+}
+
+TEST(Theme, tellsOnFromOff_withoutColours) {
+    for (const QPalette& palette : palettes) {
+        const Theme theme = Theme::of(palette);
+        EXPECT_GE(Theme::contrast(theme.buttonOn, theme.button), Theme::visibleContrast);
+        const Theme disabled = Theme::of(palette, false);
+        EXPECT_GE(Theme::contrast(disabled.buttonOn, disabled.button), 1.5);
+        EXPECT_LT(Theme::contrast(disabled.buttonOn, disabled.button),
+                  Theme::contrast(theme.buttonOn, theme.button));
+    }
+}
+
+TEST(Theme, keepsTheTextOfDisabledButtonsVisible) {
+    for (const QPalette& palette : palettes) {
+        const Theme theme = Theme::of(palette, false);
+        EXPECT_GE(Theme::contrast(theme.buttonText, theme.button), Theme::visibleContrast);
+        EXPECT_GE(Theme::contrast(theme.onButtonOn, theme.buttonOn), Theme::visibleContrast);
+        EXPECT_GE(Theme::contrast(theme.onRecord, theme.record), Theme::visibleContrast);
     }
 }
 

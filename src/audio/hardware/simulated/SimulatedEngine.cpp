@@ -180,6 +180,8 @@ HostTime SimulatedEngine::beat() {
     }
     if (holeHandedOn > 0)
         m_tell({AudioHardwareEvent::Kind::hole, m_deviceID, holeHandedOn, {}});
+    if (m_device.hasInput())
+        m_tell({AudioHardwareEvent::Kind::delivered, m_deviceID, 0, {}});
     return next;
 }
 
