@@ -15,8 +15,8 @@ DiskFlusher::DiskFlusher(Clock& clock, Volume& volume, SystemLog& log, std::stri
 DiskFlusher::~DiskFlusher() {
     m_stopping = true;
     m_nap->end();
-    while (m_running)
-        m_clock.sleep(0.01);
+    for (double wait = 0.0; m_running; wait = 0.01) // at first only as long as a thread that is idle needs
+        m_clock.sleep(wait);
 }
 
 void DiskFlusher::request() {
