@@ -235,8 +235,7 @@ TEST(RehearseProgramTest, goesWhereItsFolderWasMoved) {
     std::filesystem::rename(folder.folder(), folder.path("moved"));
     ASSERT_EQ(folder.run("'" + folder.path("scenario.json") + "' --out '" + folder.path("moved") + "'"), 0);
     EXPECT_FALSE(std::filesystem::exists(folder.folder()));
-    const auto recordings = PosixVolume().list(folder.path("moved") + "/record");
-    EXPECT_EQ(recordings.size(), 2U);
+    EXPECT_EQ(folder.recordings("../moved/record").size(), 2U);
 }
 
 TEST(RehearseProgramTest, putsARelativeFolderUnderItsOwn) {
