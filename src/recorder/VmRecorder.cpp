@@ -281,7 +281,8 @@ std::string VmRecorder::whichHeaderString() const {
 }
 
 double VmRecorder::dataSize() const {
-    const double seconds = condition() == RecordCondition::recording
+    // The stop of a file is told while the condition still says that one is recorded.
+    const double seconds = m_writeFile != nullptr
                                ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
                                : m_secondCount;
     return seconds * sampleRate() * m_channels * 2.0;

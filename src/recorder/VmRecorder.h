@@ -118,6 +118,8 @@ public:
     void deleteProgressSoundFile() { m_workFiles.progress().deleteProgressSoundFile(); }
     /// The computed end of the recording that was rescued last; 0 when none was.
     Date lastCrashDate() const { return m_workFiles.lastCrashDate(); }
+    /// The end of a recording that a crash left behind and nobody rescued yet; 0 when there is none.
+    Date leftoverEndDate() const { return m_workFiles.leftoverEndDate(); }
     /// The machine goes to sleep: the file that is open is finished first.
     void willSleepHandle();
     void didWakeHandle();
@@ -187,6 +189,8 @@ public:
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
+    int preBufferSec() const { return m_preBufferSec; } ///< seconds kept from before the start of auto mode
+    int delayTime() const { return m_delayTime; }       ///< seconds of quiet after which auto mode stops
     /// True when the last start or stop of a file failed.
     bool writeThreadError() const { return m_pipeline.writeThreadError() || m_startFailed; }
 

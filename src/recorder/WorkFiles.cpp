@@ -6,6 +6,7 @@
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "storage/Paths.h"
+#include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -20,6 +21,11 @@
 namespace {
 constexpr std::int64_t soundDataOffset = 4096;
 constexpr std::size_t informationRoom = 4080 - 256; // up to the sound chunk
+
+/// Of the sound in a file of `size` bytes, rounded to the nearest second.
+std::int64_t wholeSeconds(std::int64_t size, double rate, int channels) {
+    return static_cast<std::int64_t>(static_cast<double>(size - soundDataOffset) * 0.5 / rate / channels + 0.5);
+}
 } // namespace
 
 WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
@@ -183,6 +189,19 @@ void WorkFiles::rescueRelayFile() {
         putAside(path, "sound between two recordings cannot be placed");
 }
 
+Date WorkFiles::leftoverEndDate() const {
+    const auto size = m_volume.fileSize(m_mechanic.temporaryFilePath());
+    Date start;
+    if (!size || *size <= soundDataOffset || !startOfTempFile(start))
+        return {};
+    const auto opened = SoundFile::openForReading(m_volume, m_mechanic.temporaryFilePath());
+    if (opened.file == nullptr)
+        return {};
+    const double rate = opened.file->rate();
+    return start.addingSeconds(
+        static_cast<double>(wholeSeconds(*size, rate, static_cast<int>(opened.file->channels()))));
+}
+
 std::string WorkFiles::rescueTempFile(const Label& label) {
     const std::string temporary = m_mechanic.temporaryFilePath();
     const auto size = m_volume.fileSize(temporary);
@@ -204,8 +223,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
         putAside(temporary, "last recording file cannot be read");
         return {};
     }
-    const auto seconds =
-        static_cast<std::int64_t>(static_cast<double>(*size - soundDataOffset) * 0.5 / rate / channels + 0.5);
+    const std::int64_t seconds = wholeSeconds(*size, rate, channels);
     Date start;
     if (!startOfTempFile(start))
         start = m_clock.now().addingSeconds(-static_cast<double>(seconds));

@@ -52,6 +52,8 @@ public:
     RelayFile& relay() { return m_relay; }
     /// The computed end of the last rescued recording; 0 when none was rescued.
     Date lastCrashDate() const { return m_lastCrashDate; }
+    /// What it will be when the temporary file that lies there is rescued; 0 when there is none to rescue.
+    Date leftoverEndDate() const;
 
     /// The text that goes to `informationOffset`.
     std::string informationText(Date start, Date stop, const Label& label, std::string_view option) const;
