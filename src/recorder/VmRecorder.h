@@ -233,8 +233,10 @@ private:
     /// of the other.
     void restartRecording(const StreamMoment& seam);
     bool _startRecording();
-    void _stopRecording(const StreamMoment& stop);
+    void _stopRecording(const StreamMoment& stop, const char* event);
     bool createFile(const StreamMoment& begin);
+    /// Puts what the relay file holds into the new file; returns its bytes.
+    std::int64_t takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
     StreamMoment present() const { return momentAt(now()); }
     StreamMoment momentAt(Date date) const;
@@ -273,6 +275,7 @@ private:
     void showReserve(const std::string& name, const char* timeKey, int secondOfDay);
     void takeFormat(const VmReserverElement& element);
 
+    bool hasRisen();
     void recordON();
     void recordOFF();
     void setCondition(RecordCondition condition);
@@ -297,6 +300,7 @@ private:
     /// Stops for an emergency, and goes on with frame `from` as soon as a file can be written.
     void interrupt(const StreamMoment& from);
     void retryDisk();
+    void noteUnwritten(const StreamMoment& from);
     void endInterruption();
     void reportInterruption(const StreamMoment& from, Date end, const char* what = "goes on");
     void lookAtClock();
@@ -347,6 +351,7 @@ private:
     HostTime m_holesReported = 0;
     /// Sound from here on belongs to a recording that begins at the next tick.
     std::optional<StreamMoment> m_beginWith;
+    bool m_isSeam = false; // the next file goes on where the last one ends
 
     /// An end of the open file that is known ahead. It follows the clocks until its sound is about to come.
     struct PlannedEnd {
