@@ -330,8 +330,9 @@ private:
     int m_actionMethod = 3;
     Date m_recordStartDate;
     Date m_recordStopDate;
-    WorkFiles::Label m_label; // of the file that is open
-    std::optional<Date> m_sleepinDate;
+    WorkFiles::Label m_label;          // of the file that is open
+    std::optional<Date> m_sleepinDate; // a file was open then
+    bool m_asleep = false;             // or about to be
     double m_totalRecordTime = 0.0;
     double m_secondCount = 0.0;
     std::optional<double> m_fixedLength; // seconds that the open file is to have

@@ -228,7 +228,7 @@ void VmRecorder::resetCondition() {
     const bool levelReached = inputLevel() >= m_autoLevel || hasRisen();
     const bool decides = condition() == RecordCondition::recording && m_recordMode == 1 && !levelReached;
     const RecordTransition transition =
-        recordTransition(condition(), {.asleep = m_sleepinDate.has_value(),
+        recordTransition(condition(), {.asleep = m_asleep,
                                        .modeTimer = m_modeTimer,
                                        .recordState = m_recordState,
                                        .inputLost = m_inputLoss.has_value(),

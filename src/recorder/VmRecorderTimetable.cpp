@@ -179,17 +179,21 @@ void VmRecorder::willSleepHandle() {
     const bool recording = condition() == RecordCondition::recording;
     const Date date = now();
     m_controler.seams().notifications.postLogEvent("SleepIn", "VmRecorder: Sleep in.");
-    if (!recording)
-        return;
-    m_actionMethod = 5;
-    m_sleepinDate = date;
+    m_asleep = true;
+    if (recording) {
+        m_actionMethod = 5;
+        m_sleepinDate = date;
+    }
     resetCondition();
 }
 
 void VmRecorder::didWakeHandle() {
     m_controler.seams().notifications.postLogEvent("WakeUp", "VmRecorder: Wake up.");
-    if (!m_sleepinDate)
+    m_asleep = false;
+    if (!m_sleepinDate) {
+        resetCondition();
         return;
+    }
     m_sleepinDate.reset();
     if (m_recordTimer != nullptr)
         recordTimerPeriodic(); // an entry may have ended or begun meanwhile

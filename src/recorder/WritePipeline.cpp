@@ -254,29 +254,36 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     const double lastInput =
         static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
-    const std::int64_t missing = std::max<std::int64_t>(m_stopFrame - std::max(frameCount(), m_startFrame), 0);
-    const bool isWhole = m_pending.empty() && !m_writeThreadError;
-    const std::int64_t unwritten =
-        isWhole ? 0 : std::max<std::int64_t>(m_stopFrame - std::max(pendingFrame(), m_startFrame), 0);
-    m_firstFreeFrame = std::max(m_stopFrame - unwritten, m_firstFreeFrame);
+    m_file = nullptr;
+    return reckon(lastInput, secondCount);
+}
+
+WritePipeline::Account WritePipeline::reckon(double lastInput, double secondCount) {
+    Account account;
+    account.lastInput = lastInput;
+    account.writeCount = m_writeCount;
+    account.frames = m_stopFrame - m_startFrame;
+    account.missingFrames = std::max<std::int64_t>(m_stopFrame - std::max(frameCount(), m_startFrame), 0);
+    if (!m_pending.empty() || m_writeThreadError)
+        account.unwrittenFrames =
+            std::max<std::int64_t>(m_stopFrame - std::max(pendingFrame(), m_startFrame), 0);
+    m_firstFreeFrame = std::max(m_stopFrame - account.unwrittenFrames, m_firstFreeFrame);
+    const std::int64_t over = std::max<std::int64_t>(m_endFrame - m_stopFrame, 0) / m_format.ratio();
+    if (m_pending.empty())
+        account.overRecordBytes = std::min(over * m_format.channels * 2, m_writePos);
 
     const auto overflow = static_cast<long>(m_overflowCount.exchange(0));
+    account.overflowCount = static_cast<std::int32_t>(overflow);
     if (overflow != 0)
         reportError(formatted("VmRecorder: sound que buffer overflow %ld bytes.", overflow));
-    const double expected = secondCount * fileShare * 2.0;
+    // What waits to be written is not lost.
+    const double waiting = static_cast<double>(account.unwrittenFrames) / m_format.recordSampleRate;
+    const double expected = (secondCount - waiting) * m_format.sampleRate * m_format.channels * 2.0;
     const double lostIn = (expected - lastInput) / m_format.sampleRate / m_format.channels * 0.5;
     const double lostOut = (expected - m_writeCount) / m_format.sampleRate / m_format.channels * 0.5;
     if (lostIn >= 1.0 || lostOut >= 1.0)
         reportEvent(formatted("VmRecorder: data lost input=%fseconds, write=%fseconds", lostIn, lostOut));
-    m_file = nullptr;
-    const std::int64_t over = std::max<std::int64_t>(m_endFrame - m_stopFrame, 0) / m_format.ratio();
-    return {.lastInput = lastInput,
-            .writeCount = m_writeCount,
-            .overflowCount = static_cast<std::int32_t>(overflow),
-            .overRecordBytes = m_pending.empty() ? std::min(over * m_format.channels * 2, m_writePos) : 0,
-            .frames = m_stopFrame - m_startFrame,
-            .missingFrames = missing,
-            .unwrittenFrames = unwritten};
+    return account;
 }
 
 void WritePipeline::finalFlush(double lastInput) {

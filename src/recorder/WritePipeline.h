@@ -130,6 +130,7 @@ private:
     void discardUntilStart();
     void awaitFrame(std::int64_t frame);
     void finalFlush(double lastInput);
+    Account reckon(double lastInput, double secondCount);
     std::int64_t aligned(std::int64_t frame) const;
     void reportError(std::string_view text);
     void reportEvent(std::string_view text);

@@ -204,6 +204,8 @@ std::vector<ScenarioLaunch> ScenarioReader::readLaunches(const JsonPlace& place,
             ScenarioEvent read = rules.read(event);
             if (!event.failed() && !launch.events.empty() && read.at < launch.events.back().at)
                 event.field("at").fail("is earlier than the event before");
+            if (!event.failed() && !launch.events.empty() && launch.events.back().action == "crash")
+                event.field("do").fail("comes after the crash of its launch");
             launch.events.push_back(std::move(read));
         }
         launches.push_back(std::move(launch));

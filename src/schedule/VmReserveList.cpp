@@ -41,6 +41,7 @@ void VmReserveList::registerDefaults(UserDefaults& defaults) {
     // A table without texts shows the keys: the name is looked up when the entry is made.
     const VmReserverElement element{Texts()};
     defaults.registerDefault(timerListKey, QJsonArray{element.valueArray()});
+    defaults.registerDefault("UnreadableTimers", QJsonArray());
 }
 
 void VmReserveList::awake() {
@@ -55,7 +56,7 @@ void VmReserveList::load() {
         append(VmReserverElement(seams.texts));
         return;
     }
-    bool malformed = false;
+    QJsonArray unreadable;
     int number = 0;
     for (const QJsonValue entry : stored.toArray()) {
         ++number;
@@ -63,13 +64,17 @@ void VmReserveList::load() {
             append(*element);
             continue;
         }
-        malformed = true;
+        unreadable.append(entry);
         const std::string message =
             formatted("VmReserveList: timer entry %d cannot be read and is left out: ", number) + asText(entry);
         seams.log.log(message);
         seams.notifications.postLogEvent("SomeErrorHappen", message);
     }
-    if (malformed && m_timers.empty())
+    if (unreadable.isEmpty())
+        return;
+    // The list is stored without them: they stay where a person can find them.
+    seams.defaults.set("UnreadableTimers", unreadable);
+    if (m_timers.empty())
         append(VmReserverElement(seams.texts));
 }
 
