@@ -13,6 +13,7 @@
 #include "base/HeadlessAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
+#include "desktop/LogindSleep.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "storage/Paths.h"
@@ -72,6 +73,7 @@ Application::Application(CommandLine line, QCoreApplication& qt, TerminationSign
       m_volume(std::make_unique<PosixVolume>()) {}
 
 Application::~Application() {
+    m_sleep.reset();
     m_window.reset();
     m_recordFor.reset();
     m_controler.reset();
@@ -245,6 +247,13 @@ void Application::showWindow() {
     m_window->show();
 }
 
+void Application::watchSleep() {
+    VmRecorder& recorder = m_controler->recorder();
+    m_sleep = std::make_unique<LogindSleep>(
+        m_clock, *m_runLoop, m_log,
+        SleepHandlers{[&recorder] { recorder.willSleepHandle(); }, [&recorder] { recorder.didWakeHandle(); }});
+}
+
 int Application::runDuty() {
     if (m_line.headless) {
         m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
@@ -268,6 +277,7 @@ int Application::runDuty() {
     else
         showWindow();
     m_controler->applicationDidFinishLaunching();
+    watchSleep();
     std::string fault;
     if (m_line.recordFor) {
         m_recordFor =
@@ -278,7 +288,9 @@ int Application::runDuty() {
         m_recordFor->begin();
     }
     m_exitCode = m_runLoop->run();
+    m_sleep->endDuty();
     m_controler->applicationWillTerminate();
+    m_sleep.reset(); // only now may the machine sleep: the last file is finished
     if (!fault.empty())
         refuse(1, fault);
     // Whoever asked for the paths gets a moment to take them.

@@ -16,6 +16,7 @@
 #include <vector>
 
 class AudioHardware;
+class LogindSleep;
 class MainWindow;
 class QCoreApplication;
 class QtAlert;
@@ -49,6 +50,7 @@ private:
     bool refuse(int exitCode, const std::string& text);
     int runDuty();
     void showWindow();
+    void watchSleep();
 
     const CommandLine m_line;
     QCoreApplication& m_qt;
@@ -73,5 +75,6 @@ private:
     std::unique_ptr<VmControler> m_controler;
     std::unique_ptr<MainWindow> m_window;
     std::unique_ptr<RecordForDuty> m_recordFor;
+    std::unique_ptr<LogindSleep> m_sleep;
     NotificationCenter::Observation m_finishedFiles;
 };
