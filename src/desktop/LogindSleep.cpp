@@ -5,10 +5,9 @@
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 
-#include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
+#include <QDBusUnixFileDescriptor>
 #include <utility>
 
 namespace {
@@ -95,19 +94,20 @@ void LogindSleep::busLost() {
 }
 
 void LogindSleep::leaveBus() {
+    m_ownerCall.reset();
+    m_lockCall.reset();
     m_bus.reset();
     QDBusConnection::disconnectFromBus(m_busName);
 }
 
-void LogindSleep::call(const QDBusMessage& message, std::function<void(const QDBusMessage&)> answered) {
+std::unique_ptr<QDBusPendingCallWatcher> LogindSleep::call(const QDBusMessage& message,
+                                                           std::function<void(const QDBusMessage&)> answered) {
     const int milliseconds = static_cast<int>(m_patience.answer * 1000.0);
-    auto* const watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(message, milliseconds), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, attempt = m_attempts, answered = std::move(answered)](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                if (m_bus && attempt == m_attempts) // else that bus has gone, and all is asked anew
-                    answered(finished->reply());
-            });
+    auto watcher = std::make_unique<QDBusPendingCallWatcher>(m_bus->asyncCall(message, milliseconds));
+    connect(
+        watcher.get(), &QDBusPendingCallWatcher::finished, this,
+        [answered = std::move(answered)](QDBusPendingCallWatcher* finished) { answered(finished->reply()); });
+    return watcher;
 }
 
 // --- logind --------------------------------------------------------------------------------------------------
@@ -116,7 +116,7 @@ void LogindSleep::askForOwner() {
     auto question =
         QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("GetNameOwner"));
     question << logindService;
-    call(question, [this](const QDBusMessage& answer) {
+    m_ownerCall = call(question, [this](const QDBusMessage& answer) {
         if (!m_owner.isEmpty())
             return; // it has come meanwhile
         if (const auto owner = onlyArgument<QString>(answer)) {
@@ -157,10 +157,7 @@ void LogindSleep::takeLock() {
     request.setAutoStartService(false);
     request << QStringLiteral("sleep") << QStringLiteral("Velmoratide")
             << QStringLiteral("The file being recorded is finished first") << QStringLiteral("delay");
-    call(request, [this, number = m_lockCalls](const QDBusMessage& answer) {
-        if (number == m_lockCalls)
-            lockAnswered(answer);
-    });
+    m_lockCall = call(request, [this](const QDBusMessage& answer) { lockAnswered(answer); });
 }
 
 void LogindSleep::lockAnswered(const QDBusMessage& answer) {
@@ -170,16 +167,14 @@ void LogindSleep::lockAnswered(const QDBusMessage& answer) {
         retryLater(&LogindSleep::takeLock);
         return;
     }
-    m_lock = *lock;
     if (!m_complaint.empty())
         m_log.log("LogindSleep: the machine's sleep is delayed until the open file is finished.");
     m_complaint.clear();
 }
 
 void LogindSleep::releaseLock() {
-    ++m_lockCalls;
     m_retry.reset();
-    m_lock = {};
+    m_lockCall.reset();
 }
 
 // --- sleep and waking ----------------------------------------------------------------------------------------
@@ -189,7 +184,7 @@ void LogindSleep::prepareForSleep(const QDBusMessage& signal) {
         return; // anybody may send a signal of that name
     const auto sleeping = onlyArgument<bool>(signal);
     if (!sleeping) {
-        complain("logind does not say whether the machine sleeps or wakes (" + whyNot(signal) + ")");
+        complain("logind does not say whether the machine sleeps or wakes");
         return;
     }
     if (m_ending)

@@ -1,17 +1,16 @@
 // desktop/LogindSleep.h — the machine's sleep and its waking, as logind tells of them.
 #pragma once
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <QDBusConnection>
-#include <QDBusUnixFileDescriptor>
 #include <QObject>
 #include <string>
 #include <thread>
 
 class Clock;
 class QDBusMessage;
+class QDBusPendingCallWatcher;
 class RunLoop;
 class SystemLog;
 class Timer;
@@ -65,7 +64,9 @@ private:
     void releaseLock();
     void fallAsleep();
     void wakeUp();
-    void call(const QDBusMessage& message, std::function<void(const QDBusMessage&)> answered);
+    /// Destroying what it returns forgets the call, or its answer.
+    std::unique_ptr<QDBusPendingCallWatcher> call(const QDBusMessage& message,
+                                                  std::function<void(const QDBusMessage&)> answered);
     /// Logs `text` unless it was the last complaint.
     void complain(const std::string& text);
     void retryLater(void (LogindSleep::*what)());
@@ -80,9 +81,9 @@ private:
     QString m_busName;       // Qt's name of the connection
     unsigned m_attempts = 0; // to reach the bus
     std::optional<QDBusConnection> m_bus;
-    QString m_owner;               // logind's unique name on the bus; empty when it is not there
-    std::uint64_t m_lockCalls = 0; // an answer counts when no later call was made
-    QDBusUnixFileDescriptor m_lock;
+    QString m_owner; // logind's unique name on the bus; empty when it is not there
+    std::unique_ptr<QDBusPendingCallWatcher> m_ownerCall;
+    std::unique_ptr<QDBusPendingCallWatcher> m_lockCall; // its answer holds the only descriptor of the lock
     std::string m_complaint;
     std::unique_ptr<Timer> m_retry;
     std::unique_ptr<Timer> m_overdue; // the machine was to sleep
