@@ -25,12 +25,13 @@ protected:
                 GTEST_SKIP() << why;
     }
 
-    /// The finished recordings in the program's folder.
+    /// The finished recordings in the program's folder: the one in progress is a link to a work file still.
     static Names recordings(const RunningProgram& program) {
         Names found;
         std::error_code missing; // before the program has made it
         for (const auto& entry : std::filesystem::directory_iterator(program.recordFolder(), missing))
-            if (SoundFileNames::isSoundFile(entry.path().filename().string()))
+            if (SoundFileNames::isSoundFile(entry.path().filename().string()) &&
+                entry.hard_link_count(missing) == 1)
                 found.push_back(entry.path().string());
         std::sort(found.begin(), found.end());
         return found;
@@ -116,7 +117,7 @@ TEST_F(ProgramSleep, recordsAllTheSame_whenNobodyTellsOfTheSleep) {
     bus.freeze();
     RunningProgram silent({"--headless", "--record-for", "3"}, environment(server));
     EXPECT_EQ(absent.wait(), 0);
-    ASSERT_EQ(absent.errorLines().size(), 1U);
+    ASSERT_FALSE(absent.errorLines().empty());
     EXPECT_NE(absent.errorLines()[0].find("LogindSleep: the system bus cannot be reached"), std::string::npos);
     ASSERT_TRUE(becomesTrueInLoop([&] { return silent.outputLines().size() == 1; }));
     bus.thaw();
