@@ -12,8 +12,8 @@ protected:
         startLogind(manner);
         startSleep({.answer = 0.1, .retry = 0.02});
         ASSERT_TRUE(becomesTrueInLoop([this] { return m_logind->requests().size() >= 3; }));
-        sleep(); // the duty is told all the same
-        wake();
+        tellOfSleep(); // the duty is told all the same
+        tellOfWaking();
         EXPECT_TRUE(tells({"sleeps", "wakes"}));
         ASSERT_EQ(m_log.lines().size(), 1U);
         EXPECT_EQ(
@@ -39,7 +39,7 @@ TEST_F(LogindAbsenceTest, waitsForTheBusAndForLogind) {
     ASSERT_TRUE(holdsLock());
     ASSERT_TRUE(logs(3));
     EXPECT_EQ(m_log.lines()[2], delayed);
-    sleep();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked"}));
 }
 
@@ -63,20 +63,20 @@ TEST_F(LogindAbsenceTest, takesTheLockAnew_whenLogindRestarts) {
         EXPECT_EQ(m_log.lines().back(), delayed);
         EXPECT_EQ(m_logind->requests().size(), 1U);
     }
-    sleep();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked"}));
 }
 
 TEST_F(LogindAbsenceTest, goesOn_whenLogindVanishesDuringTheSleep) {
     startAll();
-    sleep();
+    tellOfSleep();
     ASSERT_TRUE(tells({"sleeps, locked"}));
     m_logind.reset();
     ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
     startLogind();
     EXPECT_TRUE(holdsLock());
-    wake(); // it remembers
-    sleep();
+    tellOfWaking(); // it remembers
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes", "sleeps, locked"}));
 }
 
@@ -85,7 +85,7 @@ TEST_F(LogindAbsenceTest, goesOnAndReachesTheNextBus_whenTheBusVanishesDuringThe
     startLogind();
     startSleep({.retry = 0.02});
     ASSERT_TRUE(holdsLock());
-    sleep();
+    tellOfSleep();
     ASSERT_TRUE(tells({"sleeps, locked"}));
     m_bus.reset();
     ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
@@ -95,7 +95,7 @@ TEST_F(LogindAbsenceTest, goesOnAndReachesTheNextBus_whenTheBusVanishesDuringThe
     startBus();
     startLogind();
     ASSERT_TRUE(holdsLock());
-    sleep();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes", "sleeps, locked"}));
 }
 

@@ -53,8 +53,8 @@ protected:
     bool logs(std::size_t count) const {
         return becomesTrueInLoop([&] { return m_log.lines().size() >= count; });
     }
-    void sleep() { m_logind->emitPrepareForSleep({true}); }
-    void wake() { m_logind->emitPrepareForSleep({false}); }
+    void tellOfSleep() { m_logind->emitPrepareForSleep({true}); }
+    void tellOfWaking() { m_logind->emitPrepareForSleep({false}); }
 
     /// What is logged with `trouble`.
     static std::string complaint(const std::string& trouble) {

@@ -17,10 +17,10 @@ TEST_F(LogindSleepTest, finishesBeforeItGivesTheLockBack_andTakesANewOneWhenItWa
     startAll();
     for (int round = 1; round <= 3; ++round) {
         m_told.clear();
-        sleep();
+        tellOfSleep();
         ASSERT_TRUE(tells({"sleeps, locked"}));
         EXPECT_TRUE(holdsNoLock());
-        wake();
+        tellOfWaking();
         ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
         ASSERT_TRUE(holdsLock());
         EXPECT_EQ(m_logind->requests().size(), 1U + static_cast<std::size_t>(round));
@@ -30,18 +30,18 @@ TEST_F(LogindSleepTest, finishesBeforeItGivesTheLockBack_andTakesANewOneWhenItWa
 
 TEST_F(LogindSleepTest, sleepsOnce_whenToldTwice) {
     startAll();
-    sleep();
-    sleep();
-    wake();
+    tellOfSleep();
+    tellOfSleep();
+    tellOfWaking();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes"}));
     EXPECT_TRUE(holdsLock());
 }
 
 TEST_F(LogindSleepTest, keepsItsLock_whenItWakesWithoutHavingSlept) {
     startAll();
-    wake();
-    wake();
-    sleep();
+    tellOfWaking();
+    tellOfWaking();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked"}));
     EXPECT_EQ(m_logind->requests().size(), 1U);
 }
@@ -52,7 +52,7 @@ TEST_F(LogindSleepTest, ignoresSignalsOfAnotherKind_andSaysSoOnce) {
     m_logind->emitPrepareForSleep({1});
     m_logind->emitPrepareForSleep({});
     m_logind->emitPrepareForSleep({true, true});
-    sleep();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked"}));
     ASSERT_FALSE(m_log.lines().empty());
     EXPECT_EQ(m_log.lines()[0], complaint("logind does not say whether the machine sleeps or wakes"));
@@ -62,14 +62,14 @@ TEST_F(LogindSleepTest, ignoresSignalsOfAnotherKind_andSaysSoOnce) {
 TEST_F(LogindSleepTest, believesNobodyButLogind) {
     startAll();
     LogindStandIn::pretendPrepareForSleep(PrivateSystemBus::address(), true);
-    sleep();
-    wake();
+    tellOfSleep();
+    tellOfWaking();
     ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
     ASSERT_TRUE(holdsLock());
     LogindStandIn::pretendPrepareForSleep(PrivateSystemBus::address(), true);
-    sleep();
+    tellOfSleep();
     LogindStandIn::pretendPrepareForSleep(PrivateSystemBus::address(), false);
-    wake();
+    tellOfWaking();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes", "sleeps, locked", "wakes"}));
 }
 
@@ -79,12 +79,12 @@ TEST_F(LogindSleepTest, saysHowLongFinishingTook_whenItTookMoreThanThreeSeconds)
         m_clock.advance(3.0);
         tell("sleeps");
     };
-    sleep();
-    wake();
+    tellOfSleep();
+    tellOfWaking();
     ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
     EXPECT_EQ(m_log.lines(), Lines{});
     m_whenFinishing = [this] { m_clock.advance(3.2); };
-    sleep();
+    tellOfSleep();
     ASSERT_TRUE(logs(1));
     EXPECT_EQ(m_log.lines(), Lines{"LogindSleep: finishing the file took 3.2 seconds."});
 }
@@ -92,13 +92,13 @@ TEST_F(LogindSleepTest, saysHowLongFinishingTook_whenItTookMoreThanThreeSeconds)
 TEST_F(LogindSleepTest, wakesAfterwards_whenTheMachineWakesWhileTheFileIsBeingFinished) {
     startAll();
     m_whenFinishing = [this] { // an alert runs a loop of its own
-        wake();
+        tellOfWaking();
         bool seen = false;
         QTimer::singleShot(200, [&seen] { seen = true; });
         EXPECT_TRUE(becomesTrueInLoop([&seen] { return seen; }));
         tell("sleeps");
     };
-    sleep();
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes"}));
     EXPECT_TRUE(holdsLock());
 }
@@ -108,20 +108,20 @@ TEST_F(LogindSleepTest, goesOn_whenTheMachineDoesNotSleepAfterAll) {
     startLogind();
     startSleep({.sleep = 0.05});
     ASSERT_TRUE(holdsLock());
-    sleep();
+    tellOfSleep();
     ASSERT_TRUE(tells({"sleeps, locked", "wakes"}));
     EXPECT_TRUE(holdsLock());
     EXPECT_EQ(m_log.lines(), Lines{"LogindSleep: the machine was to sleep and has not; the duty goes on."});
-    wake(); // late
-    sleep();
+    tellOfWaking(); // late
+    tellOfSleep();
     EXPECT_TRUE(tells({"sleeps, locked", "wakes", "sleeps, locked"}));
 }
 
 TEST_F(LogindSleepTest, keepsTheLockAndCallsNobody_onceTheDutyEnds) {
     startAll();
     m_sleep->endDuty();
-    sleep();
-    wake();
+    tellOfSleep();
+    tellOfWaking();
     m_logind->emitPrepareForSleep({}); // what follows has been heard when this is
     ASSERT_TRUE(logs(1));
     EXPECT_EQ(m_told, Lines{});

@@ -93,19 +93,23 @@ TEST_F(ProgramSleep, finishesTheFileBeforeTheMachineMaySleep_andBeginsANewOneWhe
         EXPECT_EQ(line.find("LogindSleep"), std::string::npos) << line;
 }
 
-TEST_F(ProgramSleep, holdsTheMachineUntilTheLastFileIsFinished_whenItEnds) {
+TEST_F(ProgramSleep, holdsTheMachineUntilTheLastFileIsFinished_whenItEndsWithOrWithoutAWindow) {
     PrivatePulseServer server;
-    PrivateSystemBus bus;
-    LogindStandIn logind(PrivateSystemBus::address());
-    RunningProgram program({"--headless", "--set", "RecordSwitch=yes"}, environment(server));
-    ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 1; }));
-    runLoopFor(3000);
-    program.process().signal(SIGTERM);
-    logind.emitPrepareForSleep({true});
-    ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 0; }));
-    EXPECT_EQ(recordings(program).size(), 1U);
-    EXPECT_EQ(program.wait(), 0);
-    EXPECT_EQ(recordings(program).size(), 1U);
+    for (const char* argument : {"--headless", "--source=0"}) { // the latter with a window
+        PrivateSystemBus bus;
+        LogindStandIn logind(PrivateSystemBus::address());
+        auto all = environment(server);
+        all["QT_QPA_PLATFORM"] = "offscreen";
+        RunningProgram program({argument, "--set", "RecordSwitch=yes"}, all);
+        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 1; })) << argument;
+        runLoopFor(3000);
+        program.process().signal(SIGTERM);
+        logind.emitPrepareForSleep({true});
+        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 0; })) << argument;
+        EXPECT_EQ(recordings(program).size(), 1U) << argument;
+        EXPECT_EQ(program.wait(), 0) << argument;
+        EXPECT_EQ(recordings(program).size(), 1U) << argument;
+    }
 }
 
 TEST_F(ProgramSleep, recordsAllTheSame_whenNobodyTellsOfTheSleep) {
