@@ -4,6 +4,7 @@
 #include "base/Formatted.h"
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
+#include "desktop/BusProbe.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -11,6 +12,7 @@
 #include <utility>
 
 namespace {
+constexpr double longestProbe = 2.0;  // seconds
 constexpr double longFinishing = 3.0; // seconds; the machine waits five as a rule
 
 const QString busService = QStringLiteral("org.freedesktop.DBus");
@@ -57,6 +59,12 @@ void LogindSleep::reachBus() {
     m_busName =
         QStringLiteral("velmoratide-sleep-%1-%2").arg(reinterpret_cast<quintptr>(this)).arg(++m_attempts);
     m_reaching = std::thread([this, name = m_busName] {
+        const std::string why = whySystemBusIsSilent(longestProbe);
+        if (!why.empty()) {
+            QMetaObject::invokeMethod(
+                this, [this, why] { busMissed(why); }, Qt::QueuedConnection);
+            return;
+        }
         const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
         QMetaObject::invokeMethod(
             this, [this, bus] { busReached(bus); }, Qt::QueuedConnection);
@@ -74,14 +82,17 @@ void LogindSleep::busReached(QDBusConnection bus) {
                            bus.connect({}, logindPath, logindManager, QStringLiteral("PrepareForSleep"), this,
                                        SLOT(prepareForSleep(QDBusMessage)));
     if (!listening) {
-        complain("the system bus cannot be reached (" + bus.lastError().message().simplified().toStdString() +
-                 ")");
-        leaveBus();
-        retryLater(&LogindSleep::reachBus);
+        busMissed(bus.lastError().message().simplified().toStdString());
         return;
     }
     m_bus = std::move(bus);
     askForOwner();
+}
+
+void LogindSleep::busMissed(const std::string& why) {
+    complain("the system bus cannot be reached (" + why + ")");
+    leaveBus();
+    retryLater(&LogindSleep::reachBus);
 }
 
 void LogindSleep::busLost() {

@@ -56,6 +56,7 @@ private Q_SLOTS:
 private:
     void reachBus();
     void busReached(QDBusConnection bus);
+    void busMissed(const std::string& why);
     void leaveBus();
     void askForOwner();
     void setOwner(const QString& owner);

@@ -126,6 +126,17 @@ TEST_F(LogindAbsenceTest, doesNotWait_whenTheBusDoesNotAnswer) {
     EXPECT_TRUE(holdsLock());
 }
 
+TEST_F(LogindAbsenceTest, endsSoonAndSaysWhy_whenTheBusNeverAnswers) {
+    startBus();
+    m_bus->freeze();
+    startSleep({.retry = 0.02});
+    ASSERT_TRUE(logs(1));
+    EXPECT_EQ(m_log.lines()[0], complaint("the system bus cannot be reached (it does not answer)"));
+    const auto begin = std::chrono::steady_clock::now();
+    m_sleep.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
 TEST_F(LogindAbsenceTest, canEndAtAnyTime) {
     startSleep(); // no bus
     m_sleep.reset();
