@@ -15,6 +15,7 @@
 #include "base/HeadlessAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
+#include "desktop/LogindSleep.h"
 #include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -86,6 +87,7 @@ Application::Application(CommandLine line, QCoreApplication& qt, TerminationSign
       m_volume(std::make_unique<PosixVolume>()) {}
 
 Application::~Application() {
+    m_sleep.reset();
     m_logBook.reset();
     m_window.reset();
     m_recordFor.reset();
@@ -269,6 +271,13 @@ void Application::showLogBook() {
     m_logBook->present();
 }
 
+void Application::watchSleep() {
+    VmRecorder& recorder = m_controler->recorder();
+    m_sleep = std::make_unique<LogindSleep>(
+        m_clock, *m_runLoop, m_log,
+        SleepHandlers{[&recorder] { recorder.willSleepHandle(); }, [&recorder] { recorder.didWakeHandle(); }});
+}
+
 int Application::runDuty() {
     if (m_line.headless) {
         m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
@@ -284,15 +293,15 @@ int Application::runDuty() {
             m_qtAlert->dismissQuestion();
         m_runLoop->quit(0);
     });
-    m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log,
-                                                      *m_alert, m_texts, *m_hardware, *m_volume,
-                                                      m_administratorRight, usualSoundFolders(),
-                                                      ConsoleUser::name()});
+    m_controler = std::make_unique<VmControler>(
+        Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware,
+              *m_volume, m_administratorRight, usualSoundFolders(), ConsoleUser::name()});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else
         showWindow();
     m_controler->applicationDidFinishLaunching();
+    watchSleep();
     std::string fault;
     if (m_line.recordFor) {
         m_recordFor =
@@ -303,7 +312,9 @@ int Application::runDuty() {
         m_recordFor->begin();
     }
     m_exitCode = m_runLoop->run();
+    m_sleep->endDuty();
     m_controler->applicationWillTerminate();
+    m_sleep.reset(); // only now may the machine sleep: the last file is finished
     if (!fault.empty())
         refuse(1, fault);
     // Whoever asked for the paths gets a moment to take them.

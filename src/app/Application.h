@@ -17,6 +17,7 @@
 
 class AudioHardware;
 class LogBookWindow;
+class LogindSleep;
 class MainWindow;
 class QCoreApplication;
 class QtAlert;
@@ -51,6 +52,7 @@ private:
     int runDuty();
     void showWindow();
     void showLogBook();
+    void watchSleep();
 
     const CommandLine m_line;
     QCoreApplication& m_qt;
@@ -76,5 +78,6 @@ private:
     std::unique_ptr<MainWindow> m_window;
     std::unique_ptr<LogBookWindow> m_logBook; // once it was asked for
     std::unique_ptr<RecordForDuty> m_recordFor;
+    std::unique_ptr<LogindSleep> m_sleep;
     NotificationCenter::Observation m_finishedFiles;
 };

@@ -80,7 +80,7 @@ TEST(ProgramLoss, goesOnInANewFileEachTimeThatTheInputComesBack) {
     EXPECT_EQ(linesWith(program, "is gone"), rounds);
     EXPECT_EQ(linesWith(program, "is back"), rounds);
     EXPECT_EQ(program.errorLines().size(),
-              2U * static_cast<std::size_t>(rounds) + 1); // and the end of the program
+              2U * static_cast<std::size_t>(rounds) + 2); // and no system bus, and the end of the program
 
     const auto files = program.outputLines();
     EXPECT_EQ(files.size(), static_cast<std::size_t>(rounds) + 1);

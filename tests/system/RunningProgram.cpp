@@ -17,6 +17,7 @@ RunningProgram::RunningProgram(std::vector<std::string> arguments, ChildProcess:
         command.insert(command.end(), {"--settings", settingsPath()});
     command.insert(command.end(), arguments.begin(), arguments.end());
     environment.emplace("LC_ALL", "C.UTF-8");
+    environment.emplace("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + m_folder.path() + "/no-bus");
     m_process = std::make_unique<ChildProcess>(command, environment);
 }
 

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-/// The program with settings and a record folder of its own, unless its arguments say otherwise.
+/// The program with settings and a record folder of its own, unless its arguments say otherwise, and without a
+/// system bus, unless its environment has one: tests leave the machine's sleep alone.
 class RunningProgram {
 public:
     explicit RunningProgram(std::vector<std::string> arguments, ChildProcess::Environment environment = {});
