@@ -276,9 +276,7 @@ WritePipeline::Account WritePipeline::reckon(double lastInput, double secondCoun
     account.overflowCount = static_cast<std::int32_t>(overflow);
     if (overflow != 0)
         reportError(formatted("VmRecorder: sound que buffer overflow %ld bytes.", overflow));
-    // What waits to be written is not lost.
-    const double waiting = static_cast<double>(account.unwrittenFrames) / m_format.recordSampleRate;
-    const double expected = (secondCount - waiting) * m_format.sampleRate * m_format.channels * 2.0;
+    const double expected = secondCount * m_format.sampleRate * m_format.channels * 2.0;
     const double lostIn = (expected - lastInput) / m_format.sampleRate / m_format.channels * 0.5;
     const double lostOut = (expected - m_writeCount) / m_format.sampleRate / m_format.channels * 0.5;
     if (lostIn >= 1.0 || lostOut >= 1.0)
