@@ -11,6 +11,7 @@
 #include "base/UserDefaults.h"
 #include "recorder/VmLevelMeter.h"
 #include "schedule/VmReserveList.h"
+#include "schedule/VmReserverElement.h"
 #include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
@@ -146,7 +147,7 @@ bool VmRecorder::_startRecording() {
     if (m_goOn)
         reportInterruption(*std::exchange(m_goOn, std::nullopt), m_recordStartDate);
     const std::int64_t carried = takeOverRecord();
-    m_workFiles.retryInformation();
+    m_workFiles.retryUnfinished();
     m_workFiles.noteStart(m_recordStartDate);
     m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
     if (!m_controler.mechanic().makeSecureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels)))
@@ -186,6 +187,9 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     m_label = fileLabel();
     VmMechanic& mechanic = m_controler.mechanic();
     mechanic.restoreFolder();
+    m_startFailed = m_workFiles.hasLeftover(); // a recording that could not be named must not be overwritten
+    if (m_startFailed)
+        return false;
     m_writeFile = mechanic.createAudioFileWithFormat(
         {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
         mechanic.temporaryFilePath());
@@ -219,7 +223,10 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
     const auto ratio = static_cast<std::int64_t>(m_controler.devicer().recordSampleRate() / m_label.sampleRate);
     m_dutyFrames.captured += account.frames - account.unwrittenFrames;
     m_dutyFrames.written += static_cast<std::int64_t>(m_lastWrite) / (2 * m_label.channels) * ratio;
-    const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label);
+    std::optional<std::int64_t> cutTo;
+    if (account.unwrittenFrames > 0 || m_pipeline.writeThreadError())
+        cutTo = static_cast<std::int64_t>(m_lastWrite);
+    const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label, cutTo);
     seams.notifications.postLogEvent(event);
     if (!path.empty())
         seams.notifications.post(

@@ -361,24 +361,31 @@ private:
     };
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
     Date m_boundaryDate;
-    std::optional<PlannedEnd> m_boundary; // where the next file goes on
-    std::optional<PlannedEnd> m_scheduleEnd;
-    std::int64_t m_overRecordBytes = 0; // in the relay file
-    std::int64_t m_overRecordFrame = 0; // the first of them
+    std::optional<PlannedEnd> m_boundary;    // where the next file goes on
+    std::optional<PlannedEnd> m_scheduleEnd; // of the entry that runs
+    std::int64_t m_overRecordBytes = 0;      // in the relay file
+    std::int64_t m_overRecordFrame = 0;      // the first of them
 
     struct Interruption {
         StreamMoment from; ///< the first sound that is in no file
         bool timetable = false;
+        std::shared_ptr<const VmReserverElement> element; ///< that ran, if one did
+        Date timerStart;
+        double period = 0.0; ///< seconds
     };
+    void takeElement(const VmReserverElement& element);
+    void resumeElement(const Interruption& interruption);
     std::optional<Interruption> m_interruption; // until a file can be written again
     std::optional<StreamMoment> m_goOn;         // the next file begins with this, if it can
     std::unique_ptr<Timer> m_retryTimer;
     int m_retries = 0;
     HostTime m_alertTime = 0;
+    double m_clockShift = 0.0; // seconds; while the old clock still counts
     std::optional<Date> m_clockSeen;
     HostTime m_clockSeenAt = 0;
 
     std::unique_ptr<Timer> m_recordTimer;
+    std::unique_ptr<VmReserverElement> m_runningElement;
     Date m_timerStartDate;
     double m_recordPeriod = 0.0; // seconds
     Date m_waitingSince;         // the timetable is on, and no entry runs, since then

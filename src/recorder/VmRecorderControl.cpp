@@ -126,6 +126,7 @@ void VmRecorder::finishForTermination() {
     resetCondition();
     m_recordTimer.reset();
     m_retryTimer.reset();
+    m_workFiles.retryUnfinished();
     if (m_overRecordBytes != 0)
         m_workFiles.rescueRelayFile();
     if (m_interruption)
@@ -311,6 +312,9 @@ void VmRecorder::fillSourcePopup() {
 }
 
 void VmRecorder::countRecordTime() {
+    lookAtClock();
+    if (condition() != RecordCondition::recording)
+        return;
     crossBoundary();
     if (condition() != RecordCondition::recording)
         return;

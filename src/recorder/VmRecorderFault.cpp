@@ -6,6 +6,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Texts.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserverElement.h"
 #include "storage/VmMechanic.h"
 
 #include <cmath>
@@ -22,7 +23,9 @@ void VmRecorder::interrupt(const StreamMoment& from) {
     if (!m_recordButton.isOn() && !m_reserveButton.isOn())
         return; // switched off meanwhile
     const bool timetable = m_reserveButton.isOn();
-    m_interruption = Interruption{from, timetable};
+    m_interruption = Interruption{from, timetable, nullptr, m_timerStartDate, m_recordPeriod};
+    if (timetable && m_runningElement != nullptr)
+        m_interruption->element = m_runningElement->clone();
     emerRecordStop();
     resetCondition(); // finishes the file, and tells from where on sound is missing
     // Nobody wanted the recording to end: the next launch goes on, too.
@@ -56,7 +59,9 @@ void VmRecorder::retryDisk() {
     m_goOn = interruption.from;
     Button& button = interruption.timetable ? m_reserveButton : m_recordButton;
     button.setOn(true);
-    if (interruption.timetable)
+    if (interruption.element != nullptr)
+        resumeElement(interruption);
+    else if (interruption.timetable)
         actReserveButton();
     else
         actRecordButton();
@@ -113,7 +118,9 @@ void VmRecorder::lookAtClock() {
         return;
     // One file for each way in which the clock was: its name agrees with its sound.
     const StreamMoment seam{m_pipeline.frameAt(hostTime), expected};
+    m_clockShift = -by; // boundaries from before are the old clock's
     crossBoundariesBefore(seam);
+    m_clockShift = 0.0;
     m_beginWith = StreamMoment{seam.frame, now()};
     restartRecording(seam);
 }

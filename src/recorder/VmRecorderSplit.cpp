@@ -19,7 +19,7 @@ constexpr double longestSeam = 80.0; // seconds: what the queue holds
 } // namespace
 
 Date VmRecorder::now() const {
-    return m_controler.seams().clock.now();
+    return m_controler.seams().clock.now().addingSeconds(m_clockShift);
 }
 
 StreamMoment VmRecorder::momentAt(Date date) const {
@@ -96,7 +96,7 @@ void VmRecorder::planBoundary() {
         m_boundary->moment = {fullFrame, m_boundary->moment.date.addingSeconds(-early)};
         m_boundary->time -= hostTimeFromSeconds(early);
     }
-    if (m_scheduleEnd)
+    if (m_runningElement != nullptr)
         follow(m_scheduleEnd, m_timerStartDate.addingSeconds(m_recordPeriod));
     m_pipeline.setStopFrame(std::min(m_boundary->moment.frame, ownEnd()));
 }

@@ -69,6 +69,7 @@ void VmRecorder::stopTimetable() {
     resetCondition(); // the file ends as what it began
     m_recordTimer.reset();
     m_scheduleEnd.reset();
+    m_runningElement.reset();
     m_recordMode = defaults.integerForKey("RecordMode");
     setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
     VmDevice& devicer = m_controler.devicer();
@@ -92,6 +93,7 @@ void VmRecorder::reservesChanged() {
 // --- entries -------------------------------------------------------------------------------------------------
 
 void VmRecorder::recordTimerPeriodic() {
+    lookAtClock();
     const VmReserver& reserver = m_controler.reserver();
     if (m_recordState) {
         if (now().secondsSince(m_timerStartDate) < m_recordPeriod)
@@ -99,7 +101,7 @@ void VmRecorder::recordTimerPeriodic() {
         m_actionMethod = 2;
         recordOFF();
         waitForTimer();
-        m_waitingSince = m_timerStartDate.addingSeconds(m_recordPeriod);
+        m_waitingSince = std::max(m_timerStartDate.addingSeconds(m_recordPeriod), m_recordStopDate);
     }
     const VmReserverElement* due = reserver.unfinishedWithinElement();
     if (due == nullptr)
@@ -115,29 +117,52 @@ void VmRecorder::recordTimerPeriodic() {
 void VmRecorder::startReserveRecordWithElement(const VmReserverElement& element) {
     constexpr double reach = 79.0; // seconds: what the queue holds. A slow stop makes the timer look late
     const VmReserver& reserver = m_controler.reserver();
+    const Date start = now();
+    const Date due = std::min(std::max(reserver.startDate(element), m_waitingSince), start);
+    takeElement(element);
+    m_timerStartDate = start;
+    m_recordPeriod = reserver.stopDate(element).secondsSince(start);
+    const bool goesOn = std::abs(m_recordStopDate.secondsSince(due)) < 0.5 && inputLevel() >= m_autoLevel;
+    if ((m_recordMode == 0 || goesOn) && start.secondsSince(due) < reach)
+        m_beginWith = momentAt(due);
+    recordON();
+    dispRecordMode();
+    resetCondition();
+    m_beginWith.reset();
+}
+
+void VmRecorder::takeElement(const VmReserverElement& element) {
     m_modeTimer = false;
     m_recordMode = element.mode() == 0 ? 0 : 1;
     takeFormat(element);
     _actMonitorButton(); // the entry's input may howl with this output
     showReserve(element.name(), "ReserveStopTime", element.stop());
-    m_timerStartDate = now();
-    m_recordPeriod = reserver.stopDate(element).secondsSince(m_timerStartDate);
-    m_scheduleEnd = PlannedEnd{};
-    m_scheduleEnd->time = std::numeric_limits<HostTime>::max();
-    const Date due = std::min(std::max(reserver.startDate(element), m_waitingSince), m_timerStartDate);
-    const bool goesOn = std::abs(m_recordStopDate.secondsSince(due)) < 0.5 && inputLevel() >= m_autoLevel;
+    m_runningElement = element.clone();
+    m_scheduleEnd.reset();
+}
+
+void VmRecorder::resumeElement(const Interruption& interruption) {
+    // As if it had never been interrupted: its end stays, even if that has passed meanwhile.
+    storeSwitch("ReserveSwitch", true);
+    setStartOnTheHour(false);
+    m_waitingSince = now();
+    m_recordTimer = m_controler.seams().runLoop.schedule({.interval = 1.0, .repeats = true},
+                                                         [this] { recordTimerPeriodic(); });
+    takeElement(*interruption.element);
+    m_timerStartDate = interruption.timerStart;
+    m_recordPeriod = interruption.period;
+    m_actionMethod = 2;
     recordON();
     dispRecordMode();
-    if ((m_recordMode == 0 || goesOn) && m_timerStartDate.secondsSince(due) < reach)
-        m_beginWith = momentAt(due);
     resetCondition();
-    m_beginWith.reset();
+    m_recordTimer->fireNow();
 }
 
 void VmRecorder::waitForTimer() {
     m_modeTimer = true;
     resetCondition(); // no file stays open while the timetable waits
     m_scheduleEnd.reset();
+    m_runningElement.reset();
     showNextElement();
     dispRecordMode();
 }

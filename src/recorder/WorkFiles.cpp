@@ -74,10 +74,33 @@ bool WorkFiles::writeInformation(const std::string& path, std::string text) {
            file->synchronize() == 0;
 }
 
-void WorkFiles::retryInformation() {
-    std::erase_if(m_uninformed, [this](const auto& each) {
-        return !m_volume.exists(each.first) || writeInformation(each.first, each.second);
-    });
+bool WorkFiles::hasLeftover() const {
+    return m_volume.exists(m_mechanic.temporaryFilePath());
+}
+
+bool WorkFiles::cutSound(const std::string& path, std::int64_t soundBytes, int channels) {
+    const auto file = m_volume.openForUpdating(path);
+    return file != nullptr && file->size() >= soundDataOffset + soundBytes &&
+           file->truncate(soundDataOffset + soundBytes) == 0 &&
+           m_mechanic.setAIFFFileHeader(path, static_cast<unsigned>(channels));
+}
+
+bool WorkFiles::complete(const std::string& path, Unfinished& work) {
+    if (work.cutTo && cutSound(path, *work.cutTo, work.channels))
+        work.cutTo.reset();
+    if (!work.information.empty() && writeInformation(path, work.information))
+        work.information.clear();
+    if (!work.otherName.empty() &&
+        (!m_volume.isSameFile(work.otherName, path) || m_volume.remove(work.otherName) == 0))
+        work.otherName.clear();
+    return !work.cutTo && work.information.empty() && work.otherName.empty();
+}
+
+void WorkFiles::retryUnfinished() {
+    for (auto each = m_unfinished.begin(); each != m_unfinished.end();) {
+        const bool isDone = !m_volume.exists(each->first) || complete(each->first, each->second);
+        each = isDone ? m_unfinished.erase(each) : std::next(each);
+    }
 }
 
 bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate, Date stopDate,
@@ -104,7 +127,8 @@ std::string WorkFiles::moveToFinalName(Date start, Date stop, const Label& label
         error = m_volume.renameWithoutReplacing(m_mechanic.temporaryFilePath(), path);
     }
     if (error == 0) {
-        m_volume.synchronizeFolder(folder);
+        if (m_volume.synchronizeFolder(folder) != 0)
+            m_log.log("VmRecorder: record folder cannot be synchronized: " + folder);
         return path;
     }
     const std::string message = "VmRecorder: record file rename error.";
@@ -121,19 +145,26 @@ void WorkFiles::removeEmpty(const std::string& temporary) {
     m_notifications.postLogEvent(error == 0 ? "SomeReportHappen" : "SomeErrorHappen", message);
 }
 
-std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
+std::string WorkFiles::finish(Date start, Date stop, const Label& label, std::optional<std::int64_t> cutTo) {
+    const std::string temporary = m_mechanic.temporaryFilePath();
+    Unfinished work{cutTo, label.channels, {}, m_progress.path()};
     m_progress.deleteProgressSoundFile();
-    m_progress.unlock(m_mechanic.temporaryFilePath());
-    if (m_volume.fileSize(m_mechanic.temporaryFilePath()).value_or(soundDataOffset + 1) <= soundDataOffset) {
-        removeEmpty(m_mechanic.temporaryFilePath());
+    m_progress.unlock(temporary);
+    if (!m_volume.isSameFile(work.otherName, temporary))
+        work.otherName.clear();
+    // What a failed write left behind the last good block goes to the next recording.
+    if (work.cutTo && cutSound(temporary, *work.cutTo, label.channels))
+        work.cutTo.reset();
+    if (m_volume.fileSize(temporary).value_or(soundDataOffset + 1) <= soundDataOffset) {
+        removeEmpty(temporary);
         return {};
     }
     // Before the new name: a crash in between then costs nothing of it.
-    const std::string temporary = m_mechanic.temporaryFilePath();
-    const bool isInformed = writeInformationWithPath(temporary, start, stop, label, "");
+    if (!writeInformationWithPath(temporary, start, stop, label, ""))
+        work.information = informationText(start, stop, label, "");
     const std::string path = moveToFinalName(start, stop, label);
-    if (!isInformed && !path.empty())
-        m_uninformed[path] = informationText(start, stop, label, "");
+    if (!path.empty() && (work.cutTo || !work.information.empty() || !work.otherName.empty()))
+        m_unfinished[path] = work;
     return path;
 }
 

@@ -5,6 +5,7 @@
 #include "recorder/RelayFile.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -42,15 +43,19 @@ public:
     /// Moves the temporary file to its final name and writes the record information into it. Returns the final
     /// path, or an empty text when it could not be moved: the temporary file then stays in place. A recording
     /// without a single frame is removed.
-    std::string finish(Date start, Date stop, const Label& label);
+    /// With `cutTo` only so many bytes of its sound are kept.
+    std::string finish(Date start, Date stop, const Label& label, std::optional<std::int64_t> cutTo = {});
     /// Repairs and names a temporary file that was left behind. Returns its final path; empty when there was
     /// none or when it could not be moved. A file without a single frame is removed.
     std::string rescueTempFile(const Label& label);
     /// Keeps sound that a crash left in the relay file, under a name that says so: it fits no recording.
     void rescueRelayFile();
 
-    /// Writes the record information that could not be written when its file was finished.
-    void retryInformation();
+    /// Does what could not be done when a file was finished: cutting it, its record information, the removal of
+    /// its progress name.
+    void retryUnfinished();
+    /// Whether there is a temporary file.
+    bool hasLeftover() const;
 
     ProgressFile& progress() { return m_progress; }
     RelayFile& relay() { return m_relay; }
@@ -66,6 +71,14 @@ public:
                                   std::string_view option);
 
 private:
+    struct Unfinished {
+        std::optional<std::int64_t> cutTo; ///< bytes of sound
+        int channels = 1;
+        std::string information; ///< to be written
+        std::string otherName;   ///< path of a progress name to be removed
+    };
+    bool cutSound(const std::string& path, std::int64_t soundBytes, int channels);
+    bool complete(const std::string& path, Unfinished& work);
     std::string moveToFinalName(Date start, Date stop, const Label& label);
     std::string startNotedInTempFile() const;
     bool startOfTempFile(Date& start) const;
@@ -85,5 +98,5 @@ private:
     ProgressFile m_progress;
     RelayFile m_relay;
     Date m_lastCrashDate;
-    std::map<std::string, std::string> m_uninformed; // path of a recording, and what it is to say
+    std::map<std::string, Unfinished> m_unfinished; // by the path of the recording
 };
