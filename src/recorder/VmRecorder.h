@@ -3,11 +3,11 @@
 #include "audio/hardware/AudioHardware.h"
 #include "audio/KaCoreAudioDevice.h"
 #include "audio/KaCoreAudioDeviceDelegate.h"
-#include "base/Controls.h"
 #include "base/Date.h"
 #include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
+#include "recorder/RecordControls.h"
 #include "recorder/RecordTransition.h"
 #include "recorder/WorkFiles.h"
 #include "recorder/WritePipeline.h"
@@ -54,7 +54,7 @@ inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFil
 /// The end of a file is a frame, fixed before the sound of it comes: the write thread stops there by itself,
 /// and what was captured after it stays in the queue until the next file takes it. So a file may be finished
 /// and the next one begun as late as the queue lasts, and no frame is lost or doubled at the seam.
-class VmRecorder final : public KaCoreAudioDeviceDelegate {
+class VmRecorder final : public KaCoreAudioDeviceDelegate, public RecordControls {
 public:
     explicit VmRecorder(VmControler& controler);
     ~VmRecorder() override;
@@ -193,26 +193,6 @@ public:
     int delayTime() const { return m_delayTime; }       ///< seconds of quiet after which auto mode stops
     /// True when the last start or stop of a file failed.
     bool writeThreadError() const { return m_pipeline.writeThreadError() || m_startFailed; }
-
-    Button& recordButton() { return m_recordButton; }
-    Button& reserveButton() { return m_reserveButton; }
-    Button& monitorButton() { return m_monitorButton; }
-    Button& hourButton() { return m_hourButton; }
-    Button& markerButton() { return m_markerButton; }
-    Slider& levelSlider() { return m_levelSlider; }
-    Popup& sourcePopup() { return m_sourcePopup; }
-    TextField& conditionField() { return m_conditionField; }
-    TextField& modeField() { return m_modeField; }
-    TextField& sourceField() { return m_sourceField; }
-    TextField& rateField() { return m_rateField; }
-    TextField& recordTimeField() { return m_recordTimeField; }
-    TextField& totalTimeField() { return m_totalTimeField; }
-    TextField& messageField() { return m_messageField; }
-    /// The entry that runs or comes next; empty while the timetable is off.
-    TextField& reserveNameField() { return m_reserveNameField; }
-    /// When it stops or starts.
-    TextField& reserveTimeField() { return m_reserveTimeField; }
-    Indicator& writeIndicator() { return m_writeIndicator; }
 
     // I/O thread
     /// Takes one cycle of the record device. Never waits.
@@ -403,24 +383,6 @@ private:
     std::unique_ptr<Timer> m_countTimer;
     int m_lastMinute = -1;
     NotificationCenter::Observation m_reserveListChanges;
-
-    Button m_recordButton;
-    Button m_reserveButton;
-    Button m_monitorButton;
-    Button m_hourButton;
-    Button m_markerButton;
-    Slider m_levelSlider{0, 20};
-    Popup m_sourcePopup;
-    TextField m_conditionField;
-    TextField m_modeField;
-    TextField m_sourceField;
-    TextField m_rateField;
-    TextField m_recordTimeField;
-    TextField m_totalTimeField;
-    TextField m_messageField;
-    TextField m_reserveNameField;
-    TextField m_reserveTimeField;
-    Indicator m_writeIndicator;
 
     WritePipeline m_pipeline; // last: its thread uses what is above
 };
