@@ -47,11 +47,11 @@ public:
         const std::string name = std::filesystem::path(path).filename().string();
         std::ifstream file(path, std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-        if (const std::string why = damage(bytes); !why.empty()) {
+        if (const std::string why = damage(bytes); !why.empty())
             m_faults.push_back(name + " " + why);
-            return;
-        }
-        readSound(name, bytes);
+        // What its header knows of is readable whatever comes behind it.
+        if (bytes.size() > soundAt)
+            readSound(name, bytes.substr(0, soundAt + static_cast<std::size_t>(wordAt(bytes, 22, 4)) * 4));
     }
     /// The sound of a temporary file: its header need not be up to date.
     void addTemporary(const std::string& path) {
@@ -126,21 +126,21 @@ public:
         for (const std::string& fault : m_faults)
             text += fault + "; ";
         for (const Run& run : doubled())
-            text += text_("doubled ", run);
+            text += textOf("doubled ", run);
         return text;
     }
     /// `complaint`, and gaps.
     std::string complaintOfGaps() const {
         std::string text = complaint();
         for (const Run& run : gaps())
-            text += text_("lost ", run);
+            text += textOf("lost ", run);
         return text;
     }
 
 private:
     static constexpr std::size_t soundAt = 4096;
 
-    static std::string text_(const char* what, const Run& run) {
+    static std::string textOf(const char* what, const Run& run) {
         return what + std::to_string(run.frames()) + " frames from " + std::to_string(run.first) + " on (" +
                run.name + "); ";
     }
