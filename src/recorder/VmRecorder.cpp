@@ -108,9 +108,7 @@ void VmRecorder::startRecording() {
 
 void VmRecorder::stopRecording() {
     const StreamMoment stop = stopMoment();
-    // A boundary may have passed since anybody looked.
-    while (m_boundary && condition() == RecordCondition::recording && stop.frame > m_boundary->moment.frame)
-        restartRecording(m_boundary->moment);
+    crossBoundariesBefore(stop);
     if (m_writeFile != nullptr)
         _stopRecording(stop);
 }
@@ -128,7 +126,10 @@ bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
     StreamMoment begin = present();
-    if (m_beginWith) {
+    if (m_goOn) {
+        begin = *m_goOn;
+        m_beginWith.reset();
+    } else if (m_beginWith) {
         begin = *std::exchange(m_beginWith, std::nullopt);
     } else if (m_recordMode == 1) {
         begin.frame -= static_cast<std::int64_t>(m_preBufferSec * m_controler.devicer().recordSampleRate());
@@ -136,10 +137,11 @@ bool VmRecorder::_startRecording() {
     }
     if (!createFile(begin)) {
         say("SomeErrorHappen", "VmRecorder: record file create error.");
-        seams.runLoop.post([this] { emerRecordStop(); });
-        seams.alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
+        seams.runLoop.post([this, begin] { interrupt(begin); });
         return false;
     }
+    if (m_goOn)
+        reportInterruption(*std::exchange(m_goOn, std::nullopt), m_recordStartDate);
     m_workFiles.noteStart(m_recordStartDate);
     m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
     if (!m_controler.mechanic().makeSecureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels)))
@@ -172,6 +174,7 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     m_recordStartDate = begin.date.addingSeconds(later);
     m_label = fileLabel();
     VmMechanic& mechanic = m_controler.mechanic();
+    mechanic.restoreFolder();
     m_writeFile = mechanic.createAudioFileWithFormat(
         {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
         mechanic.temporaryFilePath());
@@ -193,6 +196,14 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     m_secondCount = static_cast<double>(account.frames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
+    if (account.unwrittenFrames > 0) {
+        const double rate = m_controler.devicer().recordSampleRate();
+        m_recordStopDate = m_recordStartDate.addingSeconds(
+            static_cast<double>(account.frames - account.unwrittenFrames) / rate);
+        if (m_interruption)
+            m_interruption->from = {m_pipeline.startFrame() + account.frames - account.unwrittenFrames,
+                                    m_recordStopDate};
+    }
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
     m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
@@ -206,11 +217,6 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
 void VmRecorder::say(std::string_view event, const std::string& text) {
     m_controler.seams().log.log(text);
     m_controler.seams().notifications.postLogEvent(event, text);
-}
-
-void VmRecorder::handleWriteError() {
-    m_controler.seams().runLoop.post([this] { emerRecordStop(); });
-    m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
 }
 
 void VmRecorder::rescueTempFile() {

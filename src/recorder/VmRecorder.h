@@ -206,6 +206,7 @@ private:
     void planAgain();
     std::int64_t ownEnd() const;
     void crossBoundary();
+    void crossBoundariesBefore(const StreamMoment& stop);
     double longestFile() const;
     void onTheMinuteTime();
 
@@ -241,7 +242,14 @@ private:
     void dispRecordTime();
     void dispCountdown();
     void fillSourcePopup();
+    /// Write thread.
     void handleWriteError();
+    /// Stops for an emergency, and goes on with frame `from` as soon as a file can be written.
+    void interrupt(const StreamMoment& from);
+    void retryDisk();
+    void endInterruption();
+    void reportInterruption(const StreamMoment& from, Date end);
+    void lookAtClock();
     WorkFiles::Label fileLabel() const;
     char sourceLetter() const;
 
@@ -300,6 +308,18 @@ private:
     std::optional<PlannedEnd> m_scheduleEnd;
     std::int64_t m_overRecordBytes = 0; // in the relay file
     std::int64_t m_overRecordFrame = 0; // the first of them
+
+    struct Interruption {
+        StreamMoment from; ///< the first sound that is in no file
+        bool timetable = false;
+    };
+    std::optional<Interruption> m_interruption; // until a file can be written again
+    std::optional<StreamMoment> m_goOn;         // the next file begins with this, if it can
+    std::unique_ptr<Timer> m_retryTimer;
+    int m_retries = 0;
+    HostTime m_alertTime = 0;
+    std::optional<Date> m_clockSeen;
+    HostTime m_clockSeenAt = 0;
 
     std::unique_ptr<Timer> m_recordTimer;
     Date m_timerStartDate;

@@ -40,6 +40,8 @@ void VmRecorder::actRecordButton() {
     storeSwitch("RecordSwitch", on);
     if (!m_emergency)
         m_actionMethod = 3; // by hand
+    if (on && !m_emergency)
+        endInterruption();
     if (on)
         recordON();
     else
@@ -156,6 +158,7 @@ int VmRecorder::inputLevel() const {
 }
 
 void VmRecorder::controlAutoDelay() {
+    lookAtClock();
     if (inputLevel() < m_autoLevel)
         autoDelayStart();
     else

@@ -101,6 +101,12 @@ void VmRecorder::planBoundary() {
     m_pipeline.setStopFrame(std::min(m_boundary->moment.frame, ownEnd()));
 }
 
+void VmRecorder::crossBoundariesBefore(const StreamMoment& stop) {
+    // They may have passed since anybody looked.
+    while (m_boundary && condition() == RecordCondition::recording && stop.frame > m_boundary->moment.frame)
+        restartRecording(m_boundary->moment);
+}
+
 void VmRecorder::crossBoundary() {
     planBoundary();
     const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;

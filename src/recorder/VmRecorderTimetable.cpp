@@ -23,6 +23,8 @@ void VmRecorder::actReserveButton() {
     }
     storeSwitch("ReserveSwitch", on);
     if (on)
+        endInterruption();
+    if (on)
         startTimetable();
     else
         stopTimetable();
@@ -120,7 +122,7 @@ void VmRecorder::startReserveRecordWithElement(const VmReserverElement& element)
     m_recordPeriod = reserver.stopDate(element).secondsSince(m_timerStartDate);
     m_scheduleEnd = PlannedEnd{};
     m_scheduleEnd->time = std::numeric_limits<HostTime>::max();
-    const Date due = std::max(reserver.startDate(element), m_waitingSince);
+    const Date due = std::min(std::max(reserver.startDate(element), m_waitingSince), m_timerStartDate);
     recordON();
     dispRecordMode();
     if (m_recordMode == 0 && m_timerStartDate.secondsSince(due) < reach)

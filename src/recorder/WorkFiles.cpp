@@ -11,8 +11,10 @@
 #include "storage/Volume.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <span>
 
 namespace {
@@ -31,8 +33,15 @@ WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
       m_relay(seams, mechanic) {}
 
 void WorkFiles::noteStart(Date start) {
-    m_defaults.set("WriteStartTempFile", m_clock.format(start, "%Y%m%d_%H%M%S"));
+    const std::string text = m_clock.format(start, "%Y%m%d_%H%M%S");
+    m_defaults.set("WriteStartTempFile", text);
     m_defaults.synchronize();
+    // Into the file as well: settings that could not be written would give it the start of another one.
+    const std::string note = std::string(SoundFileNames::headerString) + text + "~";
+    const auto file = m_mechanic.openTempFile();
+    if (file == nullptr ||
+        file->writeAt(informationOffset, std::as_bytes(std::span(note.c_str(), note.size() + 1))) != 0)
+        m_log.log("VmRecorder: the start of the recording cannot be noted in its file.");
 }
 
 std::string WorkFiles::informationText(Date start, Date stop, const Label& label,
@@ -106,9 +115,26 @@ std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
     return path;
 }
 
-bool WorkFiles::startFromSettings(Date& start) const {
+std::string WorkFiles::startNotedInTempFile() const {
+    std::array<char, 64> bytes{};
+    const auto file = m_volume.openForReading(m_mechanic.temporaryFilePath());
+    if (file == nullptr || file->readAt(informationOffset, std::as_writable_bytes(std::span(bytes))) < 64)
+        return {};
+    const std::string_view text(bytes.data(), strnlen(bytes.data(), bytes.size()));
+    const std::string_view header = SoundFileNames::headerString;
+    const auto end = text.find('~');
+    if (!text.starts_with(header) || end == std::string_view::npos)
+        return {};
+    return std::string(text.substr(header.size(), end - header.size()));
+}
+
+bool WorkFiles::startOfTempFile(Date& start) const {
+    return startFromText(startNotedInTempFile(), start) ||
+           startFromText(m_defaults.stringForKey("WriteStartTempFile"), start);
+}
+
+bool WorkFiles::startFromText(const std::string& text, Date& start) const {
     CalendarDate local;
-    const std::string text = m_defaults.stringForKey("WriteStartTempFile");
     int length = 0;
     if (std::sscanf(text.c_str(), "%4d%2d%2d_%2d%2d%2d%n", &local.year, &local.month, &local.day, &local.hour,
                     &local.minute, &local.second, &length) != 6 ||
@@ -181,7 +207,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
     const auto seconds =
         static_cast<std::int64_t>(static_cast<double>(*size - soundDataOffset) * 0.5 / rate / channels + 0.5);
     Date start;
-    if (!startFromSettings(start))
+    if (!startOfTempFile(start))
         start = m_clock.now().addingSeconds(-static_cast<double>(seconds));
     const Date stop = start.addingSeconds(static_cast<double>(seconds));
     Label rescued = label;

@@ -61,7 +61,9 @@ public:
 
 private:
     std::string moveToFinalName(Date start, Date stop, const Label& label);
-    bool startFromSettings(Date& start) const;
+    std::string startNotedInTempFile() const;
+    bool startOfTempFile(Date& start) const;
+    bool startFromText(const std::string& text, Date& start) const;
     void putAside(const std::string& path, const std::string& what);
     void removeOtherNames();
     void removeEmpty(const std::string& temporary);

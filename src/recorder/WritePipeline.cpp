@@ -52,6 +52,7 @@ bool WritePipeline::initSoundQue(double recordSampleRate) {
         return false;
     }
     m_frameClock.reset(recordSampleRate);
+    m_pending.clear();
     m_firstFreeFrame = frameCount();
     return true;
 }
@@ -81,7 +82,9 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
 
 std::int64_t WritePipeline::prepare(std::int64_t wished) {
     const std::int64_t captured = frameCount();
-    const std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
+    std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
+    if (oldest == m_endFrame) // what a failed write has left goes on into the queue
+        oldest = pendingFrame();
     m_startFrame = std::max({wished, oldest, m_firstFreeFrame});
     const std::int64_t kept = std::max<std::int64_t>(captured - m_startFrame, 0) * 2;
     m_soundQue->clearDataWithLeftLengthFloat32(static_cast<unsigned>(kept));
@@ -93,7 +96,13 @@ void WritePipeline::start(SoundFile& file, const Format& format, const Carried& 
     m_file = &file;
     m_format = format;
     m_startFrame = aligned(m_startFrame + format.ratio() - 1);
-    m_endFrame = m_startFrame;
+    const bool isSameForm =
+        format.ratio() == m_pendingForm.ratio() && format.channels == m_pendingForm.channels;
+    if (m_pending.empty() || m_startFrame != pendingFrame() || !isSameForm) {
+        m_pending.clear();
+        m_endFrame = m_startFrame;
+    }
+    m_pendingForm = format;
     if (carried.bytes > 0)
         m_startFrame = carried.firstFrame;
     m_stopFrame = openEnd;
@@ -101,7 +110,6 @@ void WritePipeline::start(SoundFile& file, const Format& format, const Carried& 
     m_writeCount = static_cast<double>(carried.bytes);
     m_inputCount.fetch_add(static_cast<std::uint64_t>(carried.bytes / (2 * format.channels)) * format.ratio() *
                            bytesPerFrame);
-    m_pending.clear();
     m_overflowCount = 0;
     m_writeThreadError = false;
     m_nap = m_clock.makeNap(); // without an end that came after the last thread's
@@ -109,6 +117,11 @@ void WritePipeline::start(SoundFile& file, const Format& format, const Carried& 
     // Set here too: whoever stops at once must not take the thread for one that has already ended.
     m_fileWriteing = true;
     m_clock.detachThread("write", [this] { writeSoundFileThread(); });
+}
+
+std::int64_t WritePipeline::pendingFrame() const {
+    const auto channels = static_cast<std::size_t>(m_pendingForm.channels);
+    return m_endFrame - static_cast<std::int64_t>(m_pending.size() / channels) * m_pendingForm.ratio();
 }
 
 void WritePipeline::setStopFrame(std::int64_t frame) {
@@ -241,7 +254,10 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     const double lastInput =
         static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
-    m_firstFreeFrame = std::max(m_stopFrame.load(), m_firstFreeFrame);
+    const bool isWhole = m_pending.empty() && !m_writeThreadError;
+    const std::int64_t unwritten =
+        isWhole ? 0 : std::max<std::int64_t>(m_stopFrame - std::max(pendingFrame(), m_startFrame), 0);
+    m_firstFreeFrame = std::max(m_stopFrame - unwritten, m_firstFreeFrame);
 
     const auto overflow = static_cast<long>(m_overflowCount.exchange(0));
     if (overflow != 0)
@@ -257,7 +273,8 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
             .writeCount = m_writeCount,
             .overflowCount = static_cast<std::int32_t>(overflow),
             .overRecordBytes = m_pending.empty() ? std::min(over * m_format.channels * 2, m_writePos) : 0,
-            .frames = m_stopFrame - m_startFrame};
+            .frames = m_stopFrame - m_startFrame,
+            .unwrittenFrames = unwritten};
 }
 
 void WritePipeline::finalFlush(double lastInput) {

@@ -47,6 +47,9 @@ public:
         /// more: whoever goes on with the next file hands them to it.
         std::int64_t overRecordBytes = 0;
         std::int64_t frames = 0; ///< device frames from start to stop
+        /// Device frames at the end that could not be written. They are kept, and the next recording begins
+        /// with them if it is asked to.
+        std::int64_t unwrittenFrames = 0;
     };
     /// Sound that stands at the beginning of a new file already.
     struct Carried {
@@ -121,6 +124,7 @@ private:
     bool convertUntil(std::int64_t end);
     void convert(const float* block, std::uint64_t firstSample, std::size_t samples);
     bool writePending();
+    std::int64_t pendingFrame() const;
     void discardUntilStart();
     void awaitFrame(std::int64_t frame);
     void finalFlush(double lastInput);
@@ -151,12 +155,13 @@ private:
     // Write thread while `fileWriteing`, else main thread
     SoundFile* m_file = nullptr;
     Format m_format;
+    Format m_pendingForm; // of m_pending
     std::int64_t m_startFrame = 0;
     std::int64_t m_writePos = 0;
     double m_writeCount = 0.0;
     std::int64_t m_endFrame = 0;         // behind the last one taken from the queue
     std::vector<float> m_piece;          // on its way from the queue
-    std::vector<std::int16_t> m_pending; // converted, not yet written
+    std::vector<std::int16_t> m_pending; // converted, not yet written; ends with frame m_endFrame
 
     // Main thread
     std::int64_t m_firstFreeFrame = 0; // where the last recording ended: two never overlap

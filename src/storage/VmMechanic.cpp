@@ -168,6 +168,30 @@ void VmMechanic::setDirPath(const std::string& path) {
     m_seams.defaults.synchronize();
 }
 
+bool VmMechanic::restoreFolder() {
+    if (m_seams.volume.isFolder(m_recordFolder))
+        return true;
+    const bool isMade = m_seams.volume.makeFolder(m_recordFolder);
+    if (isMade)
+        reportError("VmMechanic: record folder was gone, it is made anew.");
+    return isMade;
+}
+
+bool VmMechanic::isWritable(double bytes) {
+    constexpr std::size_t probeSize = std::size_t{1} << 16;
+    if (!restoreFolder())
+        return false;
+    if (const auto free = freeSystemSpace(); free && *free < bytes)
+        return false;
+    const std::string path = Paths::inFolder(m_recordFolder, ".VelmoratideWriteProbe");
+    bool isWritten = false;
+    if (const auto probe = m_seams.volume.create(path); probe != nullptr) {
+        isWritten = probe->writeAt(0, std::vector<std::byte>(probeSize)) == 0 && probe->synchronize() == 0;
+    }
+    const int error = m_seams.volume.remove(path);
+    return isWritten && error == 0;
+}
+
 void VmMechanic::deleteDotFileInFolder(const std::string& folder) {
     for (const VolumeEntry& entry : m_seams.volume.list(folder)) {
         const std::string path = Paths::inFolder(folder, entry.name);

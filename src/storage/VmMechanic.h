@@ -61,6 +61,10 @@ public:
     const std::string& recordFolder() const { return m_recordFolder; }
     /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had.
     void setDirPath(const std::string& path);
+    /// Makes the record folder anew if it is gone. False when it cannot be had.
+    bool restoreFolder();
+    /// Whether a file of `bytes` can be written to the record folder, which is made anew if it is gone.
+    bool isWritable(double bytes);
     /// Removes the hidden recordings that are not locked in `folder` and the folders below it, logging each.
     void deleteDotFileInFolder(const std::string& folder);
 

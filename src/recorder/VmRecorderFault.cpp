@@ -1,0 +1,105 @@
+// What goes wrong around a recorder left alone: a disk that cannot be written, a clock that is set.
+#include "app/VmControler.h"
+#include "base/Alert.h"
+#include "base/Clock.h"
+#include "base/Formatted.h"
+#include "base/NotificationCenter.h"
+#include "base/Texts.h"
+#include "recorder/VmRecorder.h"
+#include "storage/VmMechanic.h"
+
+#include <cmath>
+#include <utility>
+
+// --- a disk that cannot be written ---------------------------------------------------------------------------
+
+void VmRecorder::handleWriteError() {
+    m_controler.seams().runLoop.post([this] { interrupt(present()); });
+}
+
+void VmRecorder::interrupt(const StreamMoment& from) {
+    if (!m_recordButton.isOn() && !m_reserveButton.isOn())
+        return; // switched off meanwhile
+    const bool timetable = m_reserveButton.isOn();
+    m_interruption = Interruption{from, timetable};
+    emerRecordStop();
+    resetCondition(); // finishes the file, and tells from where on sound is missing
+    // Nobody wanted the recording to end: the next launch goes on, too.
+    storeSwitch(timetable ? "ReserveSwitch" : "RecordSwitch", true);
+    m_messageField.setText(m_controler.seams().texts("WaitingForDisk"));
+    m_retries = 0;
+    constexpr double retryInterval = 5.0; // seconds
+    m_retryTimer = m_controler.seams().runLoop.schedule({.interval = retryInterval, .repeats = true},
+                                                        [this] { retryDisk(); });
+    constexpr double silence = 60.0; // seconds: a failing disk is told once
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (m_alertTime != 0 && now - m_alertTime < hostTimeFromSeconds(silence))
+        return;
+    m_alertTime = now;
+    m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
+}
+
+void VmRecorder::retryDisk() {
+    if (!m_interruption)
+        return;
+    constexpr int retriesPerCleanUp = 12; // a minute: each one that finds nothing is a line in the log
+    constexpr double enough = 60.0;       // seconds of sound: less would be full again at once
+    VmMechanic& mechanic = m_controler.mechanic();
+    if (m_retries++ % retriesPerCleanUp == 0)
+        mechanic.secureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels));
+    if (!mechanic.isWritable(enough * sampleRate() * m_channels * 2.0))
+        return;
+    const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
+    m_retryTimer.reset();
+    m_messageField.setText("");
+    m_goOn = interruption.from;
+    Button& button = interruption.timetable ? m_reserveButton : m_recordButton;
+    button.setOn(true);
+    if (interruption.timetable)
+        actReserveButton();
+    else
+        actRecordButton();
+    resetCondition();
+    if (m_goOn) // no file is wanted now
+        reportInterruption(*std::exchange(m_goOn, std::nullopt), now());
+}
+
+void VmRecorder::endInterruption() {
+    if (!m_interruption)
+        return;
+    reportInterruption(m_interruption->from, now());
+    m_interruption.reset();
+    m_retryTimer.reset();
+    m_messageField.setText("");
+}
+
+void VmRecorder::reportInterruption(const StreamMoment& from, Date end) {
+    say("SomeReportHappen", "VmRecorder: recording goes on, no sound since " +
+                                m_controler.seams().clock.format(from.date, "%Y-%m-%d %H:%M:%S") +
+                                formatted(" for %.1fseconds.", std::max(end.secondsSince(from.date), 0.0)));
+}
+
+// --- a clock that is set -------------------------------------------------------------------------------------
+
+void VmRecorder::lookAtClock() {
+    constexpr double jump = 2.0; // seconds
+    const Clock& clock = m_controler.seams().clock;
+    const HostTime hostTime = clock.hostTime();
+    const Date expected =
+        m_clockSeen ? m_clockSeen->addingSeconds(static_cast<double>(hostTime - m_clockSeenAt) * 1e-9) : now();
+    m_clockSeen = now();
+    m_clockSeenAt = hostTime;
+    const double by = m_clockSeen->secondsSince(expected);
+    if (std::abs(by) < jump)
+        return;
+    say("SomeReportHappen", formatted("VmRecorder: the clock was set by %.1fseconds.", by));
+    if (m_delayCount)
+        m_delayCount = m_delayCount->addingSeconds(by);
+    if (condition() != RecordCondition::recording)
+        return;
+    // One file for each way in which the clock was: its name agrees with its sound.
+    const StreamMoment seam{m_pipeline.frameAt(hostTime), expected};
+    crossBoundariesBefore(seam);
+    m_beginWith = StreamMoment{seam.frame, now()};
+    restartRecording(seam);
+}
