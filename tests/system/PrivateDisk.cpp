@@ -61,14 +61,17 @@ std::string PrivateDisk::whyNot() {
 }
 
 PrivateDisk::PrivateDisk(Kind kind, int megabytes)
-    : m_kind(kind), m_megabytes(megabytes), m_path(m_folder.path() + "/disk") {
+    : m_kind(kind),
+      m_megabytes(megabytes),
+      m_path(m_folder.path() + "/disk"),
+      m_image(m_folder.path() + "/image") {
     if (const std::string why = separateMounts(); !why.empty())
         throw std::runtime_error(why);
     ::mkdir(m_path.c_str(), 0700);
     if (kind == Kind::ext4) {
-        const std::string image = m_folder.path() + "/image";
-        std::ofstream(image).close();
-        if (::truncate(image.c_str(), off_t{megabytes} << 20) != 0 || !run({"mkfs.ext4", "-q", "-F", image}))
+        std::ofstream(m_image).close();
+        if (::truncate(m_image.c_str(), off_t{megabytes} << 20) != 0 ||
+            !run({"mkfs.ext4", "-q", "-F", m_image}))
             throw std::runtime_error("no file system can be made");
     }
     if (!mount())
@@ -83,9 +86,8 @@ PrivateDisk::~PrivateDisk() {
 
 bool PrivateDisk::mount() {
     const std::string size = "size=" + std::to_string(m_megabytes) + "m";
-    m_mounted = m_kind == Kind::memory
-                    ? ::mount("tmpfs", m_path.c_str(), "tmpfs", 0, size.c_str()) == 0
-                    : run({"mount", "-o", "loop,errors=remount-ro", m_folder.path() + "/image", m_path});
+    m_mounted = m_kind == Kind::memory ? ::mount("tmpfs", m_path.c_str(), "tmpfs", 0, size.c_str()) == 0
+                                       : run({"mount", "-o", "loop,errors=remount-ro", m_image, m_path});
     return m_mounted;
 }
 
@@ -97,6 +99,15 @@ bool PrivateDisk::unmount() {
             return true;
         }
     return false;
+}
+
+bool PrivateDisk::pullOut() {
+    const std::string copy = m_image + "+"; // the old one may stay in use
+    if (::umount2(m_path.c_str(), MNT_DETACH) != 0 || !run({"cp", "--sparse=always", m_image, copy}))
+        return false;
+    m_image = copy;
+    m_mounted = false;
+    return true;
 }
 
 bool PrivateDisk::remount(const std::string& options) const {

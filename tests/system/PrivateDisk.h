@@ -30,6 +30,8 @@ public:
     /// The file system finds itself damaged and becomes read-only.
     bool failForGood() const;
     bool unmount();
+    /// Takes it away from under whoever has a file of it open; what is mounted next is what was on it then.
+    bool pullOut();
     bool mount();
     bool remount(const std::string& options) const;
     /// Fills it to the last byte with a file named `name`.
@@ -42,6 +44,7 @@ private:
     const int m_megabytes;
     TemporaryFolder m_folder;
     std::string m_path;
+    std::string m_image;
     pid_t m_freezer = -1;
     bool m_mounted = false;
 };

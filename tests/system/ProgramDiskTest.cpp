@@ -117,7 +117,7 @@ TEST_F(ProgramDisk, goesOnByItself_whenADamagedDiskIsMountedAnew) {
     ASSERT_TRUE(disk.failForGood());
     ASSERT_TRUE(duty.awaitLines("audio file write error", 1, 15.0)) << duty.log();
     duty.pauseFor(3.0);
-    ASSERT_TRUE(disk.unmount()) << duty.log();
+    ASSERT_TRUE(disk.pullOut()) << duty.log();
     ASSERT_TRUE(disk.mount());
     ASSERT_TRUE(duty.awaitLines("recording goes on", 1, goesOnWithin)) << duty.log();
     EXPECT_EQ(duty.secondsToldBy("recording goes on"), 0.0) << duty.log();
