@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
 #include <unistd.h>
@@ -37,6 +38,16 @@ std::string usualSettingsPath() {
     const char* configured = std::getenv("XDG_CONFIG_HOME");
     const bool usable = configured != nullptr && configured[0] == '/'; // as the base directory rules have it
     return (usable ? configured : Paths::expandingTilde("~/.config")) + "/velmoratide/settings.json";
+}
+
+/// A person's own sounds, then the bundled ones, which lie beside the folder of the program.
+std::vector<std::string> usualSoundFolders() {
+    const char* configured = std::getenv("XDG_DATA_HOME");
+    const bool usable = configured != nullptr && configured[0] == '/';
+    const std::string own = usable ? configured : Paths::expandingTilde("~/.local/share");
+    const QString bundled =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/velmoratide/sounds");
+    return {own + "/velmoratide/sounds", QDir::cleanPath(bundled).toStdString()};
 }
 
 /// Reads `text` as a value of the type of `registered`; undefined when it is none.
@@ -260,9 +271,9 @@ int Application::runDuty() {
             m_qtAlert->dismissQuestion();
         m_runLoop->quit(0);
     });
-    m_controler =
-        std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert,
-                                            m_texts, *m_hardware, *m_volume, m_administratorRight});
+    m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log,
+                                                      *m_alert, m_texts, *m_hardware, *m_volume,
+                                                      m_administratorRight, usualSoundFolders()});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else

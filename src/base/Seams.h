@@ -1,5 +1,7 @@
 // base/Seams.h — everything outside that the application is given.
 #pragma once
+#include <string>
+#include <vector>
 
 class AdministratorRight;
 class Alert;
@@ -24,4 +26,6 @@ struct Seams {
     AudioHardware& hardware;
     Volume& volume;
     AdministratorRight& administratorRight;
+    /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
+    std::vector<std::string> soundFolders{};
 };

@@ -8,48 +8,45 @@
 #include <vector>
 
 /// The marker that is due, and how much of it is still to be mixed in.
+///
+/// How much is left belongs to the sound, not to the mixer: a sound that is replaced while it is mixed takes
+/// its rest with it. The I/O thread shows which sound it reads, and that one stays until the next replacement.
 class MarkerMixer {
 public:
     // Main thread
-    /// The marker as interleaved 16-bit samples. Earlier sounds stay in memory: a cycle may still be reading
-    /// one.
-    void setSound(std::vector<std::int16_t> samples) {
-        m_sounds.push_back(std::make_unique<const std::vector<std::int16_t>>(std::move(samples)));
-        m_writeMarker.store(0, std::memory_order_relaxed);
-        m_sound.store(m_sounds.back().get(), std::memory_order_release);
-    }
-    /// Starts the marker from its beginning.
-    void arm() {
-        const auto* sound = m_sound.load(std::memory_order_relaxed);
-        m_writeMarker.store(sound == nullptr ? 0 : static_cast<std::int32_t>(sound->size()),
-                            std::memory_order_release);
-    }
+    /// The marker as interleaved 16-bit samples; none is armed then. Two sounds at most are in memory.
+    void setSound(std::vector<std::int16_t> samples);
+    /// Starts the marker from its beginning, in the frame `notBefore` or, when that was captured already, in
+    /// the next one that is.
+    void arm(std::int64_t notBefore = 0);
+    /// What is left of the marker is not mixed in any more.
+    void disarm();
 
     // I/O thread
-    /// Adds the next samples of an armed marker to `count` samples of `data`, one marker sample to each sample
-    /// of the interleaved stream, unclipped.
-    void mixInto(float* data, unsigned count) noexcept KA_REALTIME {
-        std::int32_t left = m_writeMarker.load(std::memory_order_acquire);
-        if (left == 0)
-            return;
-        const std::vector<std::int16_t>& sound = *m_sound.load(std::memory_order_acquire);
-        const auto size = static_cast<std::int32_t>(sound.size());
-        if (left > size)
-            return; // armed for a sound that was replaced meanwhile
-        const std::int32_t before = left;
-        for (unsigned i = 0; i < count && left != 0; ++i, --left)
-            data[i] += static_cast<float>(sound[static_cast<std::size_t>(size - left)] / 32767.0);
-        // A new arming since the load above wins.
-        std::int32_t expected = before;
-        m_writeMarker.compare_exchange_strong(expected, left, std::memory_order_relaxed);
+    /// Adds the next samples of an armed marker to the `count` interleaved stereo samples of `data`, one marker
+    /// sample to each, unclipped. `firstFrame`: the number of the first of them.
+    void mixInto(float* data, unsigned count, std::int64_t firstFrame) noexcept KA_REALTIME;
+
+    // Main or I/O thread
+    /// Samples still to be mixed in; 0 when idle.
+    std::int32_t writeMarker() const noexcept {
+        const Sound* sound = m_sound.load(std::memory_order_acquire);
+        return sound == nullptr ? 0 : sound->writeMarker.load(std::memory_order_relaxed);
+    }
+    /// Samples of the whole marker.
+    std::int32_t markerSize() const noexcept {
+        const Sound* sound = m_sound.load(std::memory_order_acquire);
+        return sound == nullptr ? 0 : static_cast<std::int32_t>(sound->samples.size());
     }
 
-    // Any thread
-    /// Samples still to be mixed in; 0 when idle.
-    std::int32_t writeMarker() const noexcept { return m_writeMarker.load(std::memory_order_relaxed); }
-
 private:
-    std::vector<std::unique_ptr<const std::vector<std::int16_t>>> m_sounds;
-    std::atomic<const std::vector<std::int16_t>*> m_sound{nullptr};
-    std::atomic<std::int32_t> m_writeMarker{0};
+    struct Sound {
+        std::vector<std::int16_t> samples;
+        std::atomic<std::int64_t> notBefore{0};
+        std::atomic<std::int32_t> writeMarker{0};
+    };
+
+    std::vector<std::unique_ptr<Sound>> m_sounds; // the last one is in use
+    std::atomic<Sound*> m_sound{nullptr};
+    std::atomic<const Sound*> m_read{nullptr}; // by the I/O thread, now
 };

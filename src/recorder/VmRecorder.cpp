@@ -37,8 +37,7 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
     m_reserveButton.setOn(defaults.boolForKey("ReserveSwitch"));
     setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
-    m_markerButton.setEnabled(false);
-    m_markerButton.setToolTip(controler.seams().texts("MarkerNotYet"));
+    readMarkerDefaults();
 
     m_recordButton.setAction([this] { actRecordButton(); });
     m_reserveButton.setAction([this] { actReserveButton(); });
@@ -94,6 +93,7 @@ void VmRecorder::saveUserDefaults() {
     defaults.set("PreBufferingSeconds", m_preBufferSec);
     defaults.set("AutoRecordStartup", m_autoStartup);
     defaults.set("MonitorSwitch", m_monitorButton.isOn());
+    saveMarkerDefaults();
     defaults.synchronize();
 }
 
@@ -170,6 +170,8 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
             m_workFiles.rescueRelayFile();
         m_overRecordBytes = 0;
     }
+    if (m_goOn)
+        m_dutyFrames.captured += std::max<std::int64_t>(first - m_goOn->frame, 0);
     const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);
     m_recordStartDate = begin.date.addingSeconds(later);
     m_label = fileLabel();
@@ -207,11 +209,25 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
     m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
+    const auto ratio = static_cast<std::int64_t>(m_controler.devicer().recordSampleRate() / m_label.sampleRate);
+    m_dutyFrames.captured += account.frames - account.unwrittenFrames;
+    m_dutyFrames.written += static_cast<std::int64_t>(m_lastWrite) / (2 * m_label.channels) * ratio;
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label);
     seams.notifications.postLogEvent(m_sleepinDate ? "RecordingSleep" : "RecordingStop");
     if (!path.empty())
         seams.notifications.post(
             {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+}
+
+DutyFrames VmRecorder::dutyFrames() const {
+    DutyFrames frames = m_dutyFrames;
+    if (m_interruption)
+        frames.captured += std::max<std::int64_t>(present().frame - m_interruption->from.frame, 0);
+    return frames;
+}
+
+std::int64_t VmRecorder::openFrames() const {
+    return m_writeFile == nullptr ? 0 : std::max<std::int64_t>(present().frame - m_pipeline.startFrame(), 0);
 }
 
 void VmRecorder::say(std::string_view event, const std::string& text) {

@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class SoundFile;
 class UserDefaults;
@@ -27,6 +28,12 @@ class VmReserverElement;
 struct StreamMoment {
     std::int64_t frame = 0;
     Date date;
+};
+
+/// Device frames of a duty. A file's frames count for as many of the device's as were reduced to them.
+struct DutyFrames {
+    std::int64_t captured = 0; ///< that the files should hold
+    std::int64_t written = 0;  ///< that they hold
 };
 
 /// Where the sound ended when the input was lost.
@@ -81,6 +88,7 @@ public:
     void actReserveButton();
     void actMonitorButton();
     void actHourButton();
+    void actMarkerButton();
     void actLevelSlider();
     /// Whether somebody sees the level; decides how soon sound must arrive.
     void setShown(bool shown);
@@ -126,6 +134,29 @@ public:
     void finishForTermination();
     void saveUserDefaults();
 
+    // Main thread: marker sound
+    bool markerSwitch() const { return m_markerSwitch; }
+    /// Which of the intervals.
+    int markerOption() const { return m_markerOption; }
+    void setMarkerOption(int option) { m_markerOption = option; }
+    /// The name without folder and extension. The empty name stands for the first bundled sound.
+    const std::string& markerSound() const { return m_markerSound; }
+    void setMarkerSound(const std::string& name);
+    /// Whether the monitor plays the marker too.
+    bool markerMonitor() const { return m_markerMonitor; }
+    void setMarkerMonitor(bool markerMonitor);
+    /// The names to choose from.
+    std::vector<std::string> markerSounds() const;
+    /// Minutes of an interval; 30 for a number without one.
+    static int markerIntervalWithNumber(int number);
+    /// Whether the marker sounds at `minute` of the hour; never for an option without an interval.
+    static bool isMarkerDue(int option, int minute);
+    /// Loads the marker sound for the present input, if the marker is on. A sound that cannot be had is
+    /// reported, and switches the marker off.
+    void initMarkerBuffer();
+    /// Switches the marker off without asking for the administrator right.
+    void cancelSoundMarker();
+
     RecordCondition condition() const { return m_condition.load(std::memory_order_relaxed); }
     bool recordState() const { return m_recordState; }
     /// True while the timetable waits for an entry.
@@ -149,6 +180,10 @@ public:
     double totalRecordTime() const { return m_totalRecordTime; }
     /// Seconds of sound in all files of this duty.
     double writtenSeconds() const { return m_writtenSeconds; }
+    /// Of this duty, without the file that is open.
+    DutyFrames dutyFrames() const;
+    /// Device frames since the open file began; 0 when none is open.
+    std::int64_t openFrames() const;
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
@@ -209,6 +244,17 @@ private:
     void crossBoundariesBefore(const StreamMoment& stop);
     double longestFile() const;
     void onTheMinuteTime();
+    Date presentMinute() const;
+
+    void readMarkerDefaults();
+    void saveMarkerDefaults();
+    void updateMarkerMonitor();
+    void fitMarkerToInput();
+    std::int64_t frameOfMinute(Date minute) const;
+    void armMarkerAtTheStart();
+    void armMarker();
+    void repeatMarker();
+    void endMarker();
 
     bool gateRefuses() const;
     void storeSwitch(const char* key, bool on);
@@ -248,7 +294,7 @@ private:
     void interrupt(const StreamMoment& from);
     void retryDisk();
     void endInterruption();
-    void reportInterruption(const StreamMoment& from, Date end);
+    void reportInterruption(const StreamMoment& from, Date end, const char* what = "goes on");
     void lookAtClock();
     WorkFiles::Label fileLabel() const;
     char sourceLetter() const;
@@ -283,6 +329,7 @@ private:
     std::optional<double> m_fixedLength; // seconds that the open file is to have
     double m_lastWrite = 0.0;
     double m_writtenSeconds = 0.0;
+    DutyFrames m_dutyFrames; // of finished files, and of interruptions that are over
     HostTime m_streamStarted = 0;
     bool m_shown = true;
 
@@ -325,6 +372,16 @@ private:
     Date m_timerStartDate;
     double m_recordPeriod = 0.0; // seconds
     Date m_waitingSince;         // the timetable is on, and no entry runs, since then
+
+    bool m_markerSwitch = false;
+    int m_markerOption = 0;
+    std::string m_markerSound;
+    bool m_markerMonitor = false;
+    std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor
+    double m_markerRate = 0.0;              // Hz, for which the sound was loaded
+    std::optional<Date> m_markerMinute;     // for which it was armed last
+    int m_markerRepeats = 0;                // still to come
+    std::unique_ptr<Timer> m_markerRepeat;
 
     std::unique_ptr<Timer> m_countTimer;
     int m_lastMinute = -1;

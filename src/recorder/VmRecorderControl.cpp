@@ -10,6 +10,7 @@
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserver.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -122,6 +123,9 @@ void VmRecorder::finishForTermination() {
     m_modeTimer = false;
     resetCondition();
     m_recordTimer.reset();
+    m_retryTimer.reset();
+    if (m_interruption)
+        reportInterruption(m_interruption->from, now(), "ends");
 }
 
 void VmRecorder::setStartOnTheHour(bool startOnTheHour) {
@@ -193,10 +197,12 @@ void VmRecorder::setCondition(RecordCondition condition) {
     if (m_condition.exchange(condition) == condition)
         return;
     m_lastMinute = -1;
-    if (condition == RecordCondition::recording)
+    if (condition == RecordCondition::recording) {
         countRecordTime();
-    else
+    } else {
         m_countTimer.reset();
+        endMarker();
+    }
     dispRecordTime();
 }
 
@@ -293,9 +299,13 @@ void VmRecorder::countRecordTime() {
     const int minute = m_controler.seams().clock.calendarDate(now()).minute;
     if (m_lastMinute >= 0 && minute != m_lastMinute)
         onTheMinuteTime();
+    else if (m_lastMinute < 0)
+        armMarkerAtTheStart();
     m_lastMinute = minute;
     dispRecordTime();
-    const double interval = m_shown ? 0.2 : 1.0;
+    double interval = m_shown ? 0.2 : 1.0;
+    if (m_markerSwitch) // which sounds when the minute begins
+        interval = std::min(interval, 60.0 - now().secondsSince(presentMinute()) + 0.001);
     m_countTimer = m_controler.seams().runLoop.schedule({.interval = interval}, [this] { countRecordTime(); });
 }
 

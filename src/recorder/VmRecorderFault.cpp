@@ -60,21 +60,24 @@ void VmRecorder::retryDisk() {
     else
         actRecordButton();
     resetCondition();
-    if (m_goOn) // no file is wanted now
+    if (m_goOn) { // no file is wanted now
+        m_dutyFrames.captured += std::max<std::int64_t>(present().frame - m_goOn->frame, 0);
         reportInterruption(*std::exchange(m_goOn, std::nullopt), now());
+    }
 }
 
 void VmRecorder::endInterruption() {
     if (!m_interruption)
         return;
+    m_dutyFrames.captured += std::max<std::int64_t>(present().frame - m_interruption->from.frame, 0);
     reportInterruption(m_interruption->from, now());
     m_interruption.reset();
     m_retryTimer.reset();
     m_messageField.setText("");
 }
 
-void VmRecorder::reportInterruption(const StreamMoment& from, Date end) {
-    say("SomeReportHappen", "VmRecorder: recording goes on, no sound since " +
+void VmRecorder::reportInterruption(const StreamMoment& from, Date end, const char* what) {
+    say("SomeReportHappen", std::string("VmRecorder: recording ") + what + ", no sound since " +
                                 m_controler.seams().clock.format(from.date, "%Y-%m-%d %H:%M:%S") +
                                 formatted(" for %.1fseconds.", std::max(end.secondsSince(from.date), 0.0)));
 }

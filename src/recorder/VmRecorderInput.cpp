@@ -27,7 +27,11 @@ OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*
     const VmDevice& devicer = m_controler.devicer();
     if (inputData == nullptr)
         return audioHardwareNoError;
-    if (KaConversionBuffer* converter = devicer.monitorConverter(); converter != nullptr)
+    KaConversionBuffer* const converter = devicer.monitorConverter();
+    // What the monitor plays of a marker has gone through the recording's conversion to two channels.
+    const bool isMarkerHeard =
+        m_markerHeard.load(std::memory_order_relaxed) && m_pipeline.marker().writeMarker() != 0;
+    if (converter != nullptr && !isMarkerHeard)
         converter->writeFromAudioBufferList(*inputData, inputTime);
     const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
     devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
@@ -36,6 +40,8 @@ OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*
     m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
                        converted.mBuffers[0].mDataByteSize / sizeof(float), inputTime->mHostTime,
                        condition() == RecordCondition::recording);
+    if (converter != nullptr && isMarkerHeard)
+        converter->writeFromAudioBufferList(converted, inputTime);
     return audioHardwareNoError;
 }
 
@@ -73,6 +79,7 @@ void VmRecorder::recordSourceChanged() {
         m_controler.seams().runLoop.quit(1);
         return;
     }
+    fitMarkerToInput();
     m_streamStarted = m_controler.seams().clock.hostTime();
     m_lastFrameTime = m_streamStarted;
     m_controler.meter().watchLevel(m_autoLevel);
@@ -107,6 +114,7 @@ void VmRecorder::_actMonitorButton() {
     const bool on = m_monitorButton.isOn() && !protectHowling();
     m_controler.devicer().monitorDevicePaused(!on);
     m_monitorButton.setImage(on ? "MonitorOn" : "Monitor");
+    updateMarkerMonitor();
     updateLatencyNeed();
 }
 

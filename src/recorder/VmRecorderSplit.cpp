@@ -143,5 +143,6 @@ void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
 }
 
 void VmRecorder::onTheMinuteTime() {
+    armMarker(); // first: the disk may be slow
     m_workFiles.progress().renewalProgressSoundFile(m_label.channels);
 }

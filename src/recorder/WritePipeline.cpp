@@ -66,7 +66,7 @@ void WritePipeline::capture(float* interleaved, unsigned samples, HostTime captu
         return;
     const unsigned bytes = samples * sizeof(float);
     m_inputCount.fetch_add(bytes, std::memory_order_relaxed);
-    m_marker.mixInto(interleaved, samples);
+    m_marker.mixInto(interleaved, samples, frameCount());
     if (recording) {
         const unsigned empty = m_soundQue->empty();
         if (bytes > empty)

@@ -6,56 +6,31 @@
 #include "rehearsal/RehearsalDesk.h"
 #include "storage/VmMechanic.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace {
 constexpr std::int64_t headerBytes = 4096;
 } // namespace
 
 FrameAccount::FrameAccount(RehearsalDesk& desk) : m_desk(desk) {
-    m_watch = desk.notifications.observe({}, [this](const Notification& notification) { heard(notification); });
+    m_watch = desk.notifications.observe(VmSoundFileFinished_Notification,
+                                         [this](const Notification&) { ++m_counts.filesMade; });
 }
 
-void FrameAccount::heard(const Notification& notification) {
-    if (notification.name == VmSoundFileFinished_Notification)
-        ++m_counts.filesMade;
-    else if (notification.name == VmLogEventNotification && notification.object == "RecordingStart")
-        begin();
-    else if (notification.name == VmLogEventNotification &&
-             (notification.object == "RecordingStop" || notification.object == "RecordingSleep"))
-        end();
-}
-
-void FrameAccount::begin() {
-    const VmRecorder& recorder = m_desk.controler->recorder();
-    const double prior = m_desk.clock.now().secondsSince(recorder.recordStartDate());
-    const double deviceRate = m_desk.controler->devicer().recordSampleRate();
-    m_open = Open{m_desk.clock.hostTime() - hostTimeFromSeconds(prior), deviceRate,
-                  std::max(1.0, std::trunc(deviceRate / recorder.sampleRate())), recorder.channels()};
-}
-
-void FrameAccount::end() {
-    const VmRecorder& recorder = m_desk.controler->recorder();
-    const double past = m_desk.clock.now().secondsSince(recorder.recordStopDate());
-    count(m_desk.clock.hostTime() - hostTimeFromSeconds(past), recorder.lastWrite());
+void FrameAccount::close() {
+    const DutyFrames frames = m_desk.controler->recorder().dutyFrames();
+    m_counts.framesCaptured += frames.captured;
+    m_counts.framesWritten += frames.written;
 }
 
 void FrameAccount::crash() {
-    const auto size = m_desk.volume.fileSize(m_desk.controler->mechanic().temporaryFilePath());
-    count(m_desk.clock.hostTime(), static_cast<double>(size.value_or(headerBytes) - headerBytes));
-}
-
-void FrameAccount::count(HostTime stop, double fileBytes) {
-    if (!m_open)
+    close();
+    const VmRecorder& recorder = m_desk.controler->recorder();
+    const std::int64_t captured = recorder.openFrames();
+    if (captured == 0)
         return;
-    const Open open = *std::exchange(m_open, std::nullopt);
-    const auto written = std::llround(std::max(fileBytes, 0.0) / (open.channels * 2.0) * open.ratio);
-    auto captured =
-        std::llround(static_cast<double>(std::max<HostTime>(stop - open.start, 0)) * 1e-9 * open.deviceRate);
-    // Dates know microseconds, and files hold whole file frames: that much more or less is no loss.
-    if (static_cast<double>(std::abs(captured - written)) <= 2.0 * open.ratio + 2.0)
-        captured = written;
-    m_counts.framesCaptured += std::max(captured, written);
-    m_counts.framesWritten += written;
+    const auto size = m_desk.volume.fileSize(m_desk.controler->mechanic().temporaryFilePath());
+    const auto ratio =
+        static_cast<std::int64_t>(m_desk.controler->devicer().recordSampleRate() / recorder.sampleRate());
+    const std::int64_t bytes = size.value_or(headerBytes) - headerBytes;
+    m_counts.framesCaptured += captured;
+    m_counts.framesWritten += bytes / (2 * recorder.channels()) * ratio;
 }

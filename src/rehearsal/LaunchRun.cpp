@@ -76,6 +76,7 @@ bool LaunchRun::quit() {
 
 void LaunchRun::terminate() {
     m_desk.controler->applicationWillTerminate();
+    m_account.close();
     m_records.look();
     m_desk.controler.reset();
 }

@@ -4,6 +4,7 @@
 #include "storage/Paths.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 namespace {
@@ -18,6 +19,13 @@ QString placed(const QString& path, const QString& folder) {
     const bool isWhole = path.startsWith(QLatin1Char('/')) || path.startsWith(QLatin1Char('~'));
     return isWhole ? path : folder + QLatin1Char('/') + path;
 }
+
+/// Beside the folder of the running program.
+std::string bundledSounds() {
+    std::error_code unknown;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
+    return (program.parent_path().parent_path() / "share/velmoratide/sounds").string();
+}
 } // namespace
 
 Date RehearsalDesk::startDate(const QTimeZone& zone, const CalendarDate& start) {
@@ -29,7 +37,8 @@ RehearsalDesk::RehearsalDesk(std::string deskFolder, QTimeZone zone, const Calen
     : folder(std::move(deskFolder)),
       clock(zone, startDate(zone, start)),
       defaults(folder + "/settings.json", log),
-      hardware(clock, std::move(devices)) {
+      hardware(clock, std::move(devices)),
+      soundFolders{folder + "/sounds", bundledSounds()} {
     VmControler::registerDefaults(defaults);
     for (const auto& [key, name] : folderSettings)
         if (const std::string path = defaults.stringForKey(key); path.empty() || path.starts_with('~'))
@@ -56,7 +65,7 @@ RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
     controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
-                                                    hardware, volume, administratorRight});
+                                                    hardware, volume, administratorRight, soundFolders});
 }
 
 void RehearsalDesk::launch() {

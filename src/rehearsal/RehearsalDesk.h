@@ -60,6 +60,8 @@ public:
     PosixVolume files;
     ScriptedVolume volume{files, clock};
     ScriptedAdministratorRight administratorRight;
+    /// Where marker sounds are looked for: under `folder`, then among the bundled ones.
+    std::vector<std::string> soundFolders;
     std::unique_ptr<VmControler> controler;
 
 private:

@@ -5,13 +5,10 @@
 
 #include <array>
 #include <cstdio>
+#include <sndfile.h>
 #include <sstream>
 #include <tuple>
 #include <vector>
-
-#ifdef VELMORATIDE_HAS_SNDFILE
-#include <sndfile.h>
-#endif
 
 namespace {
 struct Answer {
@@ -100,7 +97,6 @@ TEST_P(SoundFileProgramsTest, isReadByFfprobe) {
 }
 
 TEST_P(SoundFileProgramsTest, isReadByLibsndfile) {
-#ifdef VELMORATIDE_HAS_SNDFILE
     SF_INFO info{};
     SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
     ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
@@ -114,9 +110,6 @@ TEST_P(SoundFileProgramsTest, isReadByLibsndfile) {
               static_cast<sf_count_t>(frames));
     EXPECT_EQ(read, samples);
     sf_close(file);
-#else
-    GTEST_SKIP() << "libsndfile is not installed";
-#endif
 }
 
 TEST_P(SoundFileProgramsTest, isReadBySox_whenItWasNeverClosed) {
