@@ -11,6 +11,7 @@ namespace {
 constexpr double rate = 8000.0;
 constexpr double length = 40.0;       // seconds
 constexpr double writeInterval = 6.0; // seconds that a crash of the disk may cost
+constexpr double slowness = 2.5;      // seconds for each block
 constexpr double retryInterval = 5.0;
 constexpr unsigned patience = 30; // seconds of real time
 
@@ -25,14 +26,14 @@ QTimeZone zone() {
 }
 
 CalendarDate start(FaultyDuty::Kind kind) {
-    const int second = kind == FaultyDuty::Kind::always ? 40 : 25;
+    const int second = kind == FaultyDuty::Kind::timetable ? 25 : 40;
     return {.year = 2007, .month = 10, .day = 24, .hour = 9, .minute = 59, .second = second};
 }
 
 std::vector<RehearsalDesk::Setting> settings(FaultyDuty::Kind kind) {
     std::vector<RehearsalDesk::Setting> all = fullRateStereo;
     all.push_back({"MaxTotalTime", 1e8});
-    if (kind == FaultyDuty::Kind::always) {
+    if (kind != FaultyDuty::Kind::timetable) {
         all.push_back({"RecordSwitch", true});
     } else {
         all.push_back(
@@ -40,6 +41,15 @@ std::vector<RehearsalDesk::Setting> settings(FaultyDuty::Kind kind) {
         all.push_back({"ReserveSwitch", true});
     }
     return all;
+}
+
+/// The main thread is busy over a whole loss and return, and longer than the write thread sleeps.
+void loseInputUnseen(RehearsalDesk& desk) {
+    desk.runFor(6.0);
+    desk.hardware.unplug("desk-in");
+    desk.clock.sleep(2.0);
+    desk.hardware.replug("desk-in");
+    desk.clock.sleep(9.0);
 }
 
 std::string joined(const std::vector<std::string>& lines) {
@@ -63,10 +73,13 @@ FaultyDuty::Outcome FaultyDuty::run(const std::string& folder) const {
     desk.controler = std::make_unique<VmControler>(Seams{desk.clock, desk.runLoop, desk.notifications,
                                                          desk.defaults, desk.log, desk.alert, desk.texts,
                                                          desk.hardware, volume, desk.administratorRight});
+    desk.volume.setWriteSeconds(m_kind == Kind::slowDisk ? slowness : 0.0);
     desk.launch();
-    desk.runFor(length);
+    if (m_kind == Kind::relay)
+        loseInputUnseen(desk);
+    desk.runFor(length - static_cast<double>(desk.clock.hostTime()) * 1e-9);
     VmRecorder& recorder = desk.controler->recorder();
-    if (m_kind == Kind::always)
+    if (m_kind != Kind::timetable)
         recorder.recordButton().press(false);
     else
         recorder.reserveButton().press(false);
@@ -95,10 +108,14 @@ std::string FaultyDuty::judge(const std::string& folder, const Outcome& outcome,
     std::string text;
     FrameCensus census;
     census.addFolder(folder + "/record");
-    text += census.complaint();
-    for (const auto& entry : std::filesystem::directory_iterator(folder + "/record"))
-        if (const std::string name = entry.path().filename().string(); !FrameCensus::isRecording(name))
+    for (const auto& entry : std::filesystem::directory_iterator(folder + "/record")) {
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with("VelmoratideUnreadable_")) // put aside, and said: somebody can place it
+            census.addBare(entry.path().string());
+        else if (!FrameCensus::isRecording(name))
             text += name + " is left; ";
+    }
+    text += census.complaint();
     if (outcome.struck < 0.0)
         return text.empty() ? text : text + joined(outcome.lines);
     if (outcome.lines.size() <= usual.lines)
@@ -107,16 +124,18 @@ std::string FaultyDuty::judge(const std::string& folder, const Outcome& outcome,
     // on its way.
     const bool isOver =
         outcome.struck + m_fault.seconds + retryInterval + 1.0 < length - 5.0 || m_fault.seconds == 0.0;
+    const double unsafe = m_kind == Kind::relay      ? 2.0 * writeInterval
+                          : m_kind == Kind::slowDisk ? writeInterval + 2.0 * slowness
+                                                     : writeInterval;
     const std::int64_t safe =
-        isOver ? usual.end
-               : std::min<std::int64_t>(usual.end, std::llround((outcome.struck - writeInterval) * rate));
+        isOver ? usual.end : std::min<std::int64_t>(usual.end, std::llround((outcome.struck - unsafe) * rate));
     if (safe > usual.first && census.first() != usual.first)
         text += "begins at frame " + std::to_string(census.first()) + " instead of " +
                 std::to_string(usual.first) + "; ";
     if (census.end() < safe - 2)
         text += "ends at frame " + std::to_string(census.end()) + " instead of " + std::to_string(safe) + "; ";
     for (const FrameCensus::Run& gap : census.gaps())
-        if (gap.first < safe)
+        if (gap.first < safe && (gap.first != usual.gapFirst || gap.end != usual.gapEnd))
             text +=
                 "lost " + std::to_string(gap.frames()) + " frames from " + std::to_string(gap.first) + " on; ";
     if (text.empty())
@@ -131,8 +150,15 @@ FaultyDuty::Usual FaultyDuty::usual(Kind kind) {
     const Outcome outcome = duty.run(folder.path());
     FrameCensus census;
     census.addFolder(folder.path() + "/record");
-    EXPECT_EQ(census.complaintOfGaps(), "");
-    return {outcome.counts, census.first(), census.end(), outcome.lines.size()};
+    EXPECT_EQ(census.complaint(), "");
+    const auto gaps = census.gaps();
+    EXPECT_EQ(gaps.size(), kind == Kind::relay ? 1U : 0U);
+    return {.counts = outcome.counts,
+            .first = census.first(),
+            .end = census.end(),
+            .lines = outcome.lines.size(),
+            .gapFirst = gaps.empty() ? 0 : gaps[0].first,
+            .gapEnd = gaps.empty() ? 0 : gaps[0].end};
 }
 
 std::string FaultyDuty::complaint(const Usual& usual) const {

@@ -12,6 +12,8 @@ class FaultyDuty {
 public:
     enum class Kind {
         always,   ///< across a full hour
+        slowDisk, ///< the same, where each block takes seconds to reach the disk
+        relay,    ///< sound of the next file has come into the one before when the main thread wakes up
         timetable ///< an entry that ends five seconds before the duty
     };
     /// What a duty without fault is.
@@ -19,7 +21,9 @@ public:
         std::array<int, NthFaultVolume::operations> counts{};
         std::int64_t first = 0; ///< device frame
         std::int64_t end = 0;
-        std::size_t lines = 0; ///< of the system log
+        std::size_t lines = 0;     ///< of the system log
+        std::int64_t gapFirst = 0; ///< what the input itself did not hear; device frames
+        std::int64_t gapEnd = 0;
     };
 
     FaultyDuty(Kind kind, const NthFaultVolume::Fault& fault) : m_kind(kind), m_fault(fault) {}

@@ -60,6 +60,12 @@ public:
         if (bytes.size() > soundAt)
             readSound(std::filesystem::path(path).filename().string(), bytes);
     }
+    /// Bare samples, as sound lies in a file that was put aside.
+    void addBare(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        readSound(std::filesystem::path(path).filename().string(), std::string(soundAt, '\0') + bytes);
+    }
 
     static bool isRecording(const std::string& name) {
         return name.starts_with(SoundFileNames::headerString) && name.ends_with(".aif");
