@@ -1,9 +1,11 @@
 #include "app/Application.h"
 
+#include "app/ConsoleUser.h"
 #include "app/DemonstrationDesk.h"
 #include "app/RecordForDuty.h"
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
+#include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
 #include "app/window/QtAlert.h"
 #include "audio/hardware/pulse/PulseHardware.h"
@@ -13,6 +15,7 @@
 #include "base/HeadlessAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
+#include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "storage/Paths.h"
@@ -83,6 +86,7 @@ Application::Application(CommandLine line, QCoreApplication& qt, TerminationSign
       m_volume(std::make_unique<PosixVolume>()) {}
 
 Application::~Application() {
+    m_logBook.reset();
     m_window.reset();
     m_recordFor.reset();
     m_controler.reset();
@@ -252,8 +256,17 @@ void Application::showWindow() {
     };
     m_window = std::make_unique<MainWindow>(controls, m_texts, mayClose,
                                             [&recorder](bool shown) { recorder.setShown(shown); });
+    m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
+                         [this] { showLogBook(); });
     m_qtAlert->setParentWindow(m_window.get());
     m_window->show();
+}
+
+void Application::showLogBook() {
+    if (m_logBook == nullptr)
+        m_logBook = std::make_unique<LogBookWindow>(*m_volume, m_texts,
+                                                    [this] { return m_controler->dutylog().logBookPath(); });
+    m_logBook->present();
 }
 
 int Application::runDuty() {
@@ -273,7 +286,8 @@ int Application::runDuty() {
     });
     m_controler = std::make_unique<VmControler>(Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log,
                                                       *m_alert, m_texts, *m_hardware, *m_volume,
-                                                      m_administratorRight, usualSoundFolders()});
+                                                      m_administratorRight, usualSoundFolders(),
+                                                      ConsoleUser::name()});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else

@@ -16,6 +16,7 @@
 #include <vector>
 
 class AudioHardware;
+class LogBookWindow;
 class MainWindow;
 class QCoreApplication;
 class QtAlert;
@@ -49,6 +50,7 @@ private:
     bool refuse(int exitCode, const std::string& text);
     int runDuty();
     void showWindow();
+    void showLogBook();
 
     const CommandLine m_line;
     QCoreApplication& m_qt;
@@ -72,6 +74,7 @@ private:
     std::unique_ptr<Alert> m_alert;
     std::unique_ptr<VmControler> m_controler;
     std::unique_ptr<MainWindow> m_window;
+    std::unique_ptr<LogBookWindow> m_logBook; // once it was asked for
     std::unique_ptr<RecordForDuty> m_recordFor;
     NotificationCenter::Observation m_finishedFiles;
 };

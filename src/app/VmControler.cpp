@@ -7,6 +7,7 @@
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
+#include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserveList.h"
@@ -15,6 +16,7 @@
 
 void VmControler::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("AuthorizationRequired", false);
+    VmDutyLog::registerDefaults(defaults);
     VmMechanic::registerDefaults(defaults);
     VmReserver::registerDefaults(defaults);
     VmReserveList::registerDefaults(defaults);
@@ -25,6 +27,7 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
 
 VmControler::VmControler(const Seams& seams)
     : m_seams(seams), m_authorization(seams.defaults.boolForKey("AuthorizationRequired")) {
+    m_dutylog = std::make_unique<VmDutyLog>(*this);
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
     m_reserver = std::make_unique<VmReserver>(*this);
     m_reservelist = std::make_unique<VmReserveList>(*this);
@@ -83,6 +86,7 @@ void VmControler::saveUserDefaults() {
     m_mechanic->saveUserDefaults();
     m_reserver->saveUserDefaults();
     m_reservelist->saveUserDefaults();
+    m_dutylog->saveUserDefaults();
     m_devicer->saveUserDefaults();
     m_seams.defaults.synchronize();
 }

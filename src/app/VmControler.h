@@ -5,6 +5,7 @@
 #include <memory>
 
 class VmDevice;
+class VmDutyLog;
 class VmLevelMeter;
 class VmMechanic;
 class VmRecorder;
@@ -25,6 +26,7 @@ public:
 
     const Seams& seams() const { return m_seams; }
     VmDevice& devicer() const { return *m_devicer; }
+    VmDutyLog& dutylog() const { return *m_dutylog; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmRecorder& recorder() const { return *m_recorder; }
@@ -46,6 +48,7 @@ private:
 
     const Seams m_seams;
     bool m_authorization = false;
+    std::unique_ptr<VmDutyLog> m_dutylog; // first: the threads of all others report to it
     std::unique_ptr<VmMechanic> m_mechanic;
     std::unique_ptr<VmReserver> m_reserver;
     std::unique_ptr<VmReserveList> m_reservelist;

@@ -28,4 +28,5 @@ struct Seams {
     AdministratorRight& administratorRight;
     /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
     std::vector<std::string> soundFolders{};
+    std::string consoleUser = {}; ///< the name of whoever is logged in at the machine
 };

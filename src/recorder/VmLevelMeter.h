@@ -1,6 +1,7 @@
 // recorder/VmLevelMeter.h — the input level as a number and as a column of lamps.
 #pragma once
 #include "audio/hardware/AudioHardware.h"
+#include "base/Clock.h"
 #include "base/Controls.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
@@ -51,6 +52,11 @@ public:
     /// thread looks at it then, not twenty times a second.
     bool takeCrossing() noexcept { return m_crossed.exchange(false, std::memory_order_acquire); }
 
+    // Main thread
+    /// When the level first came up to the watched one since the last call, however busy the main thread was
+    /// meanwhile; 0 when it did not.
+    HostTime takeRise() noexcept { return m_risen.exchange(0, std::memory_order_acquire); }
+
     // Any thread
     /// The level that `takeCrossing` watches.
     void watchLevel(int level) noexcept { m_watched.store(level, std::memory_order_relaxed); }
@@ -61,7 +67,7 @@ public:
 
 private:
     int levelOfSnapshot() const noexcept;
-    void noteCrossing() noexcept;
+    void noteCrossing(HostTime captured) noexcept;
 
     static constexpr double tick = 0.05; ///< seconds
     /// While nobody sees the level and nothing depends on it, only the state machine needs a tick.
@@ -76,6 +82,7 @@ private:
     bool m_wasOver = false;            // I/O thread
     std::atomic<int> m_watched{0};
     std::atomic<bool> m_crossed{false};
+    std::atomic<HostTime> m_risen{0};
     int m_lastNum = 0;
     int m_maxNum = 0;
     int m_maxCount = 0;

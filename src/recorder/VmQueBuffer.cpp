@@ -188,6 +188,13 @@ unsigned VmQueBuffer::clearDataWithLeftLengthFloat32(unsigned samples) noexcept 
     return samples * 4;
 }
 
+void VmQueBuffer::clearDataBefore(std::uint64_t position) noexcept {
+    const std::uint64_t committed = m_committed.load(std::memory_order_acquire);
+    const std::uint64_t oldest = firstHeld(m_read.load(std::memory_order_relaxed), committed);
+    if (position > oldest)
+        advanceRead(oldest, std::min(position, committed));
+}
+
 unsigned VmQueBuffer::remain() const noexcept {
     const std::uint64_t read = m_read.load(std::memory_order_acquire);
     const std::uint64_t committed = m_committed.load(std::memory_order_acquire);

@@ -71,6 +71,9 @@ public:
     void clearData() noexcept;
     /// Keeps the newest `samples` only; returns the bytes held afterwards. Holding fewer, it changes nothing.
     unsigned clearDataWithLeftLengthFloat32(unsigned samples) noexcept;
+    /// Forgets the samples before `position`. Unlike a count of the newest, it means the same whatever comes in
+    /// meanwhile.
+    void clearDataBefore(std::uint64_t position) noexcept;
 
     // Any thread
     unsigned empty() const noexcept KA_REALTIME { return queLength() - remain(); }

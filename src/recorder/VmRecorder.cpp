@@ -4,6 +4,7 @@
 #include "audio/VmDevice.h"
 #include "base/Alert.h"
 #include "base/Clock.h"
+#include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "base/Texts.h"
@@ -35,7 +36,7 @@ VmRecorder::VmRecorder(VmControler& controler)
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
-    m_reserveButton.setOn(defaults.boolForKey("ReserveSwitch"));
+    m_reserveButton.setOn(defaults.boolForKey("ReserveSwitch") && !m_recordButton.isOn());
     setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
     readMarkerDefaults();
 
@@ -110,14 +111,15 @@ void VmRecorder::stopRecording() {
     const StreamMoment stop = stopMoment();
     crossBoundariesBefore(stop);
     if (m_writeFile != nullptr)
-        _stopRecording(stop);
+        _stopRecording(stop, m_sleepinDate ? "RecordingSleep" : "RecordingStop");
 }
 
 void VmRecorder::restartRecording(const StreamMoment& seam) {
     m_actionMethod = 1;
-    _stopRecording(seam);
+    _stopRecording(seam, "RecordingStop");
     if (!m_beginWith)
         m_beginWith = seam;
+    m_isSeam = true;
     if (!_startRecording())
         setCondition(RecordCondition::standingBy);
 }
@@ -126,6 +128,7 @@ bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
     rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
     StreamMoment begin = present();
+    const bool continues = m_goOn || m_beginWith;
     if (m_goOn) {
         begin = *m_goOn;
         m_beginWith.reset();
@@ -142,16 +145,16 @@ bool VmRecorder::_startRecording() {
     }
     if (m_goOn)
         reportInterruption(*std::exchange(m_goOn, std::nullopt), m_recordStartDate);
+    const std::int64_t carried = takeOverRecord();
+    m_workFiles.retryInformation();
     m_workFiles.noteStart(m_recordStartDate);
     m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
     if (!m_controler.mechanic().makeSecureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels)))
         say("SomeErrorHappen", "VmMechanic: no enough disk space for record.");
-    const std::int64_t carried =
-        m_overRecordBytes == 0 ? 0 : m_workFiles.relay().addOverRecordData(*m_writeFile);
-    m_overRecordBytes = 0;
     m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels},
                      {carried, m_overRecordFrame});
-    m_boundaryDate = boundaryAfter(m_recordStartDate);
+    // A full hour that had passed when the level asked for the file does not cut off what came before it.
+    m_boundaryDate = boundaryAfter(continues ? m_recordStartDate : now());
     planBoundary();
     seams.notifications.postLogEvent("RecordingStart");
     return true;
@@ -159,7 +162,9 @@ bool VmRecorder::_startRecording() {
 
 bool VmRecorder::createFile(const StreamMoment& begin) {
     const double rate = m_controler.devicer().recordSampleRate();
-    std::int64_t first = m_pipeline.prepare(begin.frame);
+    const bool isSeam = std::exchange(m_isSeam, false);
+    const auto ratio = static_cast<unsigned>(rate / sampleRate());
+    std::int64_t first = m_pipeline.prepare(begin.frame, ratio);
     const std::int64_t behindSeam = begin.frame - m_overRecordFrame;
     if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {
         first = m_overRecordFrame; // what the queue does not hold any more is in the relay file
@@ -170,8 +175,12 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
             m_workFiles.rescueRelayFile();
         m_overRecordBytes = 0;
     }
-    if (m_goOn)
-        m_dutyFrames.captured += std::max<std::int64_t>(first - m_goOn->frame, 0);
+    const std::int64_t lost = std::max<std::int64_t>(first - begin.frame, 0);
+    if (m_goOn || isSeam)
+        m_dutyFrames.captured += lost;
+    if (!m_goOn && lost > static_cast<std::int64_t>(ratio) && isSeam)
+        say("SomeErrorHappen",
+            formatted("VmRecorder: sound que buffer overflow %lld bytes.", static_cast<long long>(lost) * 8));
     const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);
     m_recordStartDate = begin.date.addingSeconds(later);
     m_label = fileLabel();
@@ -184,10 +193,10 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     return !m_startFailed;
 }
 
-void VmRecorder::_stopRecording(const StreamMoment& stop) {
+void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
     const Seams& seams = m_controler.seams();
     m_boundary.reset();
-    m_recordStopDate = std::max(m_sleepinDate.value_or(stop.date), m_recordStartDate);
+    m_recordStopDate = std::max(stop.date, m_recordStartDate);
     m_fixedLength.reset();
     m_secondCount = m_recordStopDate.secondsSince(m_recordStartDate);
     const WritePipeline::Account account = m_pipeline.finish(stop.frame, m_secondCount);
@@ -198,14 +207,12 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     m_secondCount = static_cast<double>(account.frames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
-    if (account.unwrittenFrames > 0) {
-        const double rate = m_controler.devicer().recordSampleRate();
-        m_recordStopDate = m_recordStartDate.addingSeconds(
-            static_cast<double>(account.frames - account.unwrittenFrames) / rate);
-        if (m_interruption)
-            m_interruption->from = {m_pipeline.startFrame() + account.frames - account.unwrittenFrames,
-                                    m_recordStopDate};
-    }
+    const std::int64_t lacking = std::max(account.unwrittenFrames, account.missingFrames);
+    if (lacking > 0) // the name tells of the sound that is there
+        m_recordStopDate = m_recordStartDate.addingSeconds(static_cast<double>(account.frames - lacking) /
+                                                           m_controler.devicer().recordSampleRate());
+    if (account.unwrittenFrames > 0)
+        noteUnwritten({m_pipeline.startFrame() + account.frames - account.unwrittenFrames, m_recordStopDate});
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
     m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
@@ -213,7 +220,7 @@ void VmRecorder::_stopRecording(const StreamMoment& stop) {
     m_dutyFrames.captured += account.frames - account.unwrittenFrames;
     m_dutyFrames.written += static_cast<std::int64_t>(m_lastWrite) / (2 * m_label.channels) * ratio;
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label);
-    seams.notifications.postLogEvent(m_sleepinDate ? "RecordingSleep" : "RecordingStop");
+    seams.notifications.postLogEvent(event);
     if (!path.empty())
         seams.notifications.post(
             {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
@@ -281,7 +288,8 @@ std::string VmRecorder::whichHeaderString() const {
 }
 
 double VmRecorder::dataSize() const {
-    const double seconds = condition() == RecordCondition::recording
+    // The stop of a file is told while the condition still says that one is recorded.
+    const double seconds = m_writeFile != nullptr
                                ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
                                : m_secondCount;
     return seconds * sampleRate() * m_channels * 2.0;

@@ -118,6 +118,8 @@ public:
     void deleteProgressSoundFile() { m_workFiles.progress().deleteProgressSoundFile(); }
     /// The computed end of the recording that was rescued last; 0 when none was.
     Date lastCrashDate() const { return m_workFiles.lastCrashDate(); }
+    /// The end of a recording that a crash left behind and nobody rescued yet; 0 when there is none.
+    Date leftoverEndDate() const { return m_workFiles.leftoverEndDate(); }
     /// The machine goes to sleep: the file that is open is finished first.
     void willSleepHandle();
     void didWakeHandle();
@@ -187,6 +189,8 @@ public:
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
+    int preBufferSec() const { return m_preBufferSec; } ///< seconds kept from before the start of auto mode
+    int delayTime() const { return m_delayTime; }       ///< seconds of quiet after which auto mode stops
     /// True when the last start or stop of a file failed.
     bool writeThreadError() const { return m_pipeline.writeThreadError() || m_startFailed; }
 
@@ -229,8 +233,10 @@ private:
     /// of the other.
     void restartRecording(const StreamMoment& seam);
     bool _startRecording();
-    void _stopRecording(const StreamMoment& stop);
+    void _stopRecording(const StreamMoment& stop, const char* event);
     bool createFile(const StreamMoment& begin);
+    /// Puts what the relay file holds into the new file; returns its bytes.
+    std::int64_t takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
     StreamMoment present() const { return momentAt(now()); }
     StreamMoment momentAt(Date date) const;
@@ -269,6 +275,7 @@ private:
     void showReserve(const std::string& name, const char* timeKey, int secondOfDay);
     void takeFormat(const VmReserverElement& element);
 
+    bool hasRisen();
     void recordON();
     void recordOFF();
     void setCondition(RecordCondition condition);
@@ -293,6 +300,7 @@ private:
     /// Stops for an emergency, and goes on with frame `from` as soon as a file can be written.
     void interrupt(const StreamMoment& from);
     void retryDisk();
+    void noteUnwritten(const StreamMoment& from);
     void endInterruption();
     void reportInterruption(const StreamMoment& from, Date end, const char* what = "goes on");
     void lookAtClock();
@@ -343,6 +351,7 @@ private:
     HostTime m_holesReported = 0;
     /// Sound from here on belongs to a recording that begins at the next tick.
     std::optional<StreamMoment> m_beginWith;
+    bool m_isSeam = false; // the next file goes on where the last one ends
 
     /// An end of the open file that is known ahead. It follows the clocks until its sound is about to come.
     struct PlannedEnd {

@@ -14,6 +14,8 @@
 #include <cmath>
 
 namespace {
+constexpr double tickTime = 0.2; ///< seconds within which the main thread usually looks
+
 std::string clockText(double seconds) {
     const auto whole = static_cast<long>(std::max(seconds, 0.0));
     return formatted("%ld:%02ld'%02ld\"", whole / 3600, whole / 60 % 60, whole % 60);
@@ -124,6 +126,8 @@ void VmRecorder::finishForTermination() {
     resetCondition();
     m_recordTimer.reset();
     m_retryTimer.reset();
+    if (m_overRecordBytes != 0)
+        m_workFiles.rescueRelayFile();
     if (m_interruption)
         reportInterruption(m_interruption->from, now(), "ends");
 }
@@ -206,8 +210,22 @@ void VmRecorder::setCondition(RecordCondition condition) {
     dispRecordTime();
 }
 
+bool VmRecorder::hasRisen() {
+    // What the I/O thread noticed since the last look. Usually that is this very tick; when the main thread was
+    // busy, a burst may have come and gone.
+    const HostTime risen = m_controler.meter().takeRise();
+    const HostTime now = m_controler.seams().clock.hostTime();
+    if (risen == 0 || m_recordMode != 1 || condition() == RecordCondition::recording)
+        return false;
+    if (!m_beginWith && now - risen > hostTimeFromSeconds(tickTime)) {
+        const double before = static_cast<double>(now - risen) * 1e-9 + m_preBufferSec;
+        m_beginWith = momentAt(this->now().addingSeconds(-before));
+    }
+    return true;
+}
+
 void VmRecorder::resetCondition() {
-    const bool levelReached = inputLevel() >= m_autoLevel;
+    const bool levelReached = inputLevel() >= m_autoLevel || hasRisen();
     const bool decides = condition() == RecordCondition::recording && m_recordMode == 1 && !levelReached;
     const RecordTransition transition =
         recordTransition(condition(), {.asleep = m_sleepinDate.has_value(),

@@ -9,6 +9,7 @@
 #include "storage/VmMechanic.h"
 
 #include <cmath>
+#include <limits>
 #include <utility>
 
 // --- a disk that cannot be written ---------------------------------------------------------------------------
@@ -66,6 +67,13 @@ void VmRecorder::retryDisk() {
     }
 }
 
+void VmRecorder::noteUnwritten(const StreamMoment& from) {
+    if (m_interruption)
+        m_interruption->from = from;
+    else if (!m_recordState) // a last block that nobody tries again
+        m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
+}
+
 void VmRecorder::endInterruption() {
     if (!m_interruption)
         return;
@@ -96,6 +104,9 @@ void VmRecorder::lookAtClock() {
     if (std::abs(by) < jump)
         return;
     say("SomeReportHappen", formatted("VmRecorder: the clock was set by %.1fseconds.", by));
+    m_waitingSince = now();
+    if (m_scheduleEnd)
+        m_scheduleEnd->time = std::numeric_limits<HostTime>::max(); // it follows the new clock
     if (m_delayCount)
         m_delayCount = m_delayCount->addingSeconds(by);
     if (condition() != RecordCondition::recording)

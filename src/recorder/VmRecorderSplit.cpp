@@ -57,7 +57,7 @@ void VmRecorder::follow(std::optional<PlannedEnd>& planned, Date date) const {
 
 void VmRecorder::planAgain() {
     m_boundaryDate = boundaryAfter(now());
-    if (m_boundary && m_boundary->time - m_controler.seams().clock.hostTime() > hostTimeFromSeconds(settleTime))
+    if (m_boundary && m_boundary->time > m_controler.seams().clock.hostTime()) // the write thread is before it
         m_boundary.reset();
     planBoundary();
 }
@@ -102,9 +102,11 @@ void VmRecorder::planBoundary() {
 }
 
 void VmRecorder::crossBoundariesBefore(const StreamMoment& stop) {
+    const int method = m_actionMethod;
     // They may have passed since anybody looked.
     while (m_boundary && condition() == RecordCondition::recording && stop.frame > m_boundary->moment.frame)
         restartRecording(m_boundary->moment);
+    m_actionMethod = method;
 }
 
 void VmRecorder::crossBoundary() {
@@ -113,6 +115,19 @@ void VmRecorder::crossBoundary() {
     const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
     if ((isCaptured || isLate) && m_boundary->moment.frame < ownEnd())
         restartRecording(m_boundary->moment);
+}
+
+std::int64_t VmRecorder::takeOverRecord() {
+    if (m_overRecordBytes == 0)
+        return 0;
+    m_overRecordBytes = 0;
+    const std::int64_t carried = m_workFiles.relay().addOverRecordData(*m_writeFile);
+    if (carried == 0) {
+        m_workFiles.rescueRelayFile();
+        const double later = static_cast<double>(m_pipeline.startFrame() - m_overRecordFrame);
+        m_recordStartDate = m_recordStartDate.addingSeconds(later / m_controler.devicer().recordSampleRate());
+    }
+    return carried;
 }
 
 void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {

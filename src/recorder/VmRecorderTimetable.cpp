@@ -12,6 +12,8 @@
 #include "schedule/VmReserverElement.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 // --- switch --------------------------------------------------------------------------------------------------
 
@@ -111,7 +113,7 @@ void VmRecorder::recordTimerPeriodic() {
 }
 
 void VmRecorder::startReserveRecordWithElement(const VmReserverElement& element) {
-    constexpr double reach = 2.0; // seconds: the timer looks once a second
+    constexpr double reach = 79.0; // seconds: what the queue holds. A slow stop makes the timer look late
     const VmReserver& reserver = m_controler.reserver();
     m_modeTimer = false;
     m_recordMode = element.mode() == 0 ? 0 : 1;
@@ -123,9 +125,10 @@ void VmRecorder::startReserveRecordWithElement(const VmReserverElement& element)
     m_scheduleEnd = PlannedEnd{};
     m_scheduleEnd->time = std::numeric_limits<HostTime>::max();
     const Date due = std::min(std::max(reserver.startDate(element), m_waitingSince), m_timerStartDate);
+    const bool goesOn = std::abs(m_recordStopDate.secondsSince(due)) < 0.5 && inputLevel() >= m_autoLevel;
     recordON();
     dispRecordMode();
-    if (m_recordMode == 0 && m_timerStartDate.secondsSince(due) < reach)
+    if ((m_recordMode == 0 || goesOn) && m_timerStartDate.secondsSince(due) < reach)
         m_beginWith = momentAt(due);
     resetCondition();
     m_beginWith.reset();
@@ -188,7 +191,9 @@ void VmRecorder::didWakeHandle() {
     if (!m_sleepinDate)
         return;
     m_sleepinDate.reset();
-    if (m_recordState && !m_modeTimer) {
+    if (m_recordTimer != nullptr)
+        recordTimerPeriodic(); // an entry may have ended or begun meanwhile
+    if (m_recordState && !m_modeTimer && !m_inputLoss && condition() != RecordCondition::recording) {
         m_beginWith = present(); // what was heard before the sleep belongs to no recording any more
         startRecording();
         m_beginWith.reset();

@@ -1,11 +1,13 @@
 #include "recorder/WorkFiles.h"
 
 #include "base/Clock.h"
+#include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/Seams.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "storage/Paths.h"
+#include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -13,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <span>
@@ -20,6 +23,11 @@
 namespace {
 constexpr std::int64_t soundDataOffset = 4096;
 constexpr std::size_t informationRoom = 4080 - 256; // up to the sound chunk
+
+/// Of the sound in a file of `size` bytes, rounded to the nearest second.
+std::int64_t wholeSeconds(std::int64_t size, double rate, int channels) {
+    return static_cast<std::int64_t>(static_cast<double>(size - soundDataOffset) * 0.5 / rate / channels + 0.5);
+}
 } // namespace
 
 WorkFiles::WorkFiles(const Seams& seams, VmMechanic& mechanic)
@@ -37,7 +45,9 @@ void WorkFiles::noteStart(Date start) {
     m_defaults.set("WriteStartTempFile", text);
     m_defaults.synchronize();
     // Into the file as well: settings that could not be written would give it the start of another one.
-    const std::string note = std::string(SoundFileNames::headerString) + text + "~";
+    // With the offset from UTC, since an hour of local time may come twice.
+    const std::string note = std::string(SoundFileNames::headerString) + text + "~" +
+                             formatted("%+d", m_clock.calendarDate(start).utcOffset);
     const auto file = m_mechanic.openTempFile();
     if (file == nullptr ||
         file->writeAt(informationOffset, std::as_bytes(std::span(note.c_str(), note.size() + 1))) != 0)
@@ -56,14 +66,23 @@ std::string WorkFiles::informationText(Date start, Date stop, const Label& label
     return text.append(option);
 }
 
-bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate, Date stopDate,
-                                         const Label& label, std::string_view option) {
-    std::string text = informationText(startDate, stopDate, label, option);
+bool WorkFiles::writeInformation(const std::string& path, std::string text) {
     text.resize(std::min(text.size(), informationRoom - 1));
     const auto file = m_volume.openForUpdating(path);
-    if (file != nullptr &&
-        file->writeAt(informationOffset, std::as_bytes(std::span(text.c_str(), text.size() + 1))) == 0 &&
-        file->synchronize() == 0)
+    return file != nullptr &&
+           file->writeAt(informationOffset, std::as_bytes(std::span(text.c_str(), text.size() + 1))) == 0 &&
+           file->synchronize() == 0;
+}
+
+void WorkFiles::retryInformation() {
+    std::erase_if(m_uninformed, [this](const auto& each) {
+        return !m_volume.exists(each.first) || writeInformation(each.first, each.second);
+    });
+}
+
+bool WorkFiles::writeInformationWithPath(const std::string& path, Date startDate, Date stopDate,
+                                         const Label& label, std::string_view option) {
+    if (writeInformation(path, informationText(startDate, stopDate, label, option)))
         return true;
     const std::string message = "VmRecorder: record information write error.";
     m_log.log(message);
@@ -109,9 +128,12 @@ std::string WorkFiles::finish(Date start, Date stop, const Label& label) {
         removeEmpty(m_mechanic.temporaryFilePath());
         return {};
     }
+    // Before the new name: a crash in between then costs nothing of it.
+    const std::string temporary = m_mechanic.temporaryFilePath();
+    const bool isInformed = writeInformationWithPath(temporary, start, stop, label, "");
     const std::string path = moveToFinalName(start, stop, label);
-    if (!path.empty())
-        writeInformationWithPath(path, start, stop, label, "");
+    if (!isInformed && !path.empty())
+        m_uninformed[path] = informationText(start, stop, label, "");
     return path;
 }
 
@@ -122,25 +144,33 @@ std::string WorkFiles::startNotedInTempFile() const {
         return {};
     const std::string_view text(bytes.data(), strnlen(bytes.data(), bytes.size()));
     const std::string_view header = SoundFileNames::headerString;
-    const auto end = text.find('~');
-    if (!text.starts_with(header) || end == std::string_view::npos)
-        return {};
-    return std::string(text.substr(header.size(), end - header.size()));
+    return text.starts_with(header) ? std::string(text.substr(header.size())) : std::string();
 }
 
 bool WorkFiles::startOfTempFile(Date& start) const {
     return startFromText(startNotedInTempFile(), start) ||
-           startFromText(m_defaults.stringForKey("WriteStartTempFile"), start);
+           startFromText(m_defaults.stringForKey("WriteStartTempFile") + "~", start);
 }
 
 bool WorkFiles::startFromText(const std::string& text, Date& start) const {
-    CalendarDate local;
-    int length = 0;
-    if (std::sscanf(text.c_str(), "%4d%2d%2d_%2d%2d%2d%n", &local.year, &local.month, &local.day, &local.hour,
-                    &local.minute, &local.second, &length) != 6 ||
-        static_cast<std::size_t>(length) != text.size())
+    constexpr std::string_view shape = "dddddddd_dddddd~";
+    if (text.size() < shape.size())
         return false;
+    for (std::size_t i = 0; i < shape.size(); ++i)
+        if (shape[i] == 'd' ? (text[i] < '0' || text[i] > '9') : text[i] != shape[i])
+            return false;
+    CalendarDate local;
+    int offset = 0;
+    const int fields = std::sscanf(text.c_str(), "%4d%2d%2d_%2d%2d%2d~%d", &local.year, &local.month,
+                                   &local.day, &local.hour, &local.minute, &local.second, &offset);
     start = m_clock.dateFromLocal(local);
+    // A date that is none carries over into another one.
+    if (local.year < 1970 || m_clock.format(start, "%Y%m%d_%H%M%S~") != text.substr(0, shape.size()))
+        return false;
+    const bool hasOffset = fields == 7 && (text[shape.size()] == '+' || text[shape.size()] == '-');
+    const double second = m_clock.calendarDate(start).utcOffset - offset;
+    if (hasOffset && std::abs(second) <= 7200.0) // the later one of two equal times
+        start = start.addingSeconds(second);
     return true;
 }
 
@@ -183,6 +213,28 @@ void WorkFiles::rescueRelayFile() {
         putAside(path, "sound between two recordings cannot be placed");
 }
 
+Date WorkFiles::leftoverEndDate() const {
+    const auto size = m_volume.fileSize(m_mechanic.temporaryFilePath());
+    Date start;
+    if (!size || *size <= soundDataOffset || !startOfTempFile(start))
+        return {};
+    const auto opened = SoundFile::openForReading(m_volume, m_mechanic.temporaryFilePath());
+    if (opened.file == nullptr)
+        return {};
+    const double rate = opened.file->rate();
+    return start.addingSeconds(
+        static_cast<double>(wholeSeconds(*size, rate, static_cast<int>(opened.file->channels()))));
+}
+
+bool WorkFiles::isOwnHeader(const std::string& path, std::int64_t size) const {
+    if (size == 0)
+        return true;
+    std::array<char, 4> begin{};
+    const auto file = m_volume.openForReading(path);
+    return file != nullptr && file->readAt(0, std::as_writable_bytes(std::span(begin))) == 4 &&
+           std::string_view(begin.data(), begin.size()) == "FORM";
+}
+
 std::string WorkFiles::rescueTempFile(const Label& label) {
     const std::string temporary = m_mechanic.temporaryFilePath();
     const auto size = m_volume.fileSize(temporary);
@@ -190,7 +242,10 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
         return {};
     removeOtherNames();
     if (*size <= soundDataOffset) {
-        removeEmpty(temporary);
+        if (isOwnHeader(temporary, *size))
+            removeEmpty(temporary);
+        else
+            putAside(temporary, "last recording file cannot be read");
         return {};
     }
     // The file knows its own form better than settings that may have changed since.
@@ -204,8 +259,7 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
         putAside(temporary, "last recording file cannot be read");
         return {};
     }
-    const auto seconds =
-        static_cast<std::int64_t>(static_cast<double>(*size - soundDataOffset) * 0.5 / rate / channels + 0.5);
+    const std::int64_t seconds = wholeSeconds(*size, rate, channels);
     Date start;
     if (!startOfTempFile(start))
         start = m_clock.now().addingSeconds(-static_cast<double>(seconds));
@@ -214,11 +268,11 @@ std::string WorkFiles::rescueTempFile(const Label& label) {
     rescued.sampleRate = static_cast<int>(rate);
     rescued.channels = channels;
     rescued.scheduleName.clear();
+    writeInformationWithPath(temporary, start, stop, rescued, "*");
     const std::string path = moveToFinalName(start, stop, rescued);
     if (path.empty())
         return {};
     m_lastCrashDate = stop;
-    writeInformationWithPath(path, start, stop, rescued, "*");
     m_notifications.postLogEvent("SomeReportHappen", "VmRecorder: last recording file is rescued.");
     return path;
 }

@@ -4,6 +4,7 @@
 #include "recorder/ProgressFile.h"
 #include "recorder/RelayFile.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -48,10 +49,15 @@ public:
     /// Keeps sound that a crash left in the relay file, under a name that says so: it fits no recording.
     void rescueRelayFile();
 
+    /// Writes the record information that could not be written when its file was finished.
+    void retryInformation();
+
     ProgressFile& progress() { return m_progress; }
     RelayFile& relay() { return m_relay; }
     /// The computed end of the last rescued recording; 0 when none was rescued.
     Date lastCrashDate() const { return m_lastCrashDate; }
+    /// What it will be when the temporary file that lies there is rescued; 0 when there is none to rescue.
+    Date leftoverEndDate() const;
 
     /// The text that goes to `informationOffset`.
     std::string informationText(Date start, Date stop, const Label& label, std::string_view option) const;
@@ -66,6 +72,8 @@ private:
     bool startFromText(const std::string& text, Date& start) const;
     void putAside(const std::string& path, const std::string& what);
     void removeOtherNames();
+    bool writeInformation(const std::string& path, std::string text);
+    bool isOwnHeader(const std::string& path, std::int64_t size) const;
     void removeEmpty(const std::string& temporary);
 
     Clock& m_clock;
@@ -77,4 +85,5 @@ private:
     ProgressFile m_progress;
     RelayFile m_relay;
     Date m_lastCrashDate;
+    std::map<std::string, std::string> m_uninformed; // path of a recording, and what it is to say
 };

@@ -80,22 +80,22 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
     return frame - frame % m_format.ratio();
 }
 
-std::int64_t WritePipeline::prepare(std::int64_t wished) {
-    const std::int64_t captured = frameCount();
+std::int64_t WritePipeline::prepare(std::int64_t wished, unsigned ratio) {
+    const auto up = [ratio](std::int64_t frame) { return (frame + ratio - 1) / ratio * ratio; };
     std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
     if (oldest == m_endFrame) // what a failed write has left goes on into the queue
         oldest = pendingFrame();
-    m_startFrame = std::max({wished, oldest, m_firstFreeFrame});
-    const std::int64_t kept = std::max<std::int64_t>(captured - m_startFrame, 0) * 2;
-    m_soundQue->clearDataWithLeftLengthFloat32(static_cast<unsigned>(kept));
-    m_inputCount = static_cast<std::uint64_t>(kept) * sizeof(float);
+    // Down to the file's next frame, so that a recording that goes on at a seam shares its frame with the seam.
+    m_startFrame = std::max({wished - wished % ratio, up(oldest), up(m_firstFreeFrame)});
+    m_soundQue->clearDataBefore(static_cast<std::uint64_t>(m_startFrame) * 2);
+    m_inputCount =
+        static_cast<std::uint64_t>(std::max<std::int64_t>(frameCount() - m_startFrame, 0)) * bytesPerFrame;
     return m_startFrame;
 }
 
 void WritePipeline::start(SoundFile& file, const Format& format, const Carried& carried) {
     m_file = &file;
     m_format = format;
-    m_startFrame = aligned(m_startFrame + format.ratio() - 1);
     const bool isSameForm =
         format.ratio() == m_pendingForm.ratio() && format.channels == m_pendingForm.channels;
     if (m_pending.empty() || m_startFrame != pendingFrame() || !isSameForm) {
@@ -254,6 +254,7 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     const double lastInput =
         static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
+    const std::int64_t missing = std::max<std::int64_t>(m_stopFrame - std::max(frameCount(), m_startFrame), 0);
     const bool isWhole = m_pending.empty() && !m_writeThreadError;
     const std::int64_t unwritten =
         isWhole ? 0 : std::max<std::int64_t>(m_stopFrame - std::max(pendingFrame(), m_startFrame), 0);
@@ -274,6 +275,7 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
             .overflowCount = static_cast<std::int32_t>(overflow),
             .overRecordBytes = m_pending.empty() ? std::min(over * m_format.channels * 2, m_writePos) : 0,
             .frames = m_stopFrame - m_startFrame,
+            .missingFrames = missing,
             .unwrittenFrames = unwritten};
 }
 

@@ -47,6 +47,8 @@ public:
         /// more: whoever goes on with the next file hands them to it.
         std::int64_t overRecordBytes = 0;
         std::int64_t frames = 0; ///< device frames from start to stop
+        /// Device frames at the end that never came.
+        std::int64_t missingFrames = 0;
         /// Device frames at the end that could not be written. They are kept, and the next recording begins
         /// with them if it is asked to.
         std::int64_t unwrittenFrames = 0;
@@ -74,10 +76,10 @@ public:
     void setErrorHandler(std::function<void()> handler) { m_errorHandler = std::move(handler); }
     /// Called on the write thread when a write begins and ends.
     void setActivityHandler(std::function<void(bool)> handler) { m_activityHandler = std::move(handler); }
-    /// Prepares the queue for a recording that is to begin with frame `wished`. Returns the frame with which it
-    /// can begin: a later one where the queue no longer reaches back as far, or where the last recording
-    /// reaches into it.
-    std::int64_t prepare(std::int64_t wished);
+    /// Prepares the queue for a recording with `ratio` device frames for each of its own, that is to begin with
+    /// frame `wished`. Returns the frame with which it can begin, a multiple of the ratio: a later one where
+    /// the queue no longer reaches back as far, or where the last recording reaches into it.
+    std::int64_t prepare(std::int64_t wished, unsigned ratio);
     /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
     void start(SoundFile& file, const Format& format, const Carried& carried);
     void start(SoundFile& file, const Format& format) { start(file, format, Carried{}); }

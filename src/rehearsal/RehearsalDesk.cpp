@@ -65,7 +65,8 @@ RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
     controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
-                                                    hardware, volume, administratorRight, soundFolders});
+                                                    hardware, volume, administratorRight, soundFolders,
+                                                    "rehearsal"});
 }
 
 void RehearsalDesk::launch() {

@@ -38,7 +38,7 @@ public:
         deliveredAtStart = delivered;
         const std::int64_t present = pipeline.frameAt(startTime);
         const auto wished = present - static_cast<std::int64_t>(prior * rate);
-        priorTaken = std::max(0.0, static_cast<double>(present - pipeline.prepare(wished)) / rate);
+        priorTaken = std::max(0.0, static_cast<double>(present - pipeline.prepare(wished, static_cast<unsigned>(rate / fileRate))) / rate);
         file =
             SoundFile::create(volume, folder.path() + "/sound.aif", fileRate, static_cast<unsigned>(channels))
                 .file;

@@ -30,9 +30,11 @@ std::map<std::string, std::string> everything(const Folder& folder) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.folder()))
         if (entry.is_regular_file())
             all[entry.path().lexically_relative(folder.folder())] = Folder::contentsOf(entry.path());
-    std::string& settings = all["settings.json"];
-    for (auto at = settings.find(folder.folder()); at != std::string::npos; at = settings.find(folder.folder()))
-        settings.replace(at, folder.folder().size(), "FOLDER");
+    for (const char* name : {"settings.json", "record/VelmoratideLog.txt"}) { // these name the record folder
+        std::string& text = all[name];
+        for (auto at = text.find(folder.folder()); at != std::string::npos; at = text.find(folder.folder()))
+            text.replace(at, folder.folder().size(), "FOLDER");
+    }
     return all;
 }
 } // namespace
@@ -94,7 +96,7 @@ TEST(RehearseProgramTest, keepsHomeOutOfIt) {
                   Folder::launch(Folder::press(5, "record", true) + "," + Folder::press(9, "record", false)),
                   R"(, "DirectoryPath": "~/tapes")")),
               0);
-    EXPECT_EQ(PosixVolume().list(folder.folder() + "/tapes").size(), 1U);
+    EXPECT_EQ(folder.recordings("tapes").size(), 1U);
 }
 
 TEST(RehearseProgramTest, saysWhatItCannotRehearseYet) {
@@ -233,7 +235,8 @@ TEST(RehearseProgramTest, goesWhereItsFolderWasMoved) {
     std::filesystem::rename(folder.folder(), folder.path("moved"));
     ASSERT_EQ(folder.run("'" + folder.path("scenario.json") + "' --out '" + folder.path("moved") + "'"), 0);
     EXPECT_FALSE(std::filesystem::exists(folder.folder()));
-    const auto recordings = PosixVolume().list(folder.path("moved") + "/record");
+    auto recordings = PosixVolume().list(folder.path("moved") + "/record");
+    std::erase_if(recordings, [](const VolumeEntry& entry) { return VmDutyLog::isLogFile(entry.name); });
     EXPECT_EQ(recordings.size(), 2U);
 }
 
@@ -244,7 +247,7 @@ TEST(RehearseProgramTest, putsARelativeFolderUnderItsOwn) {
                       "," + Folder::launch("", "2026-03-03 09:00:00"),
                   R"(, "DirectoryPath": "tapes/today")")),
               0);
-    EXPECT_EQ(PosixVolume().list(folder.folder() + "/tapes/today").size(), 1U);
+    EXPECT_EQ(folder.recordings("tapes/today").size(), 1U);
     EXPECT_FALSE(std::filesystem::exists(folder.folder() + "/record"));
 }
 

@@ -1,5 +1,6 @@
 // The program velmoratide-rehearse, run by a test into a folder of its own.
 #pragma once
+#include "dutylog/VmDutyLog.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
 #include "support/TemporaryFolder.h"
@@ -107,10 +108,12 @@ public:
                 all.push_back(event["object"].toString().toStdString());
         return all;
     }
-    std::vector<std::string> recordings() const {
+    /// All files of a folder but the log book.
+    std::vector<std::string> recordings(const std::string& recordFolder = "record") const {
         std::vector<std::string> names;
-        for (const VolumeEntry& entry : PosixVolume().list(folder() + "/record"))
-            names.push_back(entry.name);
+        for (const VolumeEntry& entry : PosixVolume().list(folder() + "/" + recordFolder))
+            if (!VmDutyLog::isLogFile(entry.name))
+                names.push_back(entry.name);
         return names;
     }
     std::vector<std::int16_t> samples(const std::string& name) const {

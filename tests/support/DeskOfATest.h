@@ -2,6 +2,7 @@
 #pragma once
 #include "app/VmControler.h"
 #include "audio/VmDevice.h"
+#include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "rehearsal/RehearsalDesk.h"
@@ -50,10 +51,12 @@ public:
         });
     }
     VmRecorder& recorder() { return desk.controler->recorder(); }
+    /// All files of the record folder but the log book.
     std::vector<std::string> recordings() const {
         std::vector<std::string> names;
         for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
-            names.push_back(entry.name);
+            if (!VmDutyLog::isLogFile(entry.name))
+                names.push_back(entry.name);
         return names;
     }
     std::vector<std::int16_t> samples(const std::string& name) const {

@@ -4,9 +4,9 @@
 #include "app/window/RecordTab.h"
 #include "base/Texts.h"
 
+#include <QAction>
 #include <QBoxLayout>
 #include <QCloseEvent>
-#include <QKeySequence>
 #include <QShortcut>
 #include <utility>
 
@@ -21,6 +21,15 @@ MainWindow::MainWindow(const RecordTabControls& controls, const Texts& texts, st
     layout->addWidget(new RecordTab(controls, texts));
     auto* quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
     connect(quit, &QShortcut::activated, this, [this] { close(); });
+}
+
+void MainWindow::addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command) {
+    auto* action = new QAction(text, this);
+    action->setShortcut(keys);
+    action->setShortcutVisibleInContextMenu(true);
+    connect(action, &QAction::triggered, this, std::move(command));
+    addAction(action);
+    setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 
 void MainWindow::tellShown() const {

@@ -3,6 +3,7 @@
 #include "app/window/RecordTabControls.h"
 
 #include <functional>
+#include <QKeySequence>
 #include <QWidget>
 
 class Texts;
@@ -16,6 +17,9 @@ public:
     /// `mayClose` is asked when a person closes the window; `shown` hears whether somebody can see it.
     MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose,
                std::function<void(bool)> shown = {});
+
+    /// Adds a command to the window's context menu, with its keys.
+    void addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command);
 
 protected:
     void showEvent(QShowEvent* event) override;

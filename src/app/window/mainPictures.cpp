@@ -1,17 +1,22 @@
-// Renders the record tab in each state, and its questions, in each theme and language:
+// Renders the record tab in each state, its questions and the log book, in each theme and language:
 // velmoratide-pictures <folder>.
 #include "app/window/Icons.h"
+#include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
 #include "app/window/QtAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/Texts.h"
+#include "storage/PosixVolume.h"
 
 #include <cstdio>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <string>
 
@@ -168,6 +173,31 @@ QPixmap pictureOf(QWidget& widget) {
     return picture;
 }
 
+/// A search in a log book.
+QPixmap renderLogBook(const std::string& language) {
+    const Texts texts = Texts::forLanguage(language);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("VelmoratideLog.txt");
+    QFile book(path);
+    if (!book.open(QIODevice::WriteOnly))
+        return {};
+    for (int hour = 8; hour < 18; ++hour)
+        for (const char* title : {"RECORDING START", "RECORDING STOP"})
+            book.write(QString("2007.10.24 %1:00:00 %2 #%3\n\t%4\t= internal\n\n")
+                           .arg(hour, 2, 10, QChar('0'))
+                           .arg(QString::fromStdString(texts(title)))
+                           .arg(hour - 7, 6, 10, QChar('0'))
+                           .arg(QString::fromStdString(texts("start method")))
+                           .toUtf8());
+    book.close();
+    PosixVolume volume;
+    LogBookWindow window(volume, texts, [&path] { return path.toStdString(); });
+    window.present();
+    window.findChild<QLineEdit*>()->setText(QStringLiteral("17:00"));
+    QApplication::processEvents();
+    return pictureOf(window);
+}
+
 QPixmap render(const std::string& language, void (*set)(Scene&, const Texts&)) {
     const Texts texts = Texts::forLanguage(language);
     Scene scene;
@@ -249,7 +279,9 @@ bool renderAll(const QDir& folder) {
     for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
         QApplication::setPalette(palette);
         for (const char* language : {"en", "ja"})
-            if (!renderOne(folder, theme, language))
+            if (!renderOne(folder, theme, language) ||
+                !save(renderLogBook(language),
+                      folder.filePath(QString("log-book-%1-%2.png").arg(theme, language))))
                 return false;
     }
     return save(Icons::application().pixmap(256, 256), folder.filePath("icon.png"));

@@ -4,7 +4,9 @@
 #include "TabModels.h"
 
 #include <gtest/gtest.h>
+#include <QAction>
 #include <QIcon>
+#include <QtTest>
 
 namespace {
 struct MainWindowTest : testing::Test {
@@ -45,4 +47,16 @@ TEST_F(MainWindowTest, closes_whenClosingIsAllowed) {
     EXPECT_TRUE(window.close());
     EXPECT_FALSE(window.isVisible());
     EXPECT_EQ(asked, 1);
+}
+
+TEST_F(MainWindowTest, offersItsCommandsByKeyAndInTheContextMenu) {
+    int calls = 0;
+    window.addCommand("Show Log Book", Qt::CTRL | Qt::Key_L, [&calls] { ++calls; });
+    window.show();
+    QApplication::setActiveWindow(&window);
+    QTest::keyClick(&window, Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(calls, 1);
+    ASSERT_EQ(window.actions().size(), 1);
+    EXPECT_EQ(window.actions()[0]->text(), "Show Log Book");
+    EXPECT_EQ(window.contextMenuPolicy(), Qt::ActionsContextMenu);
 }
