@@ -218,6 +218,7 @@ private:
         std::set<std::string> there;
         for (const auto& entry : std::filesystem::directory_iterator(m_desk.recordFolder()))
             there.insert(entry.path().filename().string());
+        EXPECT_EQ(there.erase("VelmoratideLog.txt"), 1U);
         if (!m_ended) { // of the recording in progress
             EXPECT_EQ(there.erase(".VelmoratideTempFile"), 1U);
             EXPECT_EQ(there.erase(std::filesystem::path(m_desk.defaults.stringForKey("ProgressSoundFileName"))
