@@ -1,0 +1,7 @@
+#include "faults/BudgetDuty.h"
+
+#include <gtest/gtest.h>
+
+TEST(BudgetDuty, keepsExactlyWhatTheRuleKeepsInThreeDays) {
+    BudgetDuty().run(3);
+}

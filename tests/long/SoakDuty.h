@@ -1,0 +1,59 @@
+// long/SoakDuty.h — the built program for hours, while one thing after the other goes wrong around it.
+#pragma once
+#include "faults/FrameCensus.h"
+#include "system/PrivateDisk.h"
+#include "system/PrivatePulseServer.h"
+#include "system/ProcessFigures.h"
+#include "system/RunningProgram.h"
+
+#include <chrono>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+class SoakDuty {
+public:
+    explicit SoakDuty(unsigned seed);
+
+    void run(double seconds);
+    /// Nothing grew, every file could be read, and what no file holds was told.
+    void expectSteady() const;
+
+private:
+    using Moment = std::chrono::steady_clock::time_point;
+
+    void play();
+    bool launch();
+    /// Lets time pass, and reads each file as soon as it is finished.
+    void pass(double seconds);
+    void readFinishedFiles();
+    void breakSomething();
+    void freezeDisk();
+    void fillDisk();
+    void killServer();
+    void freezeServer();
+    void pullSource();
+    void moveFolder();
+    void setClock();
+    void setClockFile(long seconds) const;
+    double between(double least, double most);
+    double secondsTold() const;
+    std::string log() const;
+
+    std::mt19937 m_random;
+    PrivateDisk m_disk{PrivateDisk::Kind::ext4, 512};
+    PrivatePulseServer m_server;
+    TemporaryFolder m_folder;
+    std::unique_ptr<ChildProcess> m_player;
+    std::unique_ptr<RunningProgram> m_program;
+    pid_t m_process = -1;
+    Moment m_began;
+    double m_lasted = 0.0; ///< seconds
+    int m_status = -1;
+    std::vector<ProcessFigures> m_figures; // when all was calm
+    FrameCensus m_census;
+    std::size_t m_filesRead = 0;
+    std::vector<std::string> m_missing; ///< files that were gone before they were read
+    std::vector<std::string> m_faults;  ///< what was broken, in order
+};
