@@ -40,7 +40,7 @@ void expectNothingLostBetweenEntries(double perBlock) {
 TEST(TimetableClock, recordsAnEntry_whenTheClockIsSetBackBeforeItWhileWaiting) {
     ClockedDesk it(timetable({dailyEntry("a", at(9, 59), at(10, 1)), dailyEntry("b", at(10, 2), at(10, 3))}),
                    slowInput(), anHourLater);
-    it.armAt(5.0);
+    it.armAt(5.37); // so that no look at the timetable is at a start
     it.setClockAt(20.0, -3600.0);
     it.until(400.0);
     const Names expected{"_Velmoratide_20260302_095900~100100.aif", "_Velmoratide_20260302_100200~100300.aif"};
@@ -52,10 +52,11 @@ TEST(TimetableClock, recordsAnEntry_whenTheClockIsSetBackBeforeItWhileWaiting) {
 
 TEST(TimetableClock, recordsTheEntryOfTheDayBefore_whenTheClockIsSetBackByADay) {
     ClockedDesk it(timetable({dailyEntry("a", at(9, 59), at(10, 1))}), slowInput(), aDayLater);
-    it.armAt(5.0);
+    it.armAt(5.37); // so that no look at the timetable is at a start
     it.setClockAt(5.5, -86400.0);
     it.until(400.0);
-    EXPECT_EQ(it.recordings(), (Names{"_Velmoratide_20260302_095900~100100.aif"}));
+    ASSERT_EQ(it.recordings(), (Names{"_Velmoratide_20260302_095900~100100.aif"}));
+    EXPECT_EQ(it.frames(it.recordings()[0]), 120 * 8000);
 }
 
 TEST(TimetableClock, recordsTheRestOfAnEntryAgain_whenTheClockIsSetBackIntoIt) {
