@@ -208,7 +208,7 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
     // By the device's frames from now on: its clock and the wall's differ a little, and that is no loss.
-    m_secondCount = static_cast<double>(account.frames) / m_controler.devicer().recordSampleRate();
+    m_secondCount = static_cast<double>(account.frames - account.missingFrames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
     const std::int64_t lacking = std::max(account.unwrittenFrames, account.missingFrames);
@@ -221,7 +221,7 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
     m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
     const auto ratio = static_cast<std::int64_t>(m_controler.devicer().recordSampleRate() / m_label.sampleRate);
-    m_dutyFrames.captured += account.frames - account.unwrittenFrames;
+    m_dutyFrames.captured += account.frames - lacking;
     m_dutyFrames.written += static_cast<std::int64_t>(m_lastWrite) / (2 * m_label.channels) * ratio;
     std::optional<std::int64_t> cutTo;
     if (account.unwrittenFrames > 0 || m_pipeline.writeThreadError())

@@ -113,8 +113,12 @@ void VmRecorder::crossBoundary() {
     planBoundary();
     const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;
     const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
-    if ((isCaptured || isLate) && m_boundary->moment.frame < ownEnd())
-        restartRecording(m_boundary->moment);
+    if ((!isCaptured && !isLate) || m_boundary->moment.frame >= ownEnd())
+        return;
+    const int method = m_actionMethod;
+    restartRecording(m_boundary->moment);
+    if (!m_recordState) // switched off already: the stop that follows is for that reason
+        m_actionMethod = method;
 }
 
 std::int64_t VmRecorder::takeOverRecord() {

@@ -118,7 +118,7 @@ TEST(VmRecorderSeam, leavesOutTheHour_whenItsSwitchIsTurnedOffInTheLastSecond) {
 }
 
 TEST(VmRecorderSeam, isToldAsAStopByHand_whenThatComesJustAfterABoundary) {
-    for (const double stop : {100.06, 100.1, 100.19}) {
+    for (const double stop : {100.0, 100.005, 100.03, 100.049, 100.06, 100.1, 100.19}) {
         SCOPED_TRACE(stop);
         ClockedDesk it;
         it.recordAt(5.0);
