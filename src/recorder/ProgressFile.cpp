@@ -93,15 +93,28 @@ void ProgressFile::unlock(const std::string& path) {
         m_log.log("VmRecorder: progress sound file cannot be unlocked: " + path);
 }
 
+bool ProgressFile::hasOtherName(const std::string& path) const {
+    if (m_volume.isSameFile(path, m_mechanic.temporaryFilePath()))
+        return true;
+    for (const VolumeEntry& entry : m_volume.list(m_mechanic.recordFolder())) {
+        const std::string other = Paths::inFolder(m_mechanic.recordFolder(), entry.name);
+        if (other != path && SoundFileNames::isSoundFile(entry.name) && m_volume.isSameFile(path, other))
+            return true;
+    }
+    return false;
+}
+
 void ProgressFile::deleteProgressSoundFile() {
     const std::string old = path();
     if (old.empty())
         return;
     unlock(old);
     // Only a second name may go: without the first one it is all that is left of the sound.
-    if (m_volume.exists(old) && !m_volume.isSameFile(old, m_mechanic.temporaryFilePath()))
+    if (m_volume.exists(old) && !hasOtherName(old)) {
         m_log.log("VmRecorder: progress sound file is kept, it has no other name: " + old);
-    else if (const int error = m_volume.remove(old); error != 0 && error != ENOENT)
+    } else if (const int error = m_volume.remove(old); error != 0 && error != ENOENT) {
         m_log.log("VmRecorder: progress sound file cannot be removed: " + old);
+        return; // it is remembered, and tried again at the next launch
+    }
     remember("");
 }

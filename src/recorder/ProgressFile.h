@@ -32,6 +32,7 @@ public:
 
 private:
     std::string presentPath() const;
+    bool hasOtherName(const std::string& path) const;
     void remember(const std::string& path);
     bool writeNote(const std::string& path);
 

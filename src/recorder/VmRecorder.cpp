@@ -208,7 +208,8 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
         say("SomeErrorHappen", "VmRecorder: audio file write error.");
     m_writeFile.reset();
     // By the device's frames from now on: its clock and the wall's differ a little, and that is no loss.
-    m_secondCount = static_cast<double>(account.frames - account.missingFrames) / m_controler.devicer().recordSampleRate();
+    m_secondCount =
+        static_cast<double>(account.frames - account.missingFrames) / m_controler.devicer().recordSampleRate();
     if (account.overRecordBytes > 0)
         carryOverRecord(account);
     const std::int64_t lacking = std::max(account.unwrittenFrames, account.missingFrames);

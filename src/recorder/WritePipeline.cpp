@@ -254,6 +254,12 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     const double lastInput =
         static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
+    // The last block has nobody to try it again later: a disk that stumbles gets a little time.
+    constexpr int attempts = 5;
+    for (int attempt = 0; attempt < attempts && !m_pending.empty(); ++attempt) {
+        m_clock.sleep(0.2);
+        writeSoundFile(preBufferSize());
+    }
     m_file = nullptr;
     return reckon(lastInput, secondCount);
 }

@@ -193,7 +193,12 @@ bool VmMechanic::isWritable(double bytes) {
 }
 
 void VmMechanic::deleteDotFileInFolder(const std::string& folder) {
-    for (const VolumeEntry& entry : m_seams.volume.list(folder)) {
+    errno = 0;
+    const std::vector<VolumeEntry> entries = m_seams.volume.list(folder);
+    if (errno != 0)
+        m_seams.log.log("VmMechanic: folder cannot be read (" + std::string(std::strerror(errno)) +
+                        "): " + folder);
+    for (const VolumeEntry& entry : entries) {
         const std::string path = Paths::inFolder(folder, entry.name);
         if (entry.isFolder && !entry.isLink)
             deleteDotFileInFolder(path);
