@@ -395,7 +395,7 @@ private:
     std::string m_markerSound;
     bool m_markerMonitor = false;
     std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor
-    double m_markerRate = 0.0;              // Hz, for which the sound was loaded
+    std::optional<double> m_markerRate;     // Hz, for which the sound was loaded; at first nobody asked for it
     std::optional<Date> m_markerMinute;     // for which it was armed last
 
     std::unique_ptr<Timer> m_countTimer;

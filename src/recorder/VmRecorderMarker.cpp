@@ -112,7 +112,7 @@ void VmRecorder::initMarkerBuffer() {
 }
 
 void VmRecorder::fitMarkerToInput() {
-    if (m_controler.devicer().recordSampleRate() != m_markerRate)
+    if (m_markerRate && m_controler.devicer().recordSampleRate() != *m_markerRate)
         initMarkerBuffer();
 }
 

@@ -80,7 +80,6 @@ TEST_F(GoldenBookTest, ofACrash) {
 
 TEST_F(GoldenBookTest, ofEveryChange) {
     begin(morning);
-    UserDefaults& defaults = it->desk.defaults;
     it->log().setPlayerFilesHook([] {
         return VmDutyLog::PlayerFiles{"_Velmoratide_20071024_093000~094000.aif", "interview.aif",
                                       "_Velmoratide_20071024_080000~090000.aif",
@@ -94,9 +93,9 @@ TEST_F(GoldenBookTest, ofEveryChange) {
         {"RecordModeChange", [] {}},
         {"PreTimeChange", [] {}},
         {"DelayTimeChange", [] {}},
-        {"MarkerSwitchChange", [&] { defaults.set("MarkerSoundSwitch", true); }},
-        {"MarkerPeriodChange", [&] { defaults.set("MarkerSoundOption", 2); }},
-        {"MarkerSoundChange", [&] { defaults.set("MarkerSoundName", std::string_view("Blow")); }},
+        {nullptr, [this] { it->recorder().markerButton().press(true); }}, // posts by itself
+        {"MarkerPeriodChange", [this] { it->recorder().setMarkerOption(2); }},
+        {"MarkerSoundChange", [this] { it->recorder().setMarkerSound("Blow"); }},
         {"RecordFolderChange", [this] { mechanic().setDirPath(folder.path() + "/elsewhere"); }},
         {"MaxRecordChange", [this] { mechanic().setMaxRecordTime(8 * 3600.0); }},
         {"KeepPeriodChange", [this] { mechanic().setMaxTotalTime(31 * 86400.0); }},
@@ -104,7 +103,8 @@ TEST_F(GoldenBookTest, ofEveryChange) {
         {"SoundFileDelete", [] {}}};
     for (const auto& [event, apply] : changes) {
         apply();
-        it->post(event);
+        if (event != nullptr)
+            it->post(event);
         it->desk.runFor(60.0);
     }
     it->desk.terminate();
