@@ -37,6 +37,7 @@ public:
     }
     int synchronize() override { return 0; }
     std::int64_t size() override { return static_cast<std::int64_t>(m_contents->size()); }
+    bool isAt(const std::string&) override { return true; }
     int close() override { return 0; }
 
     static void require(bool condition) {

@@ -55,6 +55,7 @@ void VmControler::applicationDidFinishLaunching() {
     m_recorder->monitorSourceChanged();
     m_devicer->recordDeviceStart();
     m_seams.notifications.postLogEvent("DutyStart");
+    m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
     m_recorder->rescueTempFile();
     m_recorder->deleteProgressSoundFile();
     m_recorder->reviveRecordCondition();

@@ -28,12 +28,14 @@ bool LogBook::openForUpdating(const std::string& path) {
     take(path, m_volume.openForUpdating(path));
     if (!isOpen())
         return false;
+    m_startsOnNewLine = endsWithinLine(); // a power cut may have torn the last line
+    return true;
+}
+
+bool LogBook::endsWithinLine() {
     std::byte last{'\n'};
     const std::int64_t size = m_file->size();
-    // A power cut may have torn the last line.
-    m_startsOnNewLine =
-        size > 0 && m_file->readAt(size - 1, std::span(&last, 1)) == 1 && last != std::byte{'\n'};
-    return true;
+    return size > 0 && m_file->readAt(size - 1, std::span(&last, 1)) == 1 && last != std::byte{'\n'};
 }
 
 bool LogBook::create(const std::string& path) {
@@ -47,8 +49,6 @@ bool LogBook::create(const std::string& path) {
 void LogBook::append(std::string block) {
     if (!isOpen())
         return;
-    if (std::exchange(m_startsOnNewLine, false))
-        block.insert(0, "\n");
     retry(); // what waits comes first
     if (!m_backlog.empty() || m_dropped != 0 || !write(block))
         hold(std::move(block));
@@ -79,18 +79,19 @@ void LogBook::hold(std::string block) {
 bool LogBook::write(const std::string& block) {
     if (!isInPlace())
         return false;
+    const std::string text = m_startsOnNewLine ? "\n" + block : block;
     const std::int64_t end = m_tornAt >= 0 ? m_tornAt : m_file->size();
-    const int error = end < 0 ? EIO : m_file->writeAt(end, std::as_bytes(std::span(block)));
+    const int error = end < 0 ? EIO : m_file->writeAt(end, std::as_bytes(std::span(text)));
     if (error != 0) {
         if (end >= 0 && m_file->truncate(end) != 0)
             m_tornAt = end;
         sayFailure(error);
         return false;
     }
-    if (m_tornAt >= 0 && m_file->truncate(end + static_cast<std::int64_t>(block.size())) == 0)
-        m_tornAt = -1;
-    else if (m_tornAt >= 0)
-        m_tornAt = end + static_cast<std::int64_t>(block.size());
+    m_startsOnNewLine = false;
+    const std::int64_t newEnd = end + static_cast<std::int64_t>(text.size());
+    if (m_tornAt >= 0)
+        m_tornAt = m_file->truncate(newEnd) == 0 ? -1 : newEnd;
     if (std::exchange(m_failureSaid, false))
         m_log.log("VmDutyLog: log book is written again.");
     m_flusher->request();
@@ -98,14 +99,14 @@ bool LogBook::write(const std::string& block) {
 }
 
 bool LogBook::isInPlace() {
-    const auto size = m_volume.fileSize(m_path);
-    if (size && *size == m_file->size())
+    if (m_file->isAt(m_path))
         return true;
     // Somebody removed the book or put another file in its place: what goes on in the old one would be lost.
     errno = 0;
     const std::string folder = Paths::folderOf(m_path);
     std::unique_ptr<VolumeFile> file;
-    if (size)
+    const bool isReplaced = m_volume.fileSize(m_path).has_value();
+    if (isReplaced)
         file = m_volume.openForUpdating(m_path);
     else if (m_volume.isFolder(folder) || m_volume.makeFolder(folder))
         file = m_volume.create(m_path);
@@ -115,7 +116,8 @@ bool LogBook::isInPlace() {
     }
     m_file = std::move(file);
     m_tornAt = -1;
-    if (!size)
+    m_startsOnNewLine = endsWithinLine();
+    if (!isReplaced)
         m_log.log("VmDutyLog: log book was removed, a new one is begun.");
     return true;
 }

@@ -51,6 +51,7 @@ private:
     void take(const std::string& path, std::unique_ptr<VolumeFile> file);
     bool write(const std::string& block);
     bool isInPlace();
+    bool endsWithinLine();
     void hold(std::string block);
     void sayFailure(int error);
 

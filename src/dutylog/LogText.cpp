@@ -23,6 +23,41 @@ CalendarDate shifted(CalendarDate from, int months, int days) {
     return from;
 }
 
+/// A code point of UTF-8, or a byte that is no part of one.
+struct Letter {
+    char32_t code = 0;
+    std::size_t bytes = 1;
+    bool isValid = true;
+};
+
+/// `text` must not be empty.
+Letter firstLetter(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text[0]);
+    if (first < 0x80)
+        return {first};
+    const std::size_t bytes = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC0 || first > 0xF7 || bytes > text.size())
+        return {.isValid = false};
+    char32_t code = first & (0x7FU >> bytes);
+    for (const char part : text.substr(1, bytes - 1)) {
+        const auto six = static_cast<unsigned char>(part);
+        if ((six & 0xC0U) != 0x80U)
+            return {.isValid = false};
+        code = (code << 6U) | (six & 0x3FU);
+    }
+    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < smallest[bytes] || code > 0x10FFFF || isSurrogate)
+        return {.isValid = false};
+    return {code, bytes};
+}
+
+/// Control characters, the separators of lines and paragraphs, and what turns the direction of writing.
+bool breaksTheLine(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029 ||
+           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
 std::string clockText(std::int64_t seconds) {
     return formatted("%02d:%02d'%02d\"", static_cast<int>(seconds / 3600), static_cast<int>(seconds / 60 % 60),
                      static_cast<int>(seconds % 60));
@@ -35,7 +70,7 @@ std::string LogText::dateString(const Clock& clock, Date date) {
                      local.second);
 }
 
-std::string LogText::periodStringFromTo(const Clock& clock, Date from, Date to) {
+std::string LogText::periodStringFrom(const Clock& clock, Date from, Date to) {
     if (to < from)
         return clockText(0);
     const CalendarDate first = clock.calendarDate(from);
@@ -146,8 +181,17 @@ std::optional<Date> LogText::dateFromStandard(const std::string& text) {
 }
 
 std::string LogText::onOneLine(std::string_view text) {
-    std::string line(text);
-    std::ranges::replace_if(
-        line, [](char c) { return (c >= 0 && c < ' ') || c == 127; }, ' ');
+    std::string line;
+    line.reserve(text.size());
+    while (!text.empty()) {
+        const Letter letter = firstLetter(text);
+        if (!letter.isValid)
+            line += "\uFFFD";
+        else if (breaksTheLine(letter.code))
+            line += ' ';
+        else
+            line += text.substr(0, letter.bytes);
+        text.remove_prefix(letter.bytes);
+    }
     return line;
 }

@@ -16,7 +16,7 @@ struct LogText {
     /// The calendar's years, months and days that fit between the two dates, each only when there are any, then
     /// what is left as a clock: "1years+2months+3days+04:05'06\"". What is left is true time, so that a day of
     /// 25 hours can show 24 of them. An end before its begin yields "00:00'00\"".
-    static std::string periodStringFromTo(const Clock& clock, Date from, Date to);
+    static std::string periodStringFrom(const Clock& clock, Date from, Date to);
     /// "27:00'00\"": the hours are not limited to 24.
     static std::string periodStringFromSeconds(double seconds);
     static std::string channelsString(int channels);
@@ -33,6 +33,7 @@ struct LogText {
     static std::string standardDate(const Clock& clock, Date date);
     /// Reads what `standardDate` writes; nothing when it is anything else.
     static std::optional<Date> dateFromStandard(const std::string& text);
-    /// `text` on one line: a name from outside must not look like an entry of its own.
+    /// `text` on one line: a name from outside must not look like an entry of its own. What is not UTF-8 becomes
+    /// U+FFFD, a byte each.
     static std::string onOneLine(std::string_view text);
 };

@@ -4,7 +4,6 @@
 #include "base/Clock.h"
 #include "base/Formatted.h"
 #include "base/Texts.h"
-#include "base/UserDefaults.h"
 #include "dutylog/LogText.h"
 #include "dutylog/VmDutyLog.h"
 #include "recorder/VmRecorder.h"
@@ -65,16 +64,15 @@ std::string VmDutyLog::presentSourceString() const {
 }
 
 bool VmDutyLog::markerSwitch() const {
-    return m_controler.seams().defaults.boolForKey("MarkerSoundSwitch");
+    return m_controler.recorder().markerSwitch();
 }
 
 std::string VmDutyLog::markerInterval() const {
-    const int option = m_controler.seams().defaults.integerForKey("MarkerSoundOption");
-    return formatted("%dminutes", LogText::markerPeriodTime(option));
+    return formatted("%dminutes", LogText::markerPeriodTime(m_controler.recorder().markerOption()));
 }
 
 std::string VmDutyLog::markerSound() const {
-    return m_controler.seams().defaults.stringForKey("MarkerSoundName");
+    return m_controler.recorder().markerSound();
 }
 
 std::string VmDutyLog::keepPeriod() const {
@@ -155,7 +153,7 @@ std::string VmDutyLog::recordingStop() const {
     const auto dataSize = static_cast<std::int64_t>(recorder.dataSize());
     const auto writeData = static_cast<std::int64_t>(recorder.lastWrite());
     return recordingTitle(recorder.recordStopDate(), "RECORDING STOP") + method("stop method") +
-           item("record time", LogText::periodStringFromTo(clock, m_startDate, recorder.recordStopDate())) +
+           item("record time", LogText::periodStringFrom(clock, m_startDate, recorder.recordStopDate())) +
            item("total time", LogText::periodStringFromSeconds(recorder.totalRecordTime())) +
            item("data size", formatted("%ldbytes", static_cast<long>(dataSize))) +
            item("write data", formatted("%ldbytes", static_cast<long>(writeData))) +
@@ -167,7 +165,7 @@ std::string VmDutyLog::recordingStop() const {
 std::string VmDutyLog::dutyFinish(const std::string& now) const {
     const Clock& clock = m_controler.seams().clock;
     return title(now, "DUTY FINISH") +
-           item("duty time", LogText::periodStringFromTo(clock, m_dutyStart, clock.now()));
+           item("duty time", LogText::periodStringFrom(clock, m_dutyStart, clock.now()));
 }
 
 std::string VmDutyLog::playerBlock(std::string_view event, const std::string& now) const {

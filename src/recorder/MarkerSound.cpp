@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <new>
 #include <sndfile.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +42,44 @@ private:
     const int m_number;
     const int m_error;
 };
+
+/// A name of four letters, and the number that follows it.
+struct ChunkHeader {
+    std::string_view name() const { return {letters, 4}; }
+    std::int64_t size(bool isBigEndian) const {
+        std::int64_t number = 0;
+        for (unsigned i = 0; i < 4; ++i)
+            number = number * 256 + bytes[isBigEndian ? i : 3 - i];
+        return number;
+    }
+
+    char letters[4];
+    unsigned char bytes[4];
+};
+
+/// Whether a WAV or AIFF file is shorter than its chunk of sound says. What reads sounds takes such a one as a
+/// shorter sound. Whoever writes into a pipe does not know the size, and says the greatest one.
+bool isCutOff(int descriptor) {
+    constexpr std::int64_t unknownSize = 0x7FFFF000;
+    struct stat status {};
+    ChunkHeader chunk{};
+    const auto readAt = [&](std::int64_t at) {
+        return pread(descriptor, &chunk, sizeof chunk, at) == static_cast<ssize_t>(sizeof chunk);
+    };
+    if (fstat(descriptor, &status) != 0 || !readAt(0) || (chunk.name() != "RIFF" && chunk.name() != "FORM"))
+        return false;
+    const bool isAiff = chunk.name() == "FORM";
+    if (!readAt(8) || (isAiff ? chunk.name() != "AIFF" && chunk.name() != "AIFC" : chunk.name() != "WAVE"))
+        return false;
+    for (std::int64_t at = 12; readAt(at);) {
+        const std::int64_t size = chunk.size(isAiff);
+        const std::int64_t end = at + static_cast<std::int64_t>(sizeof chunk) + size;
+        if (chunk.name() == (isAiff ? "SSND" : "data"))
+            return size < unknownSize && end > status.st_size;
+        at = end + size % 2;
+    }
+    return false;
+}
 
 /// An open sound file.
 class SoundReader {
@@ -109,9 +148,12 @@ MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate
     const Descriptor descriptor(path);
     if (const Outcome outcome = descriptor.outcome(); outcome != Outcome::loaded)
         return {{}, outcome};
+    const bool isTorn = isCutOff(descriptor.number());
     SoundReader reader(descriptor.number());
     if (const Outcome outcome = reader.outcome(); outcome != Outcome::loaded)
         return {{}, outcome};
+    if (isTorn)
+        return {{}, Outcome::readFailed};
     std::pmr::vector<std::int16_t> source(&temporary);
     if (const Outcome outcome = reader.read(source); outcome != Outcome::loaded)
         return {{}, outcome};
@@ -142,8 +184,14 @@ std::size_t MarkerSound::transformSoundDataSInt16(std::span<const std::int16_t> 
     const auto limit = static_cast<std::size_t>(std::trunc(size * (2 / channels) / ratio)) / 2;
     const std::size_t step = isMono ? 2 : 1;
     std::size_t count = 0;
-    for (double position = 0.0; count <= limit && count + step <= destination.size(); position += ratio) {
-        const auto at = static_cast<std::size_t>(position);
+    // By the frame, a position is one of frames; a sample of the left side then never comes out on the right.
+    const bool byFrame = !isMono && ratio != 1.0;
+    for (double position = 0.0; count <= limit && count + step <= destination.size();) {
+        const bool isRight = byFrame && count % 2 != 0;
+        const auto at = byFrame ? static_cast<std::size_t>(position) * 2 + (isRight ? 1 : 0)
+                                : static_cast<std::size_t>(position);
+        if (!byFrame || isRight)
+            position += ratio;
         const std::int16_t sample = at < source.size() ? source[at] : std::int16_t{0};
         destination[count] = sample;
         if (isMono)

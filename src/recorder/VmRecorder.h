@@ -237,10 +237,10 @@ private:
     void updateMarkerMonitor();
     void fitMarkerToInput();
     std::int64_t frameOfMinute(Date minute) const;
-    void armMarkerAtTheStart();
     void armMarker();
-    void repeatMarker();
+    void armMarkerFor(Date minute);
     void endMarker();
+    void forgetMarkerMinute();
 
     bool gateRefuses() const;
     void storeSwitch(const char* key, bool on);
@@ -375,10 +375,8 @@ private:
     std::string m_markerSound;
     bool m_markerMonitor = false;
     std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor
-    double m_markerRate = 0.0;              // Hz, for which the sound was loaded
+    std::optional<double> m_markerRate;     // Hz, for which the sound was loaded; at first nobody asked for it
     std::optional<Date> m_markerMinute;     // for which it was armed last
-    int m_markerRepeats = 0;                // still to come
-    std::unique_ptr<Timer> m_markerRepeat;
 
     std::unique_ptr<Timer> m_countTimer;
     int m_lastMinute = -1;

@@ -321,9 +321,8 @@ void VmRecorder::countRecordTime() {
     const int minute = m_controler.seams().clock.calendarDate(now()).minute;
     if (m_lastMinute >= 0 && minute != m_lastMinute)
         onTheMinuteTime();
-    else if (m_lastMinute < 0)
-        armMarkerAtTheStart();
     m_lastMinute = minute;
+    armMarker();
     dispRecordTime();
     double interval = m_shown ? 0.2 : 1.0;
     if (m_markerSwitch) // which sounds when the minute begins

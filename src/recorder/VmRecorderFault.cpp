@@ -116,6 +116,8 @@ void VmRecorder::lookAtClock() {
         m_delayCount = m_delayCount->addingSeconds(by);
     if (condition() != RecordCondition::recording)
         return;
+    forgetMarkerMinute();
+    m_lastMinute = m_controler.seams().clock.calendarDate(now()).minute; // no other minute has passed
     // One file for each way in which the clock was: its name agrees with its sound.
     const StreamMoment seam{m_pipeline.frameAt(hostTime), expected};
     m_clockShift = -by; // boundaries from before are the old clock's

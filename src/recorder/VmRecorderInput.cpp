@@ -28,20 +28,17 @@ OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*
     if (inputData == nullptr)
         return audioHardwareNoError;
     KaConversionBuffer* const converter = devicer.monitorConverter();
-    // What the monitor plays of a marker has gone through the recording's conversion to two channels.
-    const bool isMarkerHeard =
-        m_markerHeard.load(std::memory_order_relaxed) && m_pipeline.marker().writeMarker() != 0;
-    if (converter != nullptr && !isMarkerHeard)
-        converter->writeFromAudioBufferList(*inputData, inputTime);
     const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
     devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
     AudioBufferList& converted = devicer.convertBuffer();
     devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
-    m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
-                       converted.mBuffers[0].mDataByteSize / sizeof(float), inputTime->mHostTime,
-                       condition() == RecordCondition::recording);
-    if (converter != nullptr && isMarkerHeard)
-        converter->writeFromAudioBufferList(converted, inputTime);
+    const bool isMarked = m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
+                                             converted.mBuffers[0].mDataByteSize / sizeof(float),
+                                             inputTime->mHostTime, condition() == RecordCondition::recording);
+    // What the monitor plays of a marker has gone through the recording's conversion to two channels.
+    const bool isMarkerHeard = isMarked && m_markerHeard.load(std::memory_order_relaxed);
+    if (converter != nullptr)
+        converter->writeFromAudioBufferList(isMarkerHeard ? converted : *inputData, inputTime);
     return audioHardwareNoError;
 }
 

@@ -12,6 +12,9 @@
 #include <utility>
 
 namespace {
+constexpr double aheadTime =
+    2.0; // seconds; no longer than the planned end of a file is settled before it comes
+
 const char* messageOf(MarkerSound::Outcome outcome) {
     switch (outcome) {
     case MarkerSound::Outcome::loaded:
@@ -60,7 +63,6 @@ void VmRecorder::actMarkerButton() {
     m_markerSwitch = m_markerButton.isOn();
     storeSwitch("MarkerSoundSwitch", m_markerSwitch);
     m_controler.seams().notifications.postLogEvent("MarkerSwitchChange");
-    m_markerRepeat.reset();
     initMarkerBuffer();
 }
 
@@ -92,13 +94,15 @@ std::vector<std::string> VmRecorder::markerSounds() const {
 }
 
 void VmRecorder::initMarkerBuffer() {
+    if (!m_pipeline.marker().hasBegun())
+        endMarker(); // it is armed anew, if the marker is on
+    m_pipeline.marker().disarm();
     const double rate = m_controler.devicer().recordSampleRate();
     m_markerRate = 0.0;
     if (!m_markerSwitch || m_controler.devicer().recordSource() < 0 || rate <= 0.0)
         return; // loaded when it is switched on, and there is an input
     const std::string path = MarkerSounds(m_controler.seams().soundFolders).pathOf(m_markerSound);
     MarkerSound::Loaded sound = MarkerSound::load(path, rate);
-    m_markerRepeat.reset();
     m_pipeline.marker().setSound(std::move(sound.samples));
     m_markerRate = rate;
     if (sound.outcome == MarkerSound::Outcome::loaded)
@@ -108,7 +112,7 @@ void VmRecorder::initMarkerBuffer() {
 }
 
 void VmRecorder::fitMarkerToInput() {
-    if (m_controler.devicer().recordSampleRate() != m_markerRate)
+    if (m_markerRate && m_controler.devicer().recordSampleRate() != *m_markerRate)
         initMarkerBuffer();
 }
 
@@ -130,56 +134,55 @@ Date VmRecorder::presentMinute() const {
 }
 
 std::int64_t VmRecorder::frameOfMinute(Date minute) const {
-    // Never in the file that ends with this minute, although the clocks moved since its end was planned.
-    const double near = m_controler.devicer().recordSampleRate() / 10.0;
+    // Never in the file that ends with this minute, although the clocks moved since its end was planned; and
+    // whole in the next one, if the file ends soon after the minute.
+    constexpr double same = 0.01; // seconds
+    const double near = m_controler.devicer().recordSampleRate() * aheadTime;
     std::int64_t frame = std::max(momentAt(minute).frame, m_pipeline.startFrame());
-    for (const std::optional<PlannedEnd>* planned : {&m_boundary, &m_scheduleEnd})
-        if (*planned && static_cast<double>(std::abs((*planned)->moment.frame - frame)) < near)
-            frame = std::max(frame, (*planned)->moment.frame);
+    for (const std::optional<PlannedEnd>* planned : {&m_boundary, &m_scheduleEnd}) {
+        if (!*planned)
+            continue;
+        const std::int64_t end = (*planned)->moment.frame;
+        const bool endsThen = std::abs((*planned)->moment.date.secondsSince(minute)) < same;
+        if (endsThen || (end > frame && static_cast<double>(end - frame) < near))
+            frame = end;
+    }
     return frame;
 }
 
-void VmRecorder::armMarkerAtTheStart() {
-    // An entry of the timetable begins with its minute: nobody saw that one come.
-    const double late = m_recordStartDate.secondsSince(presentMinute());
-    if (late > -0.5 && late < 1.0)
-        armMarker();
+void VmRecorder::armMarker() {
+    const Date minute = presentMinute();
+    const double since = now().secondsSince(minute);
+    constexpr double sinceLatest = 1.1; // seconds; an unseen tick later than the minute
+    if (since < sinceLatest)
+        armMarkerFor(minute); // the file began with it
+    else if (since > 60.0 - aheadTime)
+        armMarkerFor(minute.addingSeconds(60.0)); // ahead: the disk may be slow when it comes
 }
 
-void VmRecorder::armMarker() {
-    const Date date = presentMinute();
-    const int minute = m_controler.seams().clock.calendarDate(date).minute;
+void VmRecorder::armMarkerFor(Date minute) {
+    const int number = m_controler.seams().clock.calendarDate(minute).minute;
     // Repeats of a long sound that reach into the next minutes are not cut off.
-    if (!m_markerSwitch || m_markerRepeat != nullptr || !isMarkerDue(m_markerOption, minute))
+    if (!m_markerSwitch || !isMarkerDue(m_markerOption, number) || m_pipeline.marker().writeMarker() != 0)
         return;
     constexpr double latest = 30.0; // seconds; a marker that comes later than that tells a wrong time
-    const double sinceLast = m_markerMinute ? date.secondsSince(*m_markerMinute) : 60.0;
-    if (now().secondsSince(date) > latest || (sinceLast < 1.0 && sinceLast > -90.0))
+    const double sinceLast = m_markerMinute ? minute.secondsSince(*m_markerMinute) : 60.0;
+    if (now().secondsSince(minute) > latest || (sinceLast < 1.0 && sinceLast > -90.0))
         return; // the clock was moved, or another file was begun
-    const std::int64_t frame = frameOfMinute(date);
-    if (m_scheduleEnd && m_scheduleEnd->moment.frame <= frame)
+    const std::int64_t frame = frameOfMinute(minute);
+    if (ownEnd() <= frame)
         return; // left to the file that follows, if one does
-    m_markerMinute = date;
-    m_pipeline.marker().arm(frame);
-    m_markerRepeats = minute == 0 ? 2 : minute == 30 ? 1 : 0;
-    if (m_markerRepeats == 0)
-        return;
-    constexpr double interval = 0.1; // seconds
-    m_markerRepeat = m_controler.seams().runLoop.schedule({.interval = interval, .repeats = true},
-                                                          [this] { repeatMarker(); });
-}
-
-void VmRecorder::repeatMarker() {
-    if (m_pipeline.marker().writeMarker() != 0)
-        return;
-    m_pipeline.marker().arm();
-    if (--m_markerRepeats == 0)
-        m_markerRepeat.reset();
+    m_markerMinute = minute;
+    m_pipeline.marker().arm(frame, number == 0 ? 2U : number == 30 ? 1U : 0U);
 }
 
 void VmRecorder::endMarker() {
-    if (m_markerRepeat != nullptr || m_pipeline.marker().writeMarker() != 0)
+    if (m_pipeline.marker().writeMarker() != 0)
         m_markerMinute.reset(); // a file that begins in this very second shall have it
-    m_markerRepeat.reset();
     m_pipeline.marker().disarm();
+}
+
+void VmRecorder::forgetMarkerMinute() {
+    m_pipeline.marker().disarm();
+    m_markerMinute.reset();
 }

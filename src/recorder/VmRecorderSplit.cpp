@@ -162,6 +162,6 @@ void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
 }
 
 void VmRecorder::onTheMinuteTime() {
-    armMarker(); // first: the disk may be slow
+    armMarkerFor(presentMinute()); // if nobody could see it come
     m_workFiles.progress().renewalProgressSoundFile(m_label.channels);
 }

@@ -61,12 +61,12 @@ std::int64_t WritePipeline::frameCount() const {
     return m_soundQue == nullptr ? 0 : static_cast<std::int64_t>(m_soundQue->writtenSamples() / 2);
 }
 
-void WritePipeline::capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept {
+bool WritePipeline::capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept {
     if (m_soundQue == nullptr)
-        return;
+        return false;
     const unsigned bytes = samples * sizeof(float);
     m_inputCount.fetch_add(bytes, std::memory_order_relaxed);
-    m_marker.mixInto(interleaved, samples, frameCount());
+    const bool isMarked = m_marker.mixInto(interleaved, samples, frameCount());
     if (recording) {
         const unsigned empty = m_soundQue->empty();
         if (bytes > empty)
@@ -74,6 +74,7 @@ void WritePipeline::capture(float* interleaved, unsigned samples, HostTime captu
     }
     m_frameClock.note(frameCount(), captured);
     m_soundQue->writeFloat32Data(interleaved, samples);
+    return isMarked;
 }
 
 std::int64_t WritePipeline::aligned(std::int64_t frame) const {

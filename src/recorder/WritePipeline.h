@@ -68,8 +68,8 @@ public:
 
     // I/O thread
     /// Takes `samples` interleaved stereo samples, the first of them captured at `captured`. Mixes a due marker
-    /// into them. Never waits.
-    void capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept KA_REALTIME;
+    /// into them, and says whether there was one. Never waits.
+    bool capture(float* interleaved, unsigned samples, HostTime captured, bool recording) noexcept KA_REALTIME;
 
     // Main thread
     /// Called on the write thread after a write failed and was reported; the thread ends after it.

@@ -30,6 +30,7 @@ public:
         return 0; // a rehearsal's machine never loses power
     }
     std::int64_t size() override { return m_file->size(); }
+    bool isAt(const std::string& path) override { return m_file->isAt(path); }
     int close() override { return m_file->close(); }
 
 private:

@@ -66,6 +66,13 @@ std::int64_t PosixVolumeFile::size() {
     return ::fstat(m_descriptor, &status) == 0 ? status.st_size : -1;
 }
 
+bool PosixVolumeFile::isAt(const std::string& path) {
+    struct stat own {};
+    struct stat there {};
+    return ::fstat(m_descriptor, &own) == 0 && ::stat(path.c_str(), &there) == 0 &&
+           own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+}
+
 int PosixVolumeFile::close() {
     if (m_descriptor < 0)
         return 0;

@@ -16,6 +16,7 @@ public:
     int truncate(std::int64_t size) override;
     int synchronize() override;
     std::int64_t size() override;
+    bool isAt(const std::string& path) override;
     int close() override;
 
 private:

@@ -23,6 +23,8 @@ public:
     virtual int synchronize() = 0;
     /// -1 on an error.
     virtual std::int64_t size() = 0;
+    /// Whether `path` names this file, also through a link.
+    virtual bool isAt(const std::string& path) = 0;
     virtual int close() = 0;
 };
 

@@ -80,7 +80,6 @@ TEST_F(GoldenBookTest, ofACrash) {
 
 TEST_F(GoldenBookTest, ofEveryChange) {
     begin(morning);
-    UserDefaults& defaults = it->desk.defaults;
     it->log().setPlayerFilesHook([] {
         return VmDutyLog::PlayerFiles{"_Velmoratide_20071024_093000~094000.aif", "interview.aif",
                                       "_Velmoratide_20071024_080000~090000.aif",
@@ -94,9 +93,9 @@ TEST_F(GoldenBookTest, ofEveryChange) {
         {"RecordModeChange", [] {}},
         {"PreTimeChange", [] {}},
         {"DelayTimeChange", [] {}},
-        {"MarkerSwitchChange", [&] { defaults.set("MarkerSoundSwitch", true); }},
-        {"MarkerPeriodChange", [&] { defaults.set("MarkerSoundOption", 2); }},
-        {"MarkerSoundChange", [&] { defaults.set("MarkerSoundName", std::string_view("Blow")); }},
+        {nullptr, [this] { it->recorder().markerButton().press(true); }}, // posts by itself
+        {"MarkerPeriodChange", [this] { it->recorder().setMarkerOption(2); }},
+        {"MarkerSoundChange", [this] { it->recorder().setMarkerSound("Blow"); }},
         {"RecordFolderChange", [this] { mechanic().setDirPath(folder.path() + "/elsewhere"); }},
         {"MaxRecordChange", [this] { mechanic().setMaxRecordTime(8 * 3600.0); }},
         {"KeepPeriodChange", [this] { mechanic().setMaxTotalTime(31 * 86400.0); }},
@@ -104,7 +103,8 @@ TEST_F(GoldenBookTest, ofEveryChange) {
         {"SoundFileDelete", [] {}}};
     for (const auto& [event, apply] : changes) {
         apply();
-        it->post(event);
+        if (event != nullptr)
+            it->post(event);
         it->desk.runFor(60.0);
     }
     it->desk.terminate();
@@ -131,4 +131,43 @@ TEST_F(GoldenBookTest, ofEveryMethod) {
     it->desk.runFor(20.0);
     it->desk.terminate();
     expectBook("methods");
+}
+
+TEST_F(GoldenBookTest, ofACrashThatNobodyCanDate_inAutoMode_withSoundThatIsLost) {
+    Settings settings = fullRateStereo;
+    settings.push_back({"TroubleTermination", true});
+    settings.push_back({"RecordMode", 1});
+    it = std::make_unique<LogDesk>(folder, morning, settings);
+    ASSERT_TRUE(PosixVolume().makeFolder(it->desk.recordFolder()));
+    std::ofstream(it->path(), std::ios::binary) << "\t=== Log title ===\n2007.10.23 09:30:00 torn";
+    it->desk.launch();
+    it->desk.runFor(1.0);
+    it->recorder().recordButton().press(true);
+    it->desk.runFor(20.0);
+    it->desk.volume.setWriteError(true);
+    it->desk.runFor(30.0);
+    it->desk.volume.setWriteError(false);
+    it->desk.runFor(120.0);
+    it->recorder().recordButton().press(false);
+    it->desk.runFor(1.0);
+    it->desk.terminate();
+    expectBook("undated-crash-auto");
+    for (const char* part : {"(date unknown) TROUBLE STOP\n", "= auto\n"})
+        EXPECT_NE(it->book().find(part), std::string::npos) << part;
+    std::istringstream book(it->book());
+    int lost = 0;
+    for (std::string line; std::getline(book, line);)
+        lost += line.starts_with("\tlost data\t= ") && !line.starts_with("\tlost data\t= 0bytes") ? 1 : 0;
+    EXPECT_GT(lost, 0);
+}
+
+TEST_F(GoldenBookTest, ofADutyInStandbyMode) {
+    Settings settings = fullRateStereo;
+    settings.push_back({"RecordMode", 2});
+    begin(morning, settings);
+    record(20.0);
+    it->post("RecordModeChange");
+    it->desk.terminate();
+    expectBook("standby");
+    EXPECT_NE(it->book().find("record mode\t= standby\n"), std::string::npos);
 }

@@ -159,6 +159,36 @@ TEST_F(LogBookTest, beginsAnew_whenItsFileIsRemoved) {
     EXPECT_EQ(said("log book was removed, a new one is begun"), 1);
 }
 
+TEST_F(LogBookTest, goesOnInTheFileThatTookItsPlace_alsoOfTheSameSize) {
+    ASSERT_TRUE(book.create(path));
+    book.append("one\n\n");
+    std::ofstream(path + ".edited") << "1st\n\n";
+    std::filesystem::rename(path + ".edited", path);
+    book.append("two\n\n");
+    EXPECT_EQ(text(), "1st\n\ntwo\n\n");
+}
+
+TEST_F(LogBookTest, goesOnInALineOfItsOwn_whenTheFileThatTookItsPlaceEndsWithinALine) {
+    ASSERT_TRUE(book.create(path));
+    book.append("one\n\n");
+    std::ofstream(path + ".edited") << "edited, without an end";
+    std::filesystem::rename(path + ".edited", path);
+    book.append("two\n\n");
+    book.append("three\n\n");
+    EXPECT_EQ(text(), "edited, without an end\ntwo\n\nthree\n\n");
+}
+
+TEST_F(LogBookTest, goesOnInTheFileBehindALink) {
+    ASSERT_TRUE(disk.makeFolder(folder.path() + "/deep/below"));
+    std::ofstream(folder.path() + "/target") << "old\n";
+    std::filesystem::create_symlink(folder.path() + "/target", path);
+    ASSERT_TRUE(book.openForUpdating(path));
+    book.append("one\n\n");
+    book.append("two\n\n");
+    EXPECT_EQ(text(), "old\none\n\ntwo\n\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
 TEST_F(LogBookTest, goesOnInTheFileThatTookItsPlace) {
     ASSERT_TRUE(book.create(path));
     book.append("one\n\n");

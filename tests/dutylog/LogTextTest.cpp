@@ -8,7 +8,7 @@
 namespace {
 struct LogTextTest : testing::Test {
     std::string period(const CalendarDate& from, const CalendarDate& to) const {
-        return LogText::periodStringFromTo(clock, clock.dateFromLocal(from), clock.dateFromLocal(to));
+        return LogText::periodStringFrom(clock, clock.dateFromLocal(from), clock.dateFromLocal(to));
     }
     ManualClock clock{QTimeZone("Europe/Berlin")};
 };
@@ -111,4 +111,21 @@ TEST_F(LogTextTest, readsNoOtherDate) {
 TEST_F(LogTextTest, keepsANameOnOneLine) {
     EXPECT_EQ(LogText::onOneLine("two\nlines\tand\x7f"), "two lines and ");
     EXPECT_EQ(LogText::onOneLine("録音"), "録音");
+    EXPECT_EQ(LogText::onOneLine("a\u2028b\u2029c\u0085d"), "a b c d");
+    EXPECT_EQ(LogText::onOneLine("a\u202Ab\u202Ec\u2066d\u2069e"), "a b c d e");
+    EXPECT_EQ(LogText::onOneLine("\u2027\u202F\u2065\u206A\u00A0\u00E9"),
+              "\u2027\u202F\u2065\u206A\u00A0\u00E9");
+    EXPECT_EQ(LogText::onOneLine("😀"), "😀");
+}
+
+TEST(LogText, replacesWhatIsNotUtf8) {
+    EXPECT_EQ(LogText::onOneLine("a\xff\xfe"
+                                 "b"),
+              "a\uFFFD\uFFFDb");
+    EXPECT_EQ(LogText::onOneLine("cut \xe9\x8c"), "cut \uFFFD\uFFFD");
+    EXPECT_EQ(LogText::onOneLine("\xc0\x8a"), "\uFFFD\uFFFD");           // a line end, written too long
+    EXPECT_EQ(LogText::onOneLine("\xe0\x80\x8a"), "\uFFFD\uFFFD\uFFFD"); // the same
+    EXPECT_EQ(LogText::onOneLine("\xed\xa0\x80"), "\uFFFD\uFFFD\uFFFD"); // half a pair
+    EXPECT_EQ(LogText::onOneLine("\xf4\x90\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(LogText::onOneLine("\xe9\n"), "\uFFFD ");
 }

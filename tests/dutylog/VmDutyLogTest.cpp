@@ -127,6 +127,19 @@ TEST_F(VmDutyLogTest, namesTheFilesOfThePlayer) {
               "2007.10.24 09:30:00 SOUND FILE DELETE\n\tdelete\t= gone.aif\n\tdelete\t= .gone.tiff\n\n");
 }
 
+TEST_F(VmDutyLogTest, saysThatTheMarkerIsSwitchedOff_whenItsSoundIsMissingAtTheLaunch) {
+    Settings settings = fullRateStereo;
+    settings.push_back({"MarkerSoundSwitch", true});
+    settings.push_back({"MarkerSoundName", "Gone"});
+    LogDesk it(folder, morning, settings);
+    it.desk.launch();
+    EXPECT_NE(it.book().find("\ttime marker\t= ON\n"), std::string::npos);
+    EXPECT_TRUE(it.book().ends_with("2007.10.24 09:30:00 ERROR HAPPEN\n"
+                                    "\tVmRecorder: marker sound file open error.\t\n\n"
+                                    "2007.10.24 09:30:00 MARKER SWITCH CHANGED\n\ttime marker\t= OFF\n\n"))
+        << it.book();
+}
+
 TEST_F(VmDutyLogTest, writesEachChangeWithTheValueInForce) {
     LogDesk it(folder);
     it.desk.launch();
@@ -146,12 +159,12 @@ TEST_F(VmDutyLogTest, writesEachChangeWithTheValueInForce) {
     expectChange("RecordModeChange", "RECORD MODE CHANGED\n\trecord mode\t= always");
     expectChange("PreTimeChange", "PRIOR TIME CHANGED\n\tprior time\t= 3seconds");
     expectChange("DelayTimeChange", "DELAY TIME CHANGED\n\tdelay time\t= 5seconds");
-    it.desk.defaults.set("MarkerSoundSwitch", true);
-    expectChange("MarkerSwitchChange", "MARKER SWITCH CHANGED\n\ttime marker\t= ON");
-    it.desk.defaults.set("MarkerSoundOption", 3);
+    it.recorder().markerButton().press(true); // posts by itself
+    EXPECT_EQ(it.added(), "2007.10.24 09:30:00 MARKER SWITCH CHANGED\n\ttime marker\t= ON\n\n");
+    it.recorder().setMarkerOption(3);
     expectChange("MarkerPeriodChange", "MARKER INTERVAL CHANGED\n\tmarker interval\t= 15minutes");
-    it.desk.defaults.set("MarkerSoundName", std::string_view("Glass"));
-    expectChange("MarkerSoundChange", "MARKER SOUND CHANGED\n\tmarker sound\t= Glass");
+    it.recorder().setMarkerSound("Knock");
+    expectChange("MarkerSoundChange", "MARKER SOUND CHANGED\n\tmarker sound\t= Knock");
     VmMechanic& mechanic = it.desk.controler->mechanic();
     mechanic.setMaxRecordTime(2 * 3600.0 + 3599.0);
     expectChange("MaxRecordChange", "MAX RECORD CHANGED\n\tmax record\t= 2hours");

@@ -62,6 +62,37 @@ TEST(MarkerMixer, beginsInTheFrameThatItIsArmedFor_orInTheNextOneCaptured) {
     EXPECT_EQ(mixed(mixer, 6, 14), (Steps{1, 2, 3, 4, 0, 0}));
 }
 
+TEST(MarkerMixer, repeatsItselfAsOftenAsItIsArmedFor) {
+    MarkerMixer mixer;
+    mixer.setSound({1, 2, 3}); // an odd number: each begins on the left side
+    EXPECT_FALSE(mixer.hasBegun());
+    mixer.arm(2, 2);
+    EXPECT_FALSE(mixer.hasBegun());
+    EXPECT_EQ(mixed(mixer, 6, 1), (Steps{0, 0, 1, 2, 3, 0}));
+    EXPECT_TRUE(mixer.hasBegun());
+    EXPECT_EQ(mixer.writeMarker(), 3);
+    EXPECT_EQ(mixed(mixer, 2, 4), (Steps{1, 2}));
+    EXPECT_EQ(mixed(mixer, 10, 5), (Steps{3, 0, 1, 2, 3, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(mixer.writeMarker(), 0);
+    EXPECT_FALSE(mixer.hasBegun());
+    mixer.arm(0, 1);
+    mixed(mixer, 2);
+    mixer.disarm(); // with its repeat
+    EXPECT_EQ(mixed(mixer, 8), (Steps{0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(MarkerMixer, saysWhetherItMixed) {
+    MarkerMixer mixer;
+    Floats data(4);
+    EXPECT_FALSE(mixer.mixInto(data.data(), 4, 0));
+    mixer.setSound({1, 2});
+    EXPECT_FALSE(mixer.mixInto(data.data(), 4, 0));
+    mixer.arm(3);
+    EXPECT_FALSE(mixer.mixInto(data.data(), 4, 0));
+    EXPECT_TRUE(mixer.mixInto(data.data(), 4, 2));
+    EXPECT_FALSE(mixer.mixInto(data.data(), 4, 4));
+}
+
 TEST(MarkerMixer, leavesOutTheRest_whenItIsDisarmedOrItsSoundReplaced) {
     MarkerMixer mixer;
     mixer.setSound({1, 2, 3, 4});
@@ -85,12 +116,13 @@ TEST(MarkerMixer, mixesOneSoundOrTheOther_whileSoundsAreReplacedOnAnotherThread)
     MarkerMixer mixer;
     std::atomic<bool> done{false};
     std::atomic<long> heard{0};
-    bool isTorn = false;
+    std::atomic<bool> isTorn{false};
     std::thread inputOutput([&] {
         Floats data(64);
         while (!done) {
             std::fill(data.begin(), data.end(), 0.0F);
-            mixer.mixInto(data.data(), 64, 0);
+            const bool isMixed = mixer.mixInto(data.data(), 64, 0);
+            isTorn = isTorn || isMixed != (data[0] != 0.0F);
             float first = 0.0F;
             for (const float value : data) {
                 if (value == 0.0F)
@@ -103,7 +135,10 @@ TEST(MarkerMixer, mixesOneSoundOrTheOther_whileSoundsAreReplacedOnAnotherThread)
     });
     for (int sound = 1; sound <= 3000 || heard < 2000; ++sound) {
         mixer.setSound(std::vector<std::int16_t>(256, static_cast<std::int16_t>(sound % 1000 + 1)));
-        mixer.arm();
+        mixer.arm(0, static_cast<unsigned>(sound % 3));
+        if (sound % 5 == 0)
+            mixer.disarm();
+        isTorn = isTorn || mixer.writeMarker() > mixer.markerSize();
         if (sound % 8 == 0)
             std::this_thread::yield();
         if (sound > 2000000)

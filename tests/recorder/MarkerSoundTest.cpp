@@ -53,14 +53,14 @@ TEST(MarkerSoundPicking, copiesSampleBySample_whenTheRatesAreEqual) {
 }
 
 TEST(MarkerSoundPicking, takesTheSampleAtTheTruncatedPosition_withoutInterpolation) {
-    const Samples source{10, 20, 30, 40, 50, 60, 70, 80};
+    const Samples source{10, 20, 30, 40, 50, 60, 70, 80}; // four frames
     Samples picked(64, -1);
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 16, 2.0, 2), 5U); // trunc(16 / 2) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 5), (Samples{10, 30, 50, 70, 0}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 5), (Samples{10, 20, 50, 60, 0}));
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 16, 1.5, 2), 6U); // trunc(10.67) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 6), (Samples{10, 20, 40, 50, 70, 80}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 6), (Samples{10, 20, 30, 40, 70, 80}));
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 8, 0.5, 2), 9U); // trunc(16) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 9), (Samples{10, 10, 20, 20, 30, 30, 40, 40, 50}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 9), (Samples{10, 20, 10, 20, 30, 40, 30, 40, 50}));
 }
 
 TEST(MarkerSoundPicking, doublesOneChannelIntoLeftAndRight) {
@@ -197,6 +197,38 @@ TEST_F(MarkerSoundTest, refusesAFileThatIsTooLong) {
     sounds.writeBytes("huge.aiff", bytes);
     std::filesystem::resize_file(huge, 0x7FFFFFF8);
     EXPECT_EQ(outcomeOf(huge), Outcome::tooLong);
+}
+
+TEST_F(MarkerSoundTest, refusesAFileThatIsShorterThanItSays) {
+    for (const auto& [name, format] : {std::pair("s.wav", SF_FORMAT_WAV), std::pair("s.aiff", SF_FORMAT_AIFF)})
+        for (const int bits : {SF_FORMAT_PCM_16, SF_FORMAT_FLOAT}) {
+            const std::string path = sounds.write(name, format | bits, 44100, 1, sine(44100, 1, 0.5));
+            const std::string bytes = SoundFolder::bytesOf(path);
+            EXPECT_EQ(outcomeOf(path), Outcome::loaded) << name;
+            EXPECT_EQ(outcomeOf(sounds.writeBytes(name, bytes.substr(0, bytes.size() / 2))),
+                      Outcome::readFailed);
+            EXPECT_EQ(outcomeOf(sounds.writeBytes(name, bytes + "more")), Outcome::loaded) << name;
+        }
+}
+
+TEST_F(MarkerSoundTest, isReadToItsEnd_whenItsWriterDidNotKnowItsSize) {
+    std::string bytes = SoundFolder::bytesOf(
+        sounds.write("s.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1, sine(44100, 1, 0.1)));
+    bytes.replace(bytes.find("data") + 4, 4, 4, '\xff');
+    EXPECT_EQ(outcomeOf(sounds.writeBytes("s.wav", bytes)), Outcome::loaded);
+}
+
+TEST_F(MarkerSoundTest, keepsItsSidesApart_alsoAtAnotherRate) {
+    for (const int rate : {8000, 22050, 44100, 48000, 96000})
+        for (const double deviceRate : {8000.0, 44100.0, 48000.0}) {
+            Samples left(static_cast<std::size_t>(rate));
+            for (std::size_t i = 0; i < left.size(); i += 2)
+                left[i] = 9000;
+            const auto loaded = MarkerSound::load(sounds.writeAiff("l.aiff", rate, 2, left), deviceRate);
+            ASSERT_EQ(loaded.outcome, Outcome::loaded);
+            for (std::size_t i = 0; i + 4 < loaded.samples.size(); ++i)
+                ASSERT_EQ(loaded.samples[i], i % 2 == 0 ? 9000 : 0) << rate << " " << deviceRate << " " << i;
+        }
 }
 
 TEST_F(MarkerSoundTest, refusesAHeaderThatMakesNoSense) {

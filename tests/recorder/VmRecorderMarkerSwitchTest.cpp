@@ -38,6 +38,35 @@ TEST(VmRecorderMarkerSwitch, endsItsRepeats_whenItIsSwitchedOff) {
     EXPECT_EQ(it.onsets().size(), 2U); // 09:59, and the first of 10:00
 }
 
+TEST(VmRecorderMarkerSwitch, breaksItsSoundOff_andSoundsNotAgainInTheSameMinute) {
+    MarkedDesk it({{"MarkerSoundOption", 4}}, {silentInput(8000.0), deskOutput()}, beforeTen);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(100.1);
+    it.recorder().markerButton().press(false);
+    it.desk.runFor(0.2);
+    it.recorder().markerButton().press(true);
+    it.desk.runFor(80.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(2.0);
+    EXPECT_EQ(it.onsets().size(), 1U);
+    const auto all = it.samples(it.recordings().back());
+    const auto marked = std::count_if(all.begin(), all.end(), [](int sample) { return sample > 900; });
+    EXPECT_LT(marked, 1500); // of 2000
+}
+
+TEST(VmRecorderMarkerSwitch, soundsAtTheMinute_whenItIsSwitchedOffAndOnJustBefore) {
+    MarkedDesk it({{"MarkerSoundOption", 4}}, {silentInput(8000.0), deskOutput()}, beforeTen);
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(99.0);
+    it.recorder().markerButton().press(false);
+    it.desk.runFor(0.3);
+    it.recorder().markerButton().press(true);
+    it.desk.runFor(30.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(2.0);
+    EXPECT_EQ(it.onsets().size(), 3U);
+}
+
 TEST(VmRecorderMarkerSwitch, asksForTheAdministratorRight_butNotTheProgramItself) {
     MarkedDesk it({{"AuthorizationRequired", true}}, {silentInput(8000.0), deskOutput()}, beforeTen);
     it.recorder().markerButton().press(false);

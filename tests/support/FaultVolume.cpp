@@ -31,6 +31,7 @@ public:
         return m_volume.m_synchronizeError != 0 ? m_volume.m_synchronizeError : m_file->synchronize();
     }
     std::int64_t size() override { return m_file->size(); }
+    bool isAt(const std::string& path) override { return m_file->isAt(path); }
     int close() override { return m_file->close(); }
 
 private:
