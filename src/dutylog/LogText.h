@@ -33,7 +33,7 @@ struct LogText {
     static std::string standardDate(const Clock& clock, Date date);
     /// Reads what `standardDate` writes; nothing when it is anything else.
     static std::optional<Date> dateFromStandard(const std::string& text);
-    /// `text` on one line: a name from outside must not look like an entry of its own. What is not UTF-8 becomes
-    /// U+FFFD, a byte each.
+    /// `text` on one line: a name from outside must not look like an entry of its own. What is not UTF-8
+    /// becomes U+FFFD, a byte each.
     static std::string onOneLine(std::string_view text);
 };

@@ -21,6 +21,7 @@ public:
     }
     int synchronize() override { return m_volume.strikes(synchronizing) ? EIO : m_file->synchronize(); }
     std::int64_t size() override { return m_file->size(); }
+    bool isAt(const std::string& path) override { return m_file->isAt(path); }
     int close() override {
         const int error = m_file->close();
         return m_volume.strikes(closing) ? EIO : error;
