@@ -104,6 +104,8 @@ void VmRecorder::saveUserDefaults() {
 void VmRecorder::startRecording() {
     if (m_controler.devicer().recordSource() < 0 || streamIsLate())
         return;
+    if (m_actionMethod != 5) // a start that follows a sleep is told as that
+        m_actionMethod = usualMethod();
     if (_startRecording())
         setCondition(RecordCondition::recording);
 }

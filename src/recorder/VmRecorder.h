@@ -255,6 +255,8 @@ private:
     void showReserve(const std::string& name, const char* timeKey, int secondOfDay);
     void takeFormat(const VmReserverElement& element);
 
+    /// Of what nobody splits and nothing ends by force: 2 while the timetable is on, else 3.
+    int usualMethod() const { return m_recordTimer != nullptr ? 2 : 3; }
     bool hasRisen();
     void recordON();
     void recordOFF();

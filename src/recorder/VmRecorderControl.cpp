@@ -240,6 +240,9 @@ void VmRecorder::resetCondition() {
         startRecording(); // sets the condition if it could
         return;
     }
+    // By the level, or for want of sound: not for the reason of the split or start before it.
+    if (transition.file == RecordTransition::File::stop && m_recordState && !m_asleep && !m_modeTimer)
+        m_actionMethod = usualMethod();
     if (transition.file == RecordTransition::File::stop)
         stopRecording();
     setCondition(transition.next);

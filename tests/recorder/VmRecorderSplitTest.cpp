@@ -240,3 +240,24 @@ TEST(VmRecorderRelay, isKeptUnderANameThatSaysSo_afterACrash) {
                   launch == 0 ? 1 : 0);
     }
 }
+
+TEST(VmRecorderMethod, isNotInternalAnyMore_whenTheLevelEndsAndBeginsFilesAfterASplit) {
+    SimulatedDevice input = countingInput();
+    using Kind = SimulatedSegment::Kind;
+    input.signal = {{.at = 0.0, .kind = Kind::constant, .level = 0.5},
+                    {.at = 120.0, .kind = Kind::silence},
+                    {.at = 140.0, .kind = Kind::constant, .level = 0.5}};
+    Desk it({{"RecordMode", 1}, {"AutoStartLevel", 5}}, {input, deskOutput()}, beforeTen);
+    it.desk.launch();
+    it.recorder().recordButton().press(true);
+    it.desk.runFor(90.0);
+    EXPECT_EQ(it.recorder().actionMethod(), 3);
+    it.desk.runFor(20.0); // over the hour
+    EXPECT_EQ(it.recorder().actionMethod(), 1);
+    it.desk.runFor(20.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::standingBy);
+    EXPECT_EQ(it.recorder().actionMethod(), 3);
+    it.desk.runFor(15.0);
+    EXPECT_EQ(it.recorder().condition(), RecordCondition::recording);
+    EXPECT_EQ(it.recorder().actionMethod(), 3);
+}
