@@ -247,6 +247,7 @@ private:
     void _actHourButton();
     void _actMonitorButton();
     bool mayStopTimetable();
+    void armRecordTimer();
     void startTimetable();
     void stopTimetable();
     void startReserveRecordWithElement(const VmReserverElement& element);

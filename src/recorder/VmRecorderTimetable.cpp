@@ -46,11 +46,15 @@ bool VmRecorder::mayStopTimetable() {
     return !m_recordState || agrees("TimerStopInfo");
 }
 
-void VmRecorder::startTimetable() {
+void VmRecorder::armRecordTimer() {
     setStartOnTheHour(false); // an entry's recording is not split at the hour
     m_waitingSince = now();
     m_recordTimer = m_controler.seams().runLoop.schedule({.interval = 1.0, .repeats = true},
                                                          [this] { recordTimerPeriodic(); });
+}
+
+void VmRecorder::startTimetable() {
+    armRecordTimer();
     if (const VmReserverElement* within = m_controler.reserver().unfinishedWithinElement(); within != nullptr) {
         m_actionMethod = 2;
         startReserveRecordWithElement(*within);
@@ -144,10 +148,7 @@ void VmRecorder::takeElement(const VmReserverElement& element) {
 void VmRecorder::resumeElement(const Interruption& interruption) {
     // As if it had never been interrupted: its end stays, even if that has passed meanwhile.
     storeSwitch("ReserveSwitch", true);
-    setStartOnTheHour(false);
-    m_waitingSince = now();
-    m_recordTimer = m_controler.seams().runLoop.schedule({.interval = 1.0, .repeats = true},
-                                                         [this] { recordTimerPeriodic(); });
+    armRecordTimer();
     takeElement(*interruption.element);
     m_timerStartDate = interruption.timerStart;
     m_recordPeriod = interruption.period;

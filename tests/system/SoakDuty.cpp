@@ -1,4 +1,4 @@
-#include "long/SoakDuty.h"
+#include "system/SoakDuty.h"
 
 #include "support/Counting.h"
 

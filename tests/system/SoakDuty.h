@@ -1,4 +1,4 @@
-// long/SoakDuty.h — the built program for hours, while one thing after the other goes wrong around it.
+// system/SoakDuty.h — the built program for hours, while one thing after the other goes wrong around it.
 #pragma once
 #include "faults/FrameCensus.h"
 #include "system/PrivateDisk.h"
