@@ -4,8 +4,10 @@
 #include "audio/CrankedHardware.h"
 #include "base/AdministratorRight.h"
 #include "base/NotificationCenter.h"
+#include "base/SavePanel.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "base/Workspace.h"
 #include "CpuSeconds.h"
 #include "Figures.h"
 #include "recorder/VmRecorder.h"
@@ -37,9 +39,9 @@ public:
         m_defaults.set("DirectoryPath", QString::fromStdString(folder + "/record"));
         m_defaults.set("SamplingRateNumber", 2);
         m_defaults.set("ChannelsNumber", 2);
-        m_controler =
-            std::make_unique<VmControler>(Seams{m_clock, m_runLoop, m_notifications, m_defaults, m_log, m_alert,
-                                                m_texts, m_hardware, m_volume, m_right});
+        m_controler = std::make_unique<VmControler>(Seams{m_clock, m_runLoop, m_notifications, m_defaults,
+                                                          m_log, m_alert, m_texts, m_hardware, m_volume,
+                                                          m_right, m_savePanel, m_workspace});
         m_controler->applicationDidFinishLaunching();
         m_controler->recorder().recordButton().press(true);
     }
@@ -72,6 +74,8 @@ private:
     CrankedHardware m_hardware;
     PosixVolume m_volume;
     NoAdministratorRight m_right;
+    NoSavePanel m_savePanel;
+    NoWorkspace m_workspace;
     std::unique_ptr<VmControler> m_controler;
     TestList m_sound{{2}, frames, 0.25F};
     std::uint64_t m_frame = 0;

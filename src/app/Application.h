@@ -6,9 +6,11 @@
 #include "base/Alert.h"
 #include "base/LineWriter.h"
 #include "base/NotificationCenter.h"
+#include "base/SavePanel.h"
 #include "base/SystemClock.h"
 #include "base/SystemLog.h"
 #include "base/Texts.h"
+#include "base/Workspace.h"
 
 #include <memory>
 #include <string>
@@ -68,6 +70,8 @@ private:
     NotificationCenter m_notifications;
     const Texts m_texts;
     NoAdministratorRight m_administratorRight; // until somebody can be asked
+    NoSavePanel m_savePanel;
+    NoWorkspace m_workspace;
     std::unique_ptr<RunLoop> m_runLoop;
     std::unique_ptr<Volume> m_volume;
     std::unique_ptr<UserDefaults> m_defaults;

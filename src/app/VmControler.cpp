@@ -7,6 +7,7 @@
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
+#include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -26,7 +27,11 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
 }
 
 VmControler::VmControler(const Seams& seams)
-    : m_seams(seams), m_authorization(seams.defaults.boolForKey("AuthorizationRequired")) {
+    : m_seams(seams),
+      m_authorization(seams.defaults.boolForKey("AuthorizationRequired")),
+      m_mainTab(std::make_unique<TabView>()),
+      m_recordTable(std::make_unique<VmTableView>()),
+      m_keepTable(std::make_unique<VmTableView>()) {
     m_dutylog = std::make_unique<VmDutyLog>(*this);
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
     m_reserver = std::make_unique<VmReserver>(*this);

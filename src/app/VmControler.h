@@ -4,6 +4,7 @@
 
 #include <memory>
 
+class TabView;
 class VmDevice;
 class VmDutyLog;
 class VmLevelMeter;
@@ -11,6 +12,7 @@ class VmMechanic;
 class VmRecorder;
 class VmReserveList;
 class VmReserver;
+class VmTableView;
 
 /// Owns every other controller for the whole life of the process. Controllers reach each other only through the
 /// accessors. Main thread only.
@@ -33,6 +35,10 @@ public:
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
 
+    TabView& mainTab() const { return *m_mainTab; }             ///< 0 record, 1 play, 2 timer, 3 keep
+    VmTableView& recordTable() const { return *m_recordTable; } ///< the recordings on the play tab
+    VmTableView& keepTable() const { return *m_keepTable; }     ///< the kept files on the keep tab
+
     bool authorization() const { return m_authorization; }
     /// Asks for the administrator right: 0 when it was granted, else -1.
     int VmAuthorization() const;
@@ -48,6 +54,9 @@ private:
 
     const Seams m_seams;
     bool m_authorization = false;
+    std::unique_ptr<TabView> m_mainTab; // these controls outlive the controllers
+    std::unique_ptr<VmTableView> m_recordTable;
+    std::unique_ptr<VmTableView> m_keepTable;
     std::unique_ptr<VmDutyLog> m_dutylog; // first: the threads of all others report to it
     std::unique_ptr<VmMechanic> m_mechanic;
     std::unique_ptr<VmReserver> m_reserver;

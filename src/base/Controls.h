@@ -78,9 +78,21 @@ public:
     TextColor color() const { return m_color; }
     void setColor(TextColor color) { change(m_color, color); }
 
+    /// What happens at the end of a person's editing, after the text has changed.
+    void setAction(std::function<void()> action) { m_action = std::move(action); }
+    /// A person's text, at the end of editing. A disabled field ignores it.
+    void enter(std::string text) {
+        if (!enabled())
+            return;
+        setText(std::move(text));
+        if (m_action)
+            m_action();
+    }
+
 private:
     std::string m_text;
     TextColor m_color = TextColor::black;
+    std::function<void()> m_action;
 };
 
 /// A choice of one out of a list.
@@ -112,6 +124,12 @@ public:
     Slider(int minimum, int maximum) : m_minimum(minimum), m_maximum(maximum), m_value(minimum) {}
     int minimum() const { return m_minimum; }
     int maximum() const { return m_maximum; }
+    /// The value is brought into the new bounds.
+    void setRange(int minimum, int maximum) {
+        change(m_minimum, minimum);
+        change(m_maximum, std::max(minimum, maximum));
+        setValue(m_value);
+    }
     int value() const { return m_value; }
     /// A value beyond the bounds is brought to the nearest one.
     void setValue(int value) { change(m_value, std::clamp(value, m_minimum, m_maximum)); }
@@ -129,6 +147,27 @@ private:
     int m_minimum;
     int m_maximum;
     int m_value;
+    std::function<void(int)> m_action;
+};
+
+/// One of several pages is shown.
+class TabView : public Control {
+public:
+    int selected() const { return m_selected; }
+    /// Shows a page without asking anybody.
+    void select(int index) { change(m_selected, index); }
+    void setAction(std::function<void(int)> action) { m_action = std::move(action); }
+    /// A person's choice: shows the page, then performs the action, which may select another.
+    void choose(int index) {
+        if (!enabled() || index == m_selected)
+            return;
+        select(index);
+        if (m_action)
+            m_action(index);
+    }
+
+private:
+    int m_selected = 0;
     std::function<void(int)> m_action;
 };
 

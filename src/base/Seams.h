@@ -9,10 +9,12 @@ class AudioHardware;
 class Clock;
 class NotificationCenter;
 class RunLoop;
+class SavePanel;
 class SystemLog;
 class Texts;
 class UserDefaults;
 class Volume;
+class Workspace;
 
 /// What the application stands on; real in the product, virtual and scripted in a rehearsal.
 struct Seams {
@@ -26,6 +28,8 @@ struct Seams {
     AudioHardware& hardware;
     Volume& volume;
     AdministratorRight& administratorRight;
+    SavePanel& savePanel;
+    Workspace& workspace;
     /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
     std::vector<std::string> soundFolders{};
     std::string consoleUser = {}; ///< the name of whoever is logged in at the machine

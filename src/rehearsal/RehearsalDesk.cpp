@@ -64,9 +64,9 @@ void RehearsalDesk::makeFolders() {
 RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
-    controler =
-        std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
-                                            hardware, volume, administratorRight, soundFolders, "rehearsal"});
+    controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
+                                                    hardware, volume, administratorRight, savePanel, workspace,
+                                                    soundFolders, "rehearsal"});
 }
 
 void RehearsalDesk::launch() {

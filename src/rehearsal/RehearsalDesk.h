@@ -7,7 +7,9 @@
 #include "rehearsal/RecordedSystemLog.h"
 #include "rehearsal/ScriptedAdministratorRight.h"
 #include "rehearsal/ScriptedAlert.h"
+#include "rehearsal/ScriptedSavePanel.h"
 #include "rehearsal/ScriptedVolume.h"
+#include "rehearsal/ScriptedWorkspace.h"
 #include "rehearsal/VirtualClock.h"
 #include "rehearsal/VirtualRunLoop.h"
 #include "storage/PosixVolume.h"
@@ -60,6 +62,8 @@ public:
     PosixVolume files;
     ScriptedVolume volume{files, clock};
     ScriptedAdministratorRight administratorRight;
+    ScriptedSavePanel savePanel;
+    ScriptedWorkspace workspace;
     /// Where marker sounds are looked for: under `folder`, then among the bundled ones.
     std::vector<std::string> soundFolders;
     std::unique_ptr<VmControler> controler;

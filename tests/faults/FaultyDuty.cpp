@@ -70,9 +70,9 @@ FaultyDuty::Outcome FaultyDuty::run(const std::string& folder) const {
             outcome.events.push_back(event.object +
                                      (message == event.userInfo.end() ? "" : ": " + message->second));
         });
-    desk.controler = std::make_unique<VmControler>(Seams{desk.clock, desk.runLoop, desk.notifications,
-                                                         desk.defaults, desk.log, desk.alert, desk.texts,
-                                                         desk.hardware, volume, desk.administratorRight});
+    desk.controler = std::make_unique<VmControler>(
+        Seams{desk.clock, desk.runLoop, desk.notifications, desk.defaults, desk.log, desk.alert, desk.texts,
+              desk.hardware, volume, desk.administratorRight, desk.savePanel, desk.workspace});
     desk.volume.setWriteSeconds(m_kind == Kind::slowDisk ? slowness : 0.0);
     desk.launch();
     if (m_kind == Kind::relay)

@@ -2,10 +2,12 @@
 #pragma once
 #include "base/AdministratorRight.h"
 #include "base/NotificationCenter.h"
+#include "base/SavePanel.h"
 #include "base/Seams.h"
 #include "base/SystemClock.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "base/Workspace.h"
 #include "rehearsal/RecordedSystemLog.h"
 #include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
@@ -50,6 +52,8 @@ private:
     Absent<Alert> m_alert;
     Absent<AudioHardware> m_hardware;
     NoAdministratorRight m_right;
+    NoSavePanel m_savePanel;
+    NoWorkspace m_workspace;
     std::vector<std::string> m_errors;
     NotificationCenter::Observation m_observation =
         notifications.observe(VmLogEventNotification, [this](const Notification& notification) {
@@ -58,6 +62,6 @@ private:
         });
 
 public:
-    const Seams seams{m_clock,        m_runLoop.seam(), notifications,     defaults, log,
-                      m_alert.seam(), m_texts,          m_hardware.seam(), volume,   m_right};
+    const Seams seams{m_clock, m_runLoop.seam(),  notifications, defaults, log,         m_alert.seam(),
+                      m_texts, m_hardware.seam(), volume,        m_right,  m_savePanel, m_workspace};
 };

@@ -66,7 +66,9 @@ private:
                         desk.seams.texts,
                         desk.seams.hardware,
                         volume,
-                        desk.seams.administratorRight};
+                        desk.seams.administratorRight,
+                        desk.seams.savePanel,
+                        desk.seams.workspace};
     std::unique_ptr<VmMechanic> m_mechanic;
     Lines m_locked;
 };
