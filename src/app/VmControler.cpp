@@ -1,5 +1,6 @@
 #include "app/VmControler.h"
 
+#include "app/AuthorizationTool.h"
 #include "audio/VmDevice.h"
 #include "base/AdministratorRight.h"
 #include "base/Alert.h"
@@ -49,7 +50,13 @@ VmControler::~VmControler() {
 }
 
 int VmControler::VmAuthorization() const {
-    return m_seams.administratorRight.obtain() ? 0 : -1;
+    AdministratorRight& right = m_seams.administratorRight;
+    if (!right.obtain())
+        return -1;
+    // The right was granted, whatever the helper makes of it.
+    if (const auto form = right.externalForm())
+        AuthorizationTool(m_seams.authorizationTool, m_seams.log).pass(*form);
+    return 0;
 }
 
 void VmControler::applicationDidFinishLaunching() {
