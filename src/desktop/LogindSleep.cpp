@@ -107,6 +107,7 @@ void LogindSleep::busLost() {
 void LogindSleep::leaveBus() {
     m_ownerCall.reset();
     m_lockCall.reset();
+    m_blockCall.reset();
     m_bus.reset();
     QDBusConnection::disconnectFromBus(m_busName);
 }
@@ -153,22 +154,45 @@ void LogindSleep::setOwner(const QString& owner) {
         return;
     m_owner = owner;
     releaseLock();
+    takeBlock();
     if (m_asleep)
         wakeUp(); // who told of the sleep will not tell of the waking
     else
         takeLock();
 }
 
+QDBusMessage LogindSleep::inhibition(const QString& why, const QString& mode) const {
+    auto request =
+        QDBusMessage::createMethodCall(logindService, logindPath, logindManager, QStringLiteral("Inhibit"));
+    request.setAutoStartService(false);
+    request << QStringLiteral("sleep") << QStringLiteral("Velmoratide") << why << mode;
+    return request;
+}
+
 void LogindSleep::takeLock() {
     if (!m_bus || m_owner.isEmpty())
         return;
     releaseLock();
-    auto request =
-        QDBusMessage::createMethodCall(logindService, logindPath, logindManager, QStringLiteral("Inhibit"));
-    request.setAutoStartService(false);
-    request << QStringLiteral("sleep") << QStringLiteral("Velmoratide")
-            << QStringLiteral("The file being recorded is finished first") << QStringLiteral("delay");
-    m_lockCall = call(request, [this](const QDBusMessage& answer) { lockAnswered(answer); });
+    m_lockCall =
+        call(inhibition(QStringLiteral("The file being recorded is finished first"), QStringLiteral("delay")),
+             [this](const QDBusMessage& answer) { lockAnswered(answer); });
+}
+
+void LogindSleep::setOnDuty(bool onDuty) {
+    if (std::exchange(m_onDuty, onDuty) != onDuty)
+        takeBlock();
+}
+
+void LogindSleep::takeBlock() {
+    m_blockCall.reset();
+    if (!m_onDuty || !m_bus || m_owner.isEmpty())
+        return;
+    m_blockCall = call(
+        inhibition(QStringLiteral("A recorder is on duty"), QStringLiteral("block")),
+        [this](const QDBusMessage& answer) {
+            if (const auto lock = onlyArgument<QDBusUnixFileDescriptor>(answer); !lock || !lock->isValid())
+                m_log.log("LogindSleep: the machine may go to sleep while on duty (" + whyNot(answer) + ").");
+        });
 }
 
 void LogindSleep::lockAnswered(const QDBusMessage& answer) {

@@ -29,6 +29,8 @@ struct LogindPatience {
 };
 
 /// Holds a delay lock of org.freedesktop.login1, so that the machine waits for `willSleep` before it sleeps.
+/// While the recorder is on duty it also holds a lock that keeps the machine from going to sleep unasked; the
+/// screen is not its business.
 /// Calls `didWake` once for each `willSleep`, even when nobody tells of the waking: a recorder that believes
 /// the machine asleep records nothing.
 ///
@@ -45,6 +47,8 @@ public:
     /// Gives the lock back.
     ~LogindSleep() override;
 
+    /// Whether sound is, or may soon be, recorded: the machine shall not sleep meanwhile.
+    void setOnDuty(bool onDuty);
     /// The duty ends: no handler is called any more. The lock stays, so that the last file is finished as well.
     void endDuty() { m_ending = true; }
 
@@ -63,6 +67,8 @@ private:
     void takeLock();
     void lockAnswered(const QDBusMessage& answer);
     void releaseLock();
+    void takeBlock();
+    QDBusMessage inhibition(const QString& why, const QString& mode) const;
     void fallAsleep();
     void wakeUp();
     /// Destroying what it returns forgets the call, or its answer.
@@ -84,10 +90,12 @@ private:
     std::optional<QDBusConnection> m_bus;
     QString m_owner; // logind's unique name on the bus; empty when it is not there
     std::unique_ptr<QDBusPendingCallWatcher> m_ownerCall;
-    std::unique_ptr<QDBusPendingCallWatcher> m_lockCall; // its answer holds the only descriptor of the lock
+    std::unique_ptr<QDBusPendingCallWatcher> m_lockCall;  // its answer holds the only descriptor of the lock
+    std::unique_ptr<QDBusPendingCallWatcher> m_blockCall; // as above, of the lock while on duty
     std::string m_complaint;
     std::unique_ptr<Timer> m_retry;
     std::unique_ptr<Timer> m_overdue; // the machine was to sleep
+    bool m_onDuty = false;
     bool m_asleep = false;
     bool m_finishing = false; // `willSleep` is running
     bool m_wokeEarly = false; // ... and the machine has woken meanwhile

@@ -29,6 +29,7 @@ QtAlert::~QtAlert() {
 }
 
 AlertAnswer QtAlert::ask(const AlertRequest& request) {
+    callPerson(request);
     const QPointer<QMessageBox> box = makeBox(request).release(); // its window may delete it meanwhile
     box->exec();
     const QAbstractButton* pressed = box.isNull() ? nullptr : box->clickedButton();
@@ -40,6 +41,12 @@ AlertAnswer QtAlert::ask(const AlertRequest& request) {
         return AlertAnswer::otherButton;
     // Closed without an answer, as when the program ends: cancel where that is possible.
     return request.alternateKey.empty() ? AlertAnswer::defaultButton : AlertAnswer::alternateButton;
+}
+
+void QtAlert::callPerson(const AlertRequest& request) const {
+    if (m_unseen && QGuiApplication::applicationState() != Qt::ApplicationActive)
+        m_unseen(QString::fromStdString(m_texts(request.messageKey)),
+                 QString::fromStdString(m_texts(request.informativeKey)));
 }
 
 void QtAlert::dismissQuestion() {
@@ -88,6 +95,7 @@ void QtAlert::show(const AlertRequest& request) {
             open->raise();
             return;
         }
+    callPerson(request);
     QMessageBox* box = makeBox(request).release(); // deletes itself when it is closed
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setModal(false);

@@ -2,8 +2,10 @@
 #pragma once
 #include "base/Alert.h"
 
+#include <functional>
 #include <memory>
 #include <QPointer>
+#include <QString>
 #include <QWidget>
 #include <vector>
 
@@ -22,6 +24,10 @@ public:
     /// The window that the boxes belong to; none at first.
     void setParentWindow(QWidget* window) { m_window = window; }
     AlertAnswer ask(const AlertRequest& request) override;
+    /// Called with an alert's two texts when it is shown while no window of the program is in front.
+    void setUnseenHandler(std::function<void(const QString& message, const QString& informative)> handler) {
+        m_unseen = std::move(handler);
+    }
     /// Closes the question that is open, if one is: the program ends.
     void dismissQuestion();
     // Any thread
@@ -30,10 +36,12 @@ public:
 private:
     std::unique_ptr<QMessageBox> makeBox(const AlertRequest& request) const;
     void show(const AlertRequest& request);
+    void callPerson(const AlertRequest& request) const;
 
     RunLoop& m_runLoop;
     const Texts& m_texts;
     QPointer<QWidget> m_window;
+    std::function<void(const QString&, const QString&)> m_unseen;
     const std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // outlived by what `tell` posts
     std::vector<QPointer<QMessageBox>> m_open;
 };
