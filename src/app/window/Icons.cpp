@@ -4,6 +4,7 @@
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPixmap>
+#include <QTransform>
 #include <utility>
 
 namespace {
@@ -91,6 +92,52 @@ QPainterPath microphonePath() {
     return path;
 }
 
+/// A triangle that points to what comes next.
+QPainterPath playPath() {
+    QPainterPath path(QPointF(7, 4.5));
+    path.lineTo(19, 12);
+    path.lineTo(7, 19.5);
+    path.closeSubpath();
+    return path | stroked(path, 1.6);
+}
+
+/// An archive box.
+QPainterPath keepPath() {
+    QPainterPath path = roundRect({3, 4, 18, 5}, 1.5);
+    path |= stroked(polyline({{5, 11}, {5, 19.5}, {19, 19.5}, {19, 11}}));
+    path |= stroked(polyline({{9.5, 13}, {14.5, 13}}));
+    return path;
+}
+
+/// A closed padlock.
+QPainterPath lockPath() {
+    QPainterPath shackle(QPointF(8, 11));
+    shackle.lineTo(8, 8);
+    shackle.arcTo(QRectF(8, 4, 8, 8), 180, -180);
+    shackle.lineTo(16, 11);
+    return stroked(shackle) | roundRect({5, 10.5, 14, 10}, 2.5);
+}
+
+/// A cogwheel.
+QPainterPath preferencesPath() {
+    QPainterPath path = circle(12, 12, 7);
+    for (int tooth = 0; tooth < 8; ++tooth) {
+        QTransform turn;
+        turn.translate(12, 12);
+        turn.rotate(45.0 * tooth);
+        path |= turn.map(roundRect({-1.9, -10, 3.8, 5}, 1));
+    }
+    return path - circle(12, 12, 3.2);
+}
+
+/// A question mark in a circle.
+QPainterPath helpPath() {
+    QPainterPath hook(QPointF(9, 9.5));
+    hook.cubicTo({9, 5.5}, {15, 5.5}, {15, 9.3});
+    hook.cubicTo({15, 11.8}, {12, 11.6}, {12, 14});
+    return stroked(circle(12, 12, 9.2), 1.8) | stroked(hook) | circle(12, 17.2, 1.3);
+}
+
 void paintApplication(QPainter& painter) {
     QLinearGradient ground(0, 2, 0, 62);
     ground.setColorAt(0, QColor(0x2f, 0x48, 0x58));
@@ -120,6 +167,16 @@ QPainterPath Icons::path(Glyph glyph) {
         return markerPath();
     case Glyph::microphone:
         return microphonePath();
+    case Glyph::play:
+        return playPath();
+    case Glyph::keep:
+        return keepPath();
+    case Glyph::lock:
+        return lockPath();
+    case Glyph::preferences:
+        return preferencesPath();
+    case Glyph::help:
+        return helpPath();
     }
     return {};
 }

@@ -8,7 +8,20 @@
 
 class QPainter;
 
-enum class Glyph { record, stop, timer, monitor, hour, marker, microphone };
+enum class Glyph {
+    record,
+    stop,
+    timer,
+    monitor,
+    hour,
+    marker,
+    microphone,
+    play,
+    keep,
+    lock,
+    preferences,
+    help
+};
 
 /// Every drawing is a path, so that it takes any size and any colour.
 namespace Icons {

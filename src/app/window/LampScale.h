@@ -4,10 +4,10 @@
 
 /// Heights in pixels from the top of the meter and of the slider, which are equally tall.
 namespace LampScale {
-inline constexpr int pitch = 10; ///< from one lamp to the next
-inline constexpr int lampHeight = 8;
-inline constexpr int above = 5;
-inline constexpr int below = 13; ///< room for the start level 0, under the lowest lamp
+inline constexpr int pitch = 9; ///< from one lamp to the next
+inline constexpr int lampHeight = 7;
+inline constexpr int above = 4;
+inline constexpr int below = 11; ///< room for the start level 0, under the lowest lamp
 inline constexpr int height = above + LampColumn::count * pitch + below;
 
 /// Top edge of lamp `index`, 0 being the lowest.

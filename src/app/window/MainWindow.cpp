@@ -1,26 +1,96 @@
 #include "app/window/MainWindow.h"
 
+#include "app/MainWindowModel.h"
 #include "app/window/Icons.h"
 #include "app/window/RecordTab.h"
 #include "base/Texts.h"
 
+#include <cstdio>
 #include <QAction>
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
+#include <QScreen>
 #include <QShortcut>
+#include <QStackedWidget>
+#include <QStyle>
 #include <utility>
 
-MainWindow::MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose,
-                       std::function<void(bool)> shown)
-    : m_mayClose(std::move(mayClose)), m_shown(std::move(shown)) {
+namespace {
+constexpr int tabs = 4;
+} // namespace
+
+MainWindow::MainWindow(const Controls& controls, const Texts& texts, Events events)
+    : m_model(controls.window), m_tabs(controls.strip.tabs), m_events(std::move(events)) {
     setWindowTitle(QString::fromStdString(texts("ApplicationName")));
     setWindowIcon(Icons::application());
-    setFixedSize(recordTabWidth, recordTabHeight);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(new RecordTab(controls, texts));
+    layout->setSpacing(0);
+    layout->addWidget(new TabStrip(controls.strip, texts));
+    m_pages = new QStackedWidget;
+    layout->addWidget(m_pages, 1);
+    for (int index = 0; index < tabs; ++index)
+        m_pages->addWidget(new QWidget);
+    setPage(0, new RecordTab(controls.record, texts));
     auto* quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
     connect(quit, &QShortcut::activated, this, [this] { close(); });
+    connect(&m_resizing, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& size) { setFixedSize(size.toSize()); });
+    setFixedSize(m_model.width(), m_model.height());
+    restoreFrame();
+    m_model.observe([this] { follow(); });
+    m_tabs.observe([this] { m_pages->setCurrentIndex(m_tabs.selected()); });
+    m_pages->setCurrentIndex(m_tabs.selected());
+    m_pages->currentWidget()->setFocus();
+    follow();
+}
+
+void MainWindow::setPage(int index, QWidget* page) {
+    QWidget* const before = m_pages->widget(index);
+    m_pages->insertWidget(index, page);
+    m_pages->removeWidget(before);
+    delete before;
+    m_pages->setCurrentIndex(m_tabs.selected());
+}
+
+void MainWindow::follow() {
+    resizeTo({m_model.width(), m_model.height()});
+    setWindowOpacity(static_cast<double>(m_model.opacity()));
+    if (m_model.isVisible() == isVisible())
+        return;
+    m_closing = !m_model.isVisible();
+    setVisible(m_model.isVisible());
+    m_closing = false;
+}
+
+/// The top edge stays, as the window grows and shrinks downwards and to the right.
+void MainWindow::resizeTo(const QSize& size) {
+    const int duration = style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this);
+    if (m_resizing.endValue().toSize() == size && m_resizing.state() == QAbstractAnimation::Running)
+        return;
+    m_resizing.stop();
+    if (!isVisible() || duration <= 0) {
+        setFixedSize(size);
+        return;
+    }
+    if (this->size() == size)
+        return;
+    m_resizing.setStartValue(this->size());
+    m_resizing.setEndValue(size);
+    m_resizing.setDuration(duration);
+    m_resizing.start();
+}
+
+void MainWindow::restoreFrame() {
+    int x = 0;
+    int y = 0;
+    if (std::sscanf(m_model.frame().c_str(), "%d %d", &x, &y) != 2)
+        return;
+    // A screen that is gone must not take the window with it.
+    const QPoint titleBar(x + width() / 2, y + 4);
+    if (QApplication::screenAt(titleBar) != nullptr)
+        move(x, y);
 }
 
 void MainWindow::addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command) {
@@ -33,17 +103,21 @@ void MainWindow::addCommand(const QString& text, const QKeySequence& keys, std::
 }
 
 void MainWindow::tellShown() const {
-    if (m_shown)
-        m_shown(isVisible() && !isMinimized());
+    if (m_events.shown)
+        m_events.shown(isVisible() && !isMinimized());
 }
 
 void MainWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    if (!event->spontaneous()) // not when the desktop brings it back
+        m_model.show();
     tellShown();
 }
 
 void MainWindow::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
+    if (!event->spontaneous())
+        m_model.close();
     tellShown();
 }
 
@@ -51,8 +125,16 @@ void MainWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::WindowStateChange)
         tellShown();
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_events.activated)
+        m_events.activated();
+}
+
+void MainWindow::moveEvent(QMoveEvent* event) {
+    QWidget::moveEvent(event);
+    if (isVisible() && !isMinimized())
+        m_model.setFrame(std::to_string(x()) + " " + std::to_string(y()));
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    event->setAccepted(!m_mayClose || m_mayClose());
+    event->setAccepted(m_closing || !m_events.mayClose || m_events.mayClose());
 }

@@ -1,23 +1,35 @@
 // app/window/MainWindow.h — the one window of the program.
 #pragma once
 #include "app/window/RecordTabControls.h"
+#include "app/window/TabStrip.h"
 
 #include <functional>
 #include <QKeySequence>
+#include <QVariantAnimation>
 #include <QWidget>
 
+class MainWindowModel;
+class QStackedWidget;
 class Texts;
 
-/// Holds the record tab at its fixed size. Main thread only.
+/// Holds the tabs below their strip, as large as its model says. Main thread only.
 class MainWindow : public QWidget {
 public:
-    static constexpr int recordTabWidth = 352;
-    static constexpr int recordTabHeight = 262;
+    struct Controls {
+        MainWindowModel& window;
+        TabStrip::Controls strip;
+        RecordTabControls record;
+    };
+    /// What the window tells its owner.
+    struct Events {
+        std::function<bool()> mayClose;       ///< asked when a person closes the window
+        std::function<void(bool)> shown = {}; ///< whether somebody can see it
+        std::function<void()> activated = {}; ///< it came to the front
+    };
+    MainWindow(const Controls& controls, const Texts& texts, Events events);
 
-    /// `mayClose` is asked when a person closes the window; `shown` hears whether somebody can see it.
-    MainWindow(const RecordTabControls& controls, const Texts& texts, std::function<bool()> mayClose,
-               std::function<void(bool)> shown = {});
-
+    /// Takes the place of the page of tab `index`.
+    void setPage(int index, QWidget* page);
     /// Adds a command to the window's context menu, with its keys.
     void addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command);
 
@@ -26,10 +38,18 @@ protected:
     void hideEvent(QHideEvent* event) override;
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
 
 private:
+    void follow();
+    void resizeTo(const QSize& size);
+    void restoreFrame();
     void tellShown() const;
 
-    const std::function<bool()> m_mayClose;
-    const std::function<void(bool)> m_shown;
+    MainWindowModel& m_model;
+    TabView& m_tabs;
+    const Events m_events;
+    QStackedWidget* m_pages = nullptr;
+    QVariantAnimation m_resizing; // of the window's size
+    bool m_closing = false;       // because the model says so
 };

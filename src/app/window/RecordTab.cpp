@@ -19,15 +19,16 @@
 
 namespace {
 constexpr int margin = 12;
+constexpr int edge = 8; ///< above and below
 constexpr int spacing = 8;
-constexpr int rowSpacing = 6;
+constexpr int rowSpacing = 5;
 constexpr int textSize = 12; ///< pixels: the tab's size is fixed, so is its text's
 constexpr int conditionSize = 16;
-constexpr int timeSize = 32;
-constexpr int textHeight = 17; ///< the same in every language, so that the window stays the same
-constexpr int conditionHeight = 21;
-constexpr int timeHeight = 36;
-constexpr int captionHeight = 18;
+constexpr int timeSize = 29;
+constexpr int textHeight = 16; ///< the same in every language, so that the window stays the same
+constexpr int conditionHeight = 20;
+constexpr int timeHeight = 32;
+constexpr int captionHeight = 16;
 constexpr int largeSwitchWidth = 80;
 
 QFont sized(QFont font, int pixels, QFont::Weight weight = QFont::Normal) {
@@ -88,7 +89,7 @@ RecordTab::RecordTab(const RecordTabControls& controls, const Texts& texts, QWid
     left->addWidget(makeMessage(controls));
 
     auto* all = new QHBoxLayout(this);
-    all->setContentsMargins(margin, margin, margin, margin);
+    all->setContentsMargins(margin, edge, margin, edge);
     all->setSpacing(spacing);
     all->addLayout(left, 1);
     all->addLayout(makeMeter(controls));
@@ -104,7 +105,7 @@ void RecordTab::orderTabs() {
             setTabOrder(previous, next);
         previous = next;
     }
-    findChild<QWidget*>("Record")->setFocus();
+    setFocusProxy(findChild<QWidget*>("Record"));
 }
 
 QString RecordTab::text(const std::string& key) const {
@@ -135,7 +136,7 @@ QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
 
     auto* card = new Card;
     auto* rows = new QVBoxLayout(card);
-    rows->setContentsMargins(10, 7, 10, 7);
+    rows->setContentsMargins(10, 5, 10, 5);
     rows->setSpacing(1);
     const auto row = [rows](int height, int gap, std::initializer_list<QWidget*> widgets) {
         auto* line = new QHBoxLayout;
@@ -195,7 +196,7 @@ QLayout* RecordTab::makeSwitches(const RecordTabControls& controls) {
     CaptionButton* record = makeSwitch(controls.record, "Record", Glyph::record, Glyph::stop, "Ctrl+R");
     record->setFixedWidth(largeSwitchWidth);
     auto* grid = new QGridLayout;
-    grid->setSpacing(6);
+    grid->setSpacing(5);
     grid->addWidget(record, 0, 0, 2, 1);
     grid->addWidget(makeSwitch(controls.reserve, "Reserve", Glyph::timer, Glyph::timer, "Ctrl+T"), 0, 1);
     grid->addWidget(makeSwitch(controls.monitor, "Monitor", Glyph::monitor, Glyph::monitor, "Ctrl+M"), 0, 2);

@@ -1,5 +1,6 @@
 // Renders the record tab in each state, its questions and the log book, in each theme and language:
 // velmoratide-pictures <folder>.
+#include "app/MainWindowModel.h"
 #include "app/window/Icons.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
@@ -28,11 +29,18 @@ struct Scene {
     LampColumn lamps;
     Popup sources;
     Indicator write;
+    MainWindowModel mainWindow;
+    TabView tabs;
+    Button authorization, preferences;
     bool japanese = false; // names of entries are a person's, not texts of the program
 
     RecordTabControls controls() {
         return {record,     reserve,   monitor, hour,        marker,      condition, mode,  source,  rate,
                 recordTime, totalTime, message, reserveName, reserveTime, level,     lamps, sources, write};
+    }
+    MainWindow::Controls window() {
+        mainWindow.setSize(352, 262);
+        return {mainWindow, {tabs, authorization, preferences, [] {}}, controls()};
     }
     void light(int bar, int peak) {
         for (int index = 0; index < LampColumn::count; ++index)
@@ -203,7 +211,7 @@ QPixmap render(const std::string& language, void (*set)(Scene&, const Texts&)) {
     Scene scene;
     scene.japanese = language == "ja";
     set(scene, texts);
-    MainWindow window(scene.controls(), texts, [] { return true; });
+    MainWindow window(scene.window(), texts, {.mayClose = [] { return true; }});
     window.show();
     QApplication::processEvents();
     return pictureOf(window);
@@ -251,7 +259,7 @@ const std::pair<const char*, AlertRequest> alerts[] = {
 /// All pictures of one theme and language, and a sheet of the window's.
 bool renderOne(const QDir& folder, const QString& theme, const QString& language) {
     constexpr int columns = 4;
-    const QSize size(MainWindow::recordTabWidth, MainWindow::recordTabHeight);
+    const QSize size(352, 262);
     const int count = static_cast<int>(std::size(scenes));
     QPixmap sheet(size.width() * columns, size.height() * ((count + columns - 1) / columns));
     sheet.fill(Qt::gray);

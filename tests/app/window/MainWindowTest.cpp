@@ -1,5 +1,6 @@
 #include "app/window/MainWindow.h"
 
+#include "app/window/StripButton.h"
 #include "base/Texts.h"
 #include "TabModels.h"
 
@@ -14,10 +15,17 @@ struct MainWindowTest : testing::Test {
     Texts texts = Texts::forLanguage("en");
     bool mayClose = false;
     int asked = 0;
-    MainWindow window{models.controls(), texts, [this] {
-                          ++asked;
-                          return mayClose;
-                      }};
+    std::vector<bool> shown;
+    MainWindow window{models.window(),
+                      texts,
+                      {.mayClose =
+                           [this] {
+                               ++asked;
+                               return mayClose;
+                           },
+                       .shown = [this](bool seen) { shown.push_back(seen); }}};
+
+    StripButton& button(const char* name) { return *window.findChild<StripButton*>(QString::fromLatin1(name)); }
 };
 } // namespace
 
@@ -27,6 +35,73 @@ TEST_F(MainWindowTest, hasTheFixedSizeOfTheRecordTab) {
     window.resize(600, 600);
     EXPECT_EQ(window.size(), QSize(352, 262));
     EXPECT_EQ(window.minimumSize(), window.maximumSize());
+}
+
+TEST_F(MainWindowTest, takesTheSizeOfItsModel_andKeepsItsTopEdge) {
+    window.move(40, 50);
+    window.show();
+    const int top = window.geometry().top();
+    models.mainWindow.setSize(706, 318);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return window.size() == QSize(706, 318); }));
+    EXPECT_EQ(window.geometry().top(), top);
+    models.mainWindow.setSize(352, 262);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return window.size() == QSize(352, 262); }));
+    EXPECT_EQ(window.geometry().top(), top);
+}
+
+TEST_F(MainWindowTest, asksForTheTabThatAPersonChooses) {
+    std::vector<int> chosen;
+    models.tabs.setAction([&](int tab) { chosen.push_back(tab); });
+    window.show();
+    QApplication::setActiveWindow(&window);
+    button("PlayTab").click();
+    QTest::keyClick(&window, Qt::Key_4, Qt::ControlModifier);
+    button("KeepTab").setFocus();
+    QTest::keyClick(&button("KeepTab"), Qt::Key_Left);
+    EXPECT_EQ(chosen, (std::vector<int>{1, 3, 2}));
+    EXPECT_TRUE(button("TimerTab").isChecked());
+    EXPECT_FALSE(button("KeepTab").isChecked());
+}
+
+TEST_F(MainWindowTest, staysOnTheRecordTab_whenTheGateRefuses) {
+    models.tabs.setAction([&](int) { models.tabs.select(0); });
+    window.show();
+    button("PlayTab").click();
+    EXPECT_TRUE(button("RecordTab").isChecked());
+    EXPECT_FALSE(button("PlayTab").isChecked());
+}
+
+TEST_F(MainWindowTest, hasSwitchesForTheGateAndThePreferences_andHelp) {
+    std::vector<bool> pressed;
+    models.preferences.setAction([&] { pressed.push_back(models.preferences.isOn()); });
+    window.show();
+    QApplication::setActiveWindow(&window);
+    button("Preferences").click();
+    EXPECT_EQ(pressed, std::vector<bool>{true});
+    EXPECT_TRUE(button("Preferences").isChecked());
+    models.authorization.setEnabled(false);
+    EXPECT_FALSE(button("Authorization").isEnabled());
+    QTest::keyClick(&window, Qt::Key_F1);
+    EXPECT_EQ(models.helpAsked, 1);
+}
+
+TEST_F(MainWindowTest, tellsItsPlace_andIsSeenThrough) {
+    window.show();
+    window.move(33, 44);
+    EXPECT_EQ(models.mainWindow.frame(), "33 44");
+    models.mainWindow.setOpacity(0.5F);
+    EXPECT_NEAR(window.windowOpacity(), 0.5, 0.01);
+}
+
+TEST_F(MainWindowTest, isClosedAndShownByItsModel) {
+    window.show();
+    EXPECT_TRUE(models.mainWindow.isVisible());
+    models.mainWindow.close();
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_EQ(asked, 0);
+    models.mainWindow.show();
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(shown, (std::vector<bool>{true, false, true}));
 }
 
 TEST_F(MainWindowTest, hasATitleAndAnIcon) {

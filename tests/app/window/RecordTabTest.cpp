@@ -20,7 +20,8 @@ struct RecordTabTest : testing::Test {
 
     void open(const char* language) {
         texts = Texts::forLanguage(language);
-        window = std::make_unique<MainWindow>(models.controls(), texts, [] { return true; });
+        window = std::make_unique<MainWindow>(models.window(), texts,
+                                              MainWindow::Events{.mayClose = [] { return true; }});
         window->show();
         window->activateWindow();
         QApplication::processEvents();
@@ -252,7 +253,9 @@ TEST_F(RecordTabTest, movesTheFocusInReadingOrder) {
     for (QWidget* widget = first; order.isEmpty() || widget != first; widget = widget->nextInFocusChain())
         if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget != window.get() && widget->isVisible())
             order.append(widget->objectName());
-    EXPECT_EQ(order, QStringList({"Record", "Reserve", "Monitor", "Hour", "Marker", "Sources", "Level"}));
+    EXPECT_EQ(order,
+              QStringList({"Record", "Reserve", "Monitor", "Hour", "Marker", "Sources", "Level", "RecordTab",
+                           "PlayTab", "TimerTab", "KeepTab", "Authorization", "Preferences", "Help"}));
 }
 
 TEST_F(RecordTabTest, clipsNothing) {

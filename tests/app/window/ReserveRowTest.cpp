@@ -30,7 +30,8 @@ struct ReserveRowTest : testing::Test {
         texts = Texts::forLanguage(language);
         models.source.setText(texts("InternalSource"));
         models.rate.setText("22.05 kHz " + texts("ChannelMono"));
-        window = std::make_unique<MainWindow>(models.controls(), texts, [] { return true; });
+        window = std::make_unique<MainWindow>(models.window(), texts,
+                                              MainWindow::Events{.mayClose = [] { return true; }});
         window->show();
         window->activateWindow();
         QApplication::processEvents();
@@ -97,7 +98,7 @@ TEST_F(ReserveRowTest, tellsTheEntryInTheInputsPlace_whileThereIsOne) {
     EXPECT_EQ(time.text(), "Starts at 09:31");
     EXPECT_EQ(entry.mapTo(window.get(), QPoint()), place.topLeft());
     EXPECT_FALSE(saying("SourceName").isVisible());
-    EXPECT_EQ(window->size(), QSize(MainWindow::recordTabWidth, MainWindow::recordTabHeight));
+    EXPECT_EQ(window->size(), QSize(352, 262));
 
     models.reserveTime.setText("Stops at 10:00");
     EXPECT_EQ(time.text(), "Stops at 10:00");
@@ -190,14 +191,17 @@ TEST_F(ReserveRowTest, tellsTheShortcutAgain_whenTheSwitchIsEnabled) {
 TEST_F(ReserveRowTest, leavesDisabledSwitchesOutOfTheTabOrder) {
     models.sources.setItems({"Line in"});
     models.sources.select(0);
-    EXPECT_EQ(tabOrder(), QStringList({"Record", "Reserve", "Monitor", "Hour", "Marker", "Sources", "Level"}));
+    EXPECT_EQ(tabOrder(),
+              QStringList({"Record", "Reserve", "Monitor", "Hour", "Marker", "Sources", "Level", "RecordTab",
+                           "PlayTab", "TimerTab", "KeepTab", "Authorization", "Preferences", "Help"}));
     ASSERT_TRUE(button("Record").hasFocus());
     models.reserve.setOn(true);
     models.record.setEnabled(false);
     models.sources.setEnabled(false);
     models.level.setEnabled(false);
     wait("News", "Starts at 09:31");
-    EXPECT_EQ(tabOrder(), QStringList({"Reserve", "Monitor", "Hour", "Marker"}));
+    EXPECT_EQ(tabOrder(), QStringList({"Reserve", "Monitor", "Hour", "Marker", "RecordTab", "PlayTab",
+                                       "TimerTab", "KeepTab", "Authorization", "Preferences", "Help"}));
     EXPECT_TRUE(button("Reserve").hasFocus()) << "a disabled switch hands the focus on";
 }
 

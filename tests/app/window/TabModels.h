@@ -1,5 +1,7 @@
-// The controls of a record tab, for the window's tests.
+// The controls of a window with a record tab, for the window's tests.
 #pragma once
+#include "app/MainWindowModel.h"
+#include "app/window/MainWindow.h"
 #include "app/window/RecordTabControls.h"
 
 struct TabModels {
@@ -9,6 +11,15 @@ struct TabModels {
     LampColumn lamps;
     Popup sources;
     Indicator write;
+    MainWindowModel mainWindow;
+    TabView tabs;
+    Button authorization, preferences;
+    int helpAsked = 0;
+
+    TabModels() { mainWindow.setSize(352, 262); }
+    MainWindow::Controls window() {
+        return {mainWindow, {tabs, authorization, preferences, [this] { ++helpAsked; }}, controls()};
+    }
 
     RecordTabControls controls() {
         return {record,     reserve,   monitor, hour,        marker,      condition, mode,  source,  rate,
