@@ -5,9 +5,11 @@
 #include "app/RecordForDuty.h"
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
+#include "app/VmPrefer.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
 #include "app/window/QtAlert.h"
+#include "app/window/QtWorkspace.h"
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "audio/hardware/simulated/SimulatedHardware.h"
 #include "audio/SourceList.h"
@@ -15,7 +17,9 @@
 #include "base/HeadlessAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
+#include "desktop/DesktopNotifier.h"
 #include "desktop/LogindSleep.h"
+#include "desktop/PolkitRight.h"
 #include "dutylog/VmDutyLog.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -44,14 +48,18 @@ std::string usualSettingsPath() {
     return (usable ? configured : Paths::expandingTilde("~/.config")) + "/velmoratide/settings.json";
 }
 
+/// What lies at `place` beside the folder of the program.
+std::string installed(const char* place) {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../") + QLatin1String(place))
+        .toStdString();
+}
+
 /// A person's own sounds, then the bundled ones, which lie beside the folder of the program.
 std::vector<std::string> usualSoundFolders() {
     const char* configured = std::getenv("XDG_DATA_HOME");
     const bool usable = configured != nullptr && configured[0] == '/';
     const std::string own = usable ? configured : Paths::expandingTilde("~/.local/share");
-    const QString bundled =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/velmoratide/sounds");
-    return {own + "/velmoratide/sounds", QDir::cleanPath(bundled).toStdString()};
+    return {own + "/velmoratide/sounds", installed("share/velmoratide/sounds")};
 }
 
 /// Reads `text` as a value of the type of `registered`; undefined when it is none.
@@ -251,17 +259,24 @@ void Application::showWindow() {
         recorder.reserveNameField(),  recorder.reserveTimeField(), recorder.levelSlider(),
         m_controler->meter().lamps(), recorder.sourcePopup(),      recorder.writeIndicator()};
     const auto mayClose = [this] {
-        if (m_controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
-            return false;
-        m_runLoop->quit(0);
-        return true;
+        const VmControler::TerminateReply reply = m_controler->applicationShouldTerminate();
+        if (reply == VmControler::TerminateReply::now)
+            m_runLoop->quit(0);
+        return reply != VmControler::TerminateReply::cancel;
     };
-    m_window = std::make_unique<MainWindow>(controls, m_texts, mayClose,
-                                            [&recorder](bool shown) { recorder.setShown(shown); });
+    m_controler->setTerminateReplyHandler([this] { m_runLoop->quit(0); });
+    m_window = std::make_unique<MainWindow>(
+        MainWindow::Controls{m_controler->mainWindow(),
+                             {m_controler->mainTab(), m_controler->authorizationButton(),
+                              m_controler->prefer().preferButton(), [this] { m_controler->openHelp("index.html"); }},
+                             controls},
+        m_texts,
+        MainWindow::Events{.mayClose = mayClose,
+                           .shown = [&recorder](bool shown) { recorder.setShown(shown); },
+                           .activated = [this] { m_controler->applicationDidBecomeActive(); }});
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
                          [this] { showLogBook(); });
     m_qtAlert->setParentWindow(m_window.get());
-    m_window->show();
 }
 
 void Application::showLogBook() {
@@ -276,16 +291,38 @@ void Application::watchSleep() {
     m_sleep = std::make_unique<LogindSleep>(
         m_clock, *m_runLoop, m_log,
         SleepHandlers{[&recorder] { recorder.willSleepHandle(); }, [&recorder] { recorder.didWakeHandle(); }});
+    for (Button* button : {&recorder.recordButton(), &recorder.reserveButton()})
+        button->observe([this] { tellDuty(); });
+    tellDuty();
+}
+
+void Application::tellDuty() {
+    VmRecorder& recorder = m_controler->recorder();
+    m_sleep->setOnDuty(recorder.recordButton().isOn() || recorder.reserveButton().isOn());
+}
+
+/// Where nobody sits before a screen, nobody can be asked.
+void Application::makeDesktop() {
+    if (m_line.headless) {
+        m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
+        m_administratorRight = std::make_unique<NoAdministratorRight>();
+        m_savePanel = std::make_unique<NoSavePanel>();
+        m_workspace = std::make_unique<NoWorkspace>();
+        return;
+    }
+    m_notifier = std::make_unique<DesktopNotifier>(m_log, QStringLiteral("org.velmoratide.Velmoratide"));
+    auto alert = std::make_unique<QtAlert>(*m_runLoop, m_texts);
+    alert->setUnseenHandler(
+        [this](const QString& message, const QString& text) { m_notifier->show(message, text); });
+    m_qtAlert = alert.get();
+    m_alert = std::move(alert);
+    m_administratorRight = std::make_unique<PolkitRight>(m_log);
+    m_savePanel = std::make_unique<NoSavePanel>();
+    m_workspace = std::make_unique<QtWorkspace>();
 }
 
 int Application::runDuty() {
-    if (m_line.headless) {
-        m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
-    } else {
-        auto alert = std::make_unique<QtAlert>(*m_runLoop, m_texts);
-        m_qtAlert = alert.get();
-        m_alert = std::move(alert);
-    }
+    makeDesktop();
     if (m_line.headless || m_line.recordFor)
         printFinishedFiles();
     m_termination.setHandler([this] {
@@ -295,7 +332,7 @@ int Application::runDuty() {
     });
     m_controler = std::make_unique<VmControler>(Seams{
         m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware, *m_volume,
-        m_administratorRight, m_savePanel, m_workspace, usualSoundFolders(), ConsoleUser::name()});
+        *m_administratorRight, *m_savePanel, *m_workspace, usualSoundFolders(), ConsoleUser::name(), installed("share/doc/velmoratide/guide"), installed("libexec/velmoratide/authtool")});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else

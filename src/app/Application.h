@@ -18,6 +18,7 @@
 #include <vector>
 
 class AudioHardware;
+class DesktopNotifier;
 class LogBookWindow;
 class LogindSleep;
 class MainWindow;
@@ -55,6 +56,8 @@ private:
     void showWindow();
     void showLogBook();
     void watchSleep();
+    void makeDesktop();
+    void tellDuty();
 
     const CommandLine m_line;
     QCoreApplication& m_qt;
@@ -69,9 +72,10 @@ private:
     DescriptorSystemLog m_log;
     NotificationCenter m_notifications;
     const Texts m_texts;
-    NoAdministratorRight m_administratorRight; // until somebody can be asked
-    NoSavePanel m_savePanel;
-    NoWorkspace m_workspace;
+    std::unique_ptr<AdministratorRight> m_administratorRight;
+    std::unique_ptr<SavePanel> m_savePanel;
+    std::unique_ptr<Workspace> m_workspace;
+    std::unique_ptr<DesktopNotifier> m_notifier; // when there is a window
     std::unique_ptr<RunLoop> m_runLoop;
     std::unique_ptr<Volume> m_volume;
     std::unique_ptr<UserDefaults> m_defaults;

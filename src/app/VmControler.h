@@ -2,8 +2,13 @@
 #pragma once
 #include "base/Seams.h"
 
+#include <functional>
 #include <memory>
+#include <string>
 
+class Button;
+class MainWindowModel;
+struct KeeperWait;
 class TabView;
 class VmDevice;
 class VmDutyLog;
@@ -35,6 +40,9 @@ public:
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
 
+    MainWindowModel& mainWindow() const { return *m_mainWindow; }
+    /// Mirrors `authorization`.
+    Button& authorizationButton() const { return *m_authorizationButton; }
     TabView& mainTab() const { return *m_mainTab; }             ///< 0 record, 1 play, 2 timer, 3 keep
     VmTableView& recordTable() const { return *m_recordTable; } ///< the recordings on the play tab
     VmTableView& keepTable() const { return *m_keepTable; }     ///< the kept files on the keep tab
@@ -43,17 +51,40 @@ public:
     /// Asks for the administrator right: 0 when it was granted, else -1.
     int VmAuthorization() const;
 
+    float opacity() const; ///< of the main window, 0..1
+    void setOpacity(float opacity);
+
     /// The start-up sequence, in its order.
     void applicationDidFinishLaunching();
-    enum class TerminateReply { now, cancel };
+    /// The window came to the front.
+    void applicationDidBecomeActive();
+    enum class TerminateReply { now, cancel, later };
+    /// After `later` the reply handler is called once, unless another request was answered with `now` before.
     TerminateReply applicationShouldTerminate();
+    /// What is called when a quit that waited for the keeper may go on.
+    void setTerminateReplyHandler(std::function<void()> handler) { m_terminateReply = std::move(handler); }
     void applicationWillTerminate();
+
+    /// The handler of the main tabs: asks at the gate, tells the controllers, sizes the window.
+    void tabViewDidSelectTabViewItem(int index);
+    void actAuthorization();
+    void actVersionButton();
+    void actCopyrightButton();
+    /// Opens a page of the user guide, such as "index.html".
+    void openHelp(const std::string& page);
 
 private:
     void saveUserDefaults();
+    bool isRefusedAtGate() const { return m_authorization && VmAuthorization() != 0; }
+    TerminateReply quitWhileCompressing();
+    void dataKeepCompletedHandler();
 
     const Seams m_seams;
     bool m_authorization = false;
+    std::function<void()> m_terminateReply;
+    std::unique_ptr<KeeperWait> m_keeperWait; // while a quit waits
+    std::unique_ptr<MainWindowModel> m_mainWindow;
+    std::unique_ptr<Button> m_authorizationButton;
     std::unique_ptr<TabView> m_mainTab; // these controls outlive the controllers
     std::unique_ptr<VmTableView> m_recordTable;
     std::unique_ptr<VmTableView> m_keepTable;

@@ -33,5 +33,6 @@ struct Seams {
     /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
     std::vector<std::string> soundFolders{};
     std::string consoleUser = {};       ///< the name of whoever is logged in at the machine
+    std::string helpFolder = {};  ///< full path of the user guide
     std::string authorizationTool = {}; ///< full path of the helper that takes a granted right; empty: none
 };

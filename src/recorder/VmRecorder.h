@@ -90,8 +90,11 @@ public:
     void actHourButton();
     void actMarkerButton();
     void actLevelSlider();
-    /// Whether somebody sees the level; decides how soon sound must arrive.
+    /// Whether somebody sees the window. With the record tab in it, sound must arrive soon.
     void setShown(bool shown);
+    /// Whether its tab is the one that the window shows.
+    void mainTabSelected();
+    void mainTabUnselected();
     /// Whether the level must be known at once: somebody sees it, or it decides.
     bool levelMatters() const { return m_shown || m_recordMode == 1; }
     /// Whether the next tick of the state machine must come soon. A level that crosses the start level makes
@@ -323,7 +326,9 @@ private:
     double m_writtenSeconds = 0.0;
     DutyFrames m_dutyFrames; // of finished files, and of interruptions that are over
     HostTime m_streamStarted = 0;
-    bool m_shown = true;
+    bool m_windowShown = true;
+    bool m_tabSelected = true;
+    bool m_shown = true; // somebody sees the level: both
 
     static constexpr double stallPatience = 3.0; // seconds; sound comes in pieces of up to one second
     std::int64_t m_lastFrameSeen = 0;

@@ -132,8 +132,19 @@ void VmRecorder::monitorSourceChanged() {
 }
 
 void VmRecorder::setShown(bool shown) {
-    m_shown = shown;
+    m_windowShown = shown;
+    m_shown = m_windowShown && m_tabSelected;
     updateLatencyNeed();
+}
+
+void VmRecorder::mainTabSelected() {
+    m_tabSelected = true;
+    setShown(m_windowShown);
+}
+
+void VmRecorder::mainTabUnselected() {
+    m_tabSelected = false;
+    setShown(m_windowShown);
 }
 
 void VmRecorder::updateLatencyNeed() {

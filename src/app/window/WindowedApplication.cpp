@@ -5,5 +5,7 @@
 std::unique_ptr<QCoreApplication> makeWindowedApplication(int& argc, char** argv) {
     auto application = std::make_unique<QApplication>(argc, argv);
     application->setQuitOnLastWindowClosed(false);
+    // Under this name the desktop finds our icon, and what we may do.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.velmoratide.Velmoratide"));
     return application;
 }
