@@ -203,7 +203,8 @@ void VmMechanic::deleteDotFileInFolder(const std::string& folder) {
         if (entry.isFolder && !entry.isLink)
             deleteDotFileInFolder(path);
         const std::string_view hidden = SoundFileNames::hiddenHeaderString;
-        if (entry.name.size() > hidden.size() && entry.name.starts_with(hidden) && !isImageFile(entry.name))
+        if (!entry.isSpecial && entry.name.size() > hidden.size() && entry.name.starts_with(hidden) &&
+            !isImageFile(entry.name))
             deleteDotFile(path);
     }
 }
