@@ -189,7 +189,8 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     m_label = fileLabel();
     VmMechanic& mechanic = m_controler.mechanic();
     mechanic.restoreFolder();
-    m_startFailed = m_workFiles.hasLeftover(); // a recording that could not be named must not be overwritten
+    // A recording that could not be named must not be overwritten, nor that of another recorder.
+    m_startFailed = m_workFiles.hasLeftover() || mechanic.isFolderTaken();
     if (m_startFailed)
         return false;
     m_writeFile = mechanic.createAudioFileWithFormat(
