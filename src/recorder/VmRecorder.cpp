@@ -25,7 +25,7 @@ VmRecorder::VmRecorder(VmControler& controler)
       m_workFiles(controler.seams(), controler.mechanic()),
       m_pipeline(controler.seams().clock, controler.seams().log, controler.seams().notifications) {
     const UserDefaults& defaults = controler.seams().defaults;
-    m_recordMode = defaults.integerForKey("RecordMode");
+    m_recordMode = storedRecordMode();
     m_autoLevel = std::clamp(defaults.integerForKey("AutoStartLevel"), 0, 20);
     m_delayTime = std::max(defaults.integerForKey("AutoStopDelayTime"), 0);
     m_preBufferSec = std::clamp(defaults.integerForKey("PreBufferingSeconds"), 0, 79);
@@ -56,6 +56,18 @@ VmRecorder::VmRecorder(VmControler& controler)
 }
 
 VmRecorder::~VmRecorder() = default;
+
+/// A mode that there is none of would record nothing without a word: always mode loses nothing.
+int VmRecorder::storedRecordMode() const {
+    constexpr int always = 0;
+    constexpr int standby = 2;
+    const int mode = m_controler.seams().defaults.integerForKey("RecordMode");
+    if (mode >= always && mode <= standby)
+        return mode;
+    m_controler.seams().log.log(
+        formatted("VmRecorder: there is no record mode %d, always mode is used.", mode));
+    return always;
+}
 
 void VmRecorder::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("RecordMode", 0);
