@@ -50,7 +50,8 @@ std::string usualSettingsPath() {
 
 /// What lies at `place` beside the folder of the program.
 std::string installed(const char* place) {
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../") + QLatin1String(place))
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../") +
+                           QLatin1String(place))
         .toStdString();
 }
 
@@ -172,7 +173,10 @@ bool Application::checkArguments(const std::string& settings, const std::string&
 bool Application::lockSettings(const std::string& settings) {
     std::error_code ignored; // where nothing can be written nothing is to be locked
     std::filesystem::create_directories(std::filesystem::path(settings).parent_path(), ignored);
-    if (m_settingsLock.lockFile(settings + ".lock") == InstanceLock::Outcome::heldByAnother)
+    // One lock however the file is reached.
+    const std::filesystem::path real = std::filesystem::weakly_canonical(settings, ignored);
+    if (m_settingsLock.lockFile((real.empty() ? settings : real.string()) + ".lock") ==
+        InstanceLock::Outcome::heldByAnother)
         return refuse(1, "another recorder is running with the settings " + settings);
     return true;
 }
@@ -221,12 +225,24 @@ bool Application::chooseSource() {
     return true;
 }
 
+bool Application::claimFolder(const std::string& folder) {
+    if (m_folderLock != nullptr && m_folderLock->isOn(folder))
+        return true;
+    auto lock = std::make_unique<InstanceLock>();
+    if (lock->lockFolder(folder) == InstanceLock::Outcome::heldByAnother)
+        return false;
+    m_folderLock = std::move(lock);
+    return true;
+}
+
 bool Application::checkFolder() {
     const std::string folder = Paths::expandingTilde(m_defaults->stringForKey("DirectoryPath"));
+    if (!folder.starts_with('/')) // no place of its own: the record folder's own rules find one
+        return true;
     std::error_code fault;
     std::filesystem::create_directories(folder, fault);
     if (!fault || m_volume->isFolder(folder)) {
-        if (m_folderLock.lockFolder(folder) == InstanceLock::Outcome::heldByAnother)
+        if (!claimFolder(folder))
             return refuse(1, "another recorder is recording into the folder " + folder);
         const std::string probe = folder + "/.velmoratide-write-test";
         fault = {};
@@ -268,7 +284,8 @@ void Application::showWindow() {
     m_window = std::make_unique<MainWindow>(
         MainWindow::Controls{m_controler->mainWindow(),
                              {m_controler->mainTab(), m_controler->authorizationButton(),
-                              m_controler->prefer().preferButton(), [this] { m_controler->openHelp("index.html"); }},
+                              m_controler->prefer().preferButton(),
+                              [this] { m_controler->openHelp("index.html"); }},
                              controls},
         m_texts,
         MainWindow::Events{.mayClose = mayClose,
@@ -330,9 +347,11 @@ int Application::runDuty() {
             m_qtAlert->dismissQuestion();
         m_runLoop->quit(0);
     });
-    m_controler = std::make_unique<VmControler>(Seams{
-        m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware, *m_volume,
-        *m_administratorRight, *m_savePanel, *m_workspace, usualSoundFolders(), ConsoleUser::name(), installed("share/doc/velmoratide/guide"), installed("libexec/velmoratide/authtool")});
+    m_controler = std::make_unique<VmControler>(
+        Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware,
+              *m_volume, *m_administratorRight, *m_savePanel, *m_workspace, usualSoundFolders(),
+              ConsoleUser::name(), [this](const std::string& folder) { return claimFolder(folder); },
+              installed("share/doc/velmoratide/guide"), installed("libexec/velmoratide/authtool")});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else

@@ -49,6 +49,7 @@ private:
     void applyOverrides(const std::string& folder);
     bool chooseSource();
     bool checkFolder();
+    bool claimFolder(const std::string& folder);
     void printFinishedFiles();
     /// Says in one line why not; always false.
     bool refuse(int exitCode, const std::string& text);
@@ -65,7 +66,7 @@ private:
     int m_exitCode = 0;
 
     InstanceLock m_settingsLock;
-    InstanceLock m_folderLock;
+    std::unique_ptr<InstanceLock> m_folderLock;
     LineWriter m_output{STDOUT_FILENO};
     LineWriter m_errors{STDERR_FILENO};
     SystemClock m_clock;

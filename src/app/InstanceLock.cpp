@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 InstanceLock::~InstanceLock() {
@@ -16,6 +17,13 @@ InstanceLock::Outcome InstanceLock::lockFolder(const std::string& folder) {
 
 InstanceLock::Outcome InstanceLock::lockFile(const std::string& path) {
     return lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+}
+
+bool InstanceLock::isOn(const std::string& path) const {
+    struct stat held {};
+    struct stat found {};
+    return m_descriptor >= 0 && ::fstat(m_descriptor, &held) == 0 && ::stat(path.c_str(), &found) == 0 &&
+           held.st_dev == found.st_dev && held.st_ino == found.st_ino;
 }
 
 InstanceLock::Outcome InstanceLock::lock(int descriptor) {

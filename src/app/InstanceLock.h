@@ -16,6 +16,8 @@ public:
     Outcome lockFolder(const std::string& folder);
     /// Locks a file of its own at `path`, which is made if need be and stays.
     Outcome lockFile(const std::string& path);
+    /// Whether the lock lies on what is at `path` now, on whatever way it is reached.
+    bool isOn(const std::string& path) const;
 
 private:
     Outcome lock(int descriptor);

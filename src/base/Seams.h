@@ -1,5 +1,6 @@
 // base/Seams.h — everything outside that the application is given.
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,10 @@ struct Seams {
     Workspace& workspace;
     /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
     std::vector<std::string> soundFolders{};
-    std::string consoleUser = {};       ///< the name of whoever is logged in at the machine
-    std::string helpFolder = {};  ///< full path of the user guide
+    std::string consoleUser = {}; ///< the name of whoever is logged in at the machine
+    /// Takes a folder for this recorder alone, in place of the one taken before; false when another one has
+    /// it. Without, there is no other.
+    std::function<bool(const std::string& folder)> claimFolder = {};
+    std::string helpFolder = {};        ///< full path of the user guide
     std::string authorizationTool = {}; ///< full path of the helper that takes a granted right; empty: none
 };

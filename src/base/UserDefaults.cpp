@@ -12,6 +12,8 @@
 #include <utility>
 
 namespace {
+constexpr QLatin1String versionKey("SettingsVersion");
+
 QString qString(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
@@ -19,6 +21,27 @@ QString qString(std::string_view text) {
 // Two numbers are of one type however they are written; a registered null accepts every type.
 bool sameType(const QJsonValue& value, const QJsonValue& registered) {
     return registered.isUndefined() || registered.isNull() || value.type() == registered.type();
+}
+
+/// The end of a chain of links, whether there is a file or not; `path` itself if the chain has no end.
+QString endOfLinks(const std::string& path) {
+    constexpr int longestChain = 40; // what the system follows
+    QString file = qString(path);
+    for (int links = 0; links < longestChain; ++links) {
+        const QFileInfo info(file);
+        if (!info.isSymLink())
+            return file;
+        file = info.symLinkTarget();
+    }
+    return qString(path);
+}
+
+/// Why `file` must not be replaced; empty if it may be. The superuser could replace a read-only file as well.
+std::string protectionOf(const QString& file) {
+    const QFileInfo info(file);
+    if (info.isSymLink())
+        return "its links lead in a circle";
+    return info.exists() && !info.permissions().testFlag(QFileDevice::WriteOwner) ? "it is read-only" : "";
 }
 } // namespace
 
@@ -28,8 +51,8 @@ UserDefaults::UserDefaults(std::string path, SystemLog& log) : m_path(std::move(
 }
 
 void UserDefaults::load() {
-    QFile file(qString(m_path));
-    if (!file.exists())
+    QFile file(endOfLinks(m_path));
+    if (!file.exists() || QFileInfo(file).isSymLink()) // whoever writes hears of a circle of links
         return;
     if (!file.open(QIODevice::ReadOnly)) {
         setAside(file.errorString().toStdString());
@@ -38,19 +61,43 @@ void UserDefaults::load() {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
     file.close();
-    if (document.isObject())
-        m_stored = document.object();
-    else
+    if (!document.isObject()) {
         setAside(error.error == QJsonParseError::NoError ? "it holds no JSON object"
                                                          : error.errorString().toStdString());
+        return;
+    }
+    m_stored = document.object();
+    checkVersion();
+}
+
+void UserDefaults::checkVersion() {
+    const QJsonValue version = m_stored.value(versionKey);
+    // A version that is no number is nothing that this one ever wrote.
+    m_isOfLaterVersion =
+        !version.isUndefined() && (!version.isDouble() || version.toDouble() > settingsVersion);
+    if (m_isOfLaterVersion)
+        m_log.log("UserDefaults: settings file " + m_path +
+                  " is of a later version; what is known of it is used, the rest is kept.");
+}
+
+/// Before anything is changed in a file whose meaning is only known in part.
+bool UserDefaults::keepCopyOfLaterVersion() {
+    const QJsonValue version = m_stored.value(versionKey);
+    const QString number = version.isDouble() ? QString::number(version.toDouble()) : QStringLiteral("unknown");
+    const QString path = endOfLinks(m_path);
+    const QString copy = path + QStringLiteral(".version-") + number;
+    if (QFileInfo::exists(copy) || !QFileInfo::exists(path))
+        return true;
+    QFile file(path);
+    return file.copy(copy) || sayUnwritten("no copy of it can be kept: " + file.errorString().toStdString());
 }
 
 void UserDefaults::setAside(const std::string& why) {
     for (int number = 1; number < 1000; ++number) {
-        const QString aside = qString(m_path) + QStringLiteral(".unreadable-%1").arg(number);
+        const QString aside = endOfLinks(m_path) + QStringLiteral(".unreadable-%1").arg(number);
         if (QFileInfo::exists(aside))
             continue;
-        if (QFile::rename(qString(m_path), aside)) {
+        if (QFile::rename(endOfLinks(m_path), aside)) {
             m_log.log("UserDefaults: settings file " + m_path + " cannot be read (" + why +
                       "); it is kept as " + aside.toStdString() + ", defaults are used.");
             return;
@@ -135,11 +182,19 @@ void UserDefaults::set(std::string_view key, QJsonValue value) {
             return;
         m_overrides.remove(name);
     }
-    const QJsonValue stored = m_stored.value(name);
-    if (stored == value && !stored.isUndefined())
+    if (isSettled(name, value))
         return;
     m_stored.insert(name, std::move(value));
     m_dirty = true;
+}
+
+/// Whether storing `value` would change nothing, or only lose what a later version means by the stored value.
+bool UserDefaults::isSettled(const QString& name, const QJsonValue& value) const {
+    const QJsonValue stored = m_stored.value(name);
+    if (stored.isUndefined())
+        return false;
+    const QJsonValue registered = m_registered.value(name);
+    return stored == value || (m_isOfLaterVersion && !sameType(stored, registered) && value == registered);
 }
 
 void UserDefaults::set(std::string_view key, std::string_view text) {
@@ -152,19 +207,30 @@ bool UserDefaults::synchronize() {
         return true;
     if (m_readOnly)
         return false;
-    const QString path = qString(m_path);
+    const QString path = endOfLinks(m_path);
+    if (const std::string why = protectionOf(path); !why.empty())
+        return sayUnwritten(why);
     QDir().mkpath(QFileInfo(path).absolutePath());
+    if (m_isOfLaterVersion && !keepCopyOfLaterVersion())
+        return false;
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
-        file.write(QJsonDocument(m_stored).toJson());
+        QJsonObject written = m_stored;
+        if (!m_isOfLaterVersion)
+            written.insert(versionKey, settingsVersion);
+        file.write(QJsonDocument(written).toJson());
         if (file.commit()) {
             m_dirty = false;
             m_writeFailureSaid = false;
             return true;
         }
     }
+    return sayUnwritten(file.errorString().toStdString());
+}
+
+/// Always false.
+bool UserDefaults::sayUnwritten(const std::string& why) {
     if (!std::exchange(m_writeFailureSaid, true))
-        m_log.log("UserDefaults: settings file " + m_path + " cannot be written (" +
-                  file.errorString().toStdString() + ").");
+        m_log.log("UserDefaults: settings file " + m_path + " cannot be written (" + why + ").");
     return false;
 }

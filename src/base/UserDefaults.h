@@ -13,10 +13,16 @@ class SystemLog;
 ///
 /// A key is looked up among this run's overrides, then the stored values, then the registered defaults. A
 /// stored value of another type than the registered default is passed over.
+///
+/// The file bears the number of its format under "SettingsVersion". Of a file of a later format, what is known
+/// is used and the rest stays; a copy of it is kept under "<path>.version-N" before it is first written to.
 class UserDefaults {
 public:
-    /// `path` may be empty: nothing is read or written then. An unreadable file is set aside under
-    /// "<path>.unreadable-N", reported to `log`, and defaults are used.
+    static constexpr int settingsVersion = 1;
+
+    /// `path` may be empty: nothing is read or written then. It may be a link: the file that it leads to is
+    /// meant. An unreadable file is set aside under "<path>.unreadable-N", reported to `log`, and defaults are
+    /// used.
     UserDefaults(std::string path, SystemLog& log);
 
     // Any thread
@@ -43,7 +49,11 @@ public:
 
 private:
     void load();
+    void checkVersion();
+    bool keepCopyOfLaterVersion();
     void setAside(const std::string& why);
+    bool isSettled(const QString& name, const QJsonValue& value) const;
+    bool sayUnwritten(const std::string& why);
 
     const std::string m_path;
     SystemLog& m_log;
@@ -54,5 +64,6 @@ private:
     std::set<std::string, std::less<>> m_keptOut;
     bool m_dirty = false;
     bool m_readOnly = false;
+    bool m_isOfLaterVersion = false;
     bool m_writeFailureSaid = false;
 };

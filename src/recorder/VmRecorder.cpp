@@ -25,7 +25,7 @@ VmRecorder::VmRecorder(VmControler& controler)
       m_workFiles(controler.seams(), controler.mechanic()),
       m_pipeline(controler.seams().clock, controler.seams().log, controler.seams().notifications) {
     const UserDefaults& defaults = controler.seams().defaults;
-    m_recordMode = defaults.integerForKey("RecordMode");
+    m_recordMode = storedRecordMode();
     m_autoLevel = std::clamp(defaults.integerForKey("AutoStartLevel"), 0, 20);
     m_delayTime = std::max(defaults.integerForKey("AutoStopDelayTime"), 0);
     m_preBufferSec = std::clamp(defaults.integerForKey("PreBufferingSeconds"), 0, 79);
@@ -56,6 +56,18 @@ VmRecorder::VmRecorder(VmControler& controler)
 }
 
 VmRecorder::~VmRecorder() = default;
+
+/// A mode that there is none of would record nothing without a word: always mode loses nothing.
+int VmRecorder::storedRecordMode() const {
+    constexpr int always = 0;
+    constexpr int standby = 2;
+    const int mode = m_controler.seams().defaults.integerForKey("RecordMode");
+    if (mode >= always && mode <= standby)
+        return mode;
+    m_controler.seams().log.log(
+        formatted("VmRecorder: there is no record mode %d, always mode is used.", mode));
+    return always;
+}
 
 void VmRecorder::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("RecordMode", 0);
@@ -189,7 +201,8 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     m_label = fileLabel();
     VmMechanic& mechanic = m_controler.mechanic();
     mechanic.restoreFolder();
-    m_startFailed = m_workFiles.hasLeftover(); // a recording that could not be named must not be overwritten
+    // A recording that could not be named must not be overwritten, nor that of another recorder.
+    m_startFailed = m_workFiles.hasLeftover() || mechanic.isFolderTaken();
     if (m_startFailed)
         return false;
     m_writeFile = mechanic.createAudioFileWithFormat(

@@ -210,6 +210,7 @@ public:
                                 void* clientData) noexcept KA_REALTIME;
 
 private:
+    int storedRecordMode() const;
     void startRecording();
     void stopRecording();
     /// Ends the file at `seam` and goes on in the next one: the last frame of the one is followed by the first

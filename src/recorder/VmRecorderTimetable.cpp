@@ -74,7 +74,7 @@ void VmRecorder::stopTimetable() {
     m_recordTimer.reset();
     m_scheduleEnd.reset();
     m_runningElement.reset();
-    m_recordMode = defaults.integerForKey("RecordMode");
+    m_recordMode = storedRecordMode();
     setStartOnTheHour(defaults.boolForKey("StartOnTheHour"));
     VmDevice& devicer = m_controler.devicer();
     const int source = devicer.checkRecordSource(defaults.integerForKey("recordSourceDevice"));

@@ -21,7 +21,7 @@ bool isFolderEntry(const VolumeEntry& entry) {
 }
 
 bool isOurs(const VolumeEntry& entry) {
-    return !entry.isFolder && !entry.isLink &&
+    return !entry.isFolder && !entry.isLink && !entry.isSpecial &&
            (entry.name.starts_with(SoundFileNames::headerString) ||
             entry.name.starts_with(SoundFileNames::hiddenHeaderString));
 }

@@ -48,6 +48,10 @@ std::unique_ptr<VolumeFile> openFile(const std::string& path, int flags) {
     return fileOf(descriptor);
 }
 
+bool isSpecial(mode_t mode) {
+    return S_ISFIFO(mode) || S_ISSOCK(mode) || S_ISCHR(mode) || S_ISBLK(mode);
+}
+
 bool refused(int error) {
     return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
@@ -177,12 +181,14 @@ std::vector<VolumeEntry> PosixVolume::list(const std::string& folder) {
             break;
         }
         VolumeEntry entry{found->d_name, found->d_type == DT_DIR, found->d_type == DT_LNK};
+        entry.isSpecial = isSpecial(DTTOIF(found->d_type));
         if (entry.name == "." || entry.name == "..")
             continue;
         if (found->d_type == DT_UNKNOWN) {
             const auto status = statusOf(folder + "/" + entry.name);
             entry.isFolder = status && S_ISDIR(status->st_mode);
             entry.isLink = status && S_ISLNK(status->st_mode);
+            entry.isSpecial = status && isSpecial(status->st_mode);
         }
         entries.push_back(std::move(entry));
     }

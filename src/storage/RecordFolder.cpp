@@ -2,10 +2,27 @@
 
 #include "storage/Paths.h"
 #include "storage/RecordingName.h"
+#include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/Volume.h"
 
 #include <cerrno>
+
+namespace {
+/// A recording that ends earlier in the day than it began went over midnight, or through the hour that comes
+/// twice when summer time ends: half an hour is no day then. Its sound tells which.
+double secondsOf(Volume& volume, const std::string& path, const RecordingName& name) {
+    const double byName = name.length();
+    if (name.endSeconds >= name.startSeconds)
+        return byName;
+    const SoundFile::Opened opened = SoundFile::openForReading(volume, path);
+    if (opened.file == nullptr || !(opened.file->rate() > 0.0))
+        return byName;
+    const double bySound = static_cast<double>(opened.file->frames()) / opened.file->rate();
+    constexpr double tolerance = 60.0; // a name holds whole seconds, and sound may be missing here and there
+    return bySound < byName - tolerance ? bySound : byName;
+}
+} // namespace
 
 RecordFolder::Listing RecordFolder::list(Volume& volume, const std::string& folder,
                                          std::string_view progressPath) {
@@ -18,13 +35,13 @@ RecordFolder::Listing RecordFolder::list(Volume& volume, const std::string& fold
     // By its bare name, for the same folder may be reached on several paths.
     const std::string_view progressName = bareName(progressPath);
     for (const VolumeEntry& entry : entries) {
-        if (entry.isFolder || entry.isLink)
+        if (entry.isFolder || entry.isLink || entry.isSpecial)
             continue;
         const auto name = RecordingName::of(entry.name);
         if (!name)
             continue;
         listing.recordings.push_back({.name = entry.name,
-                                      .seconds = static_cast<double>(name->length()),
+                                      .seconds = secondsOf(volume, Paths::inFolder(folder, entry.name), *name),
                                       .locked = volume.isLocked(Paths::inFolder(folder, entry.name)),
                                       .inProgress = entry.name == progressName});
     }

@@ -13,9 +13,9 @@ struct Recording {
     bool inProgress = false; ///< being written now: neither counted nor deleted
 };
 
-/// Lists recordings by name: hidden ones first, then the oldest. Folders and links named like one are none, and
-/// what lies in folders below is none of this folder's: it could never be deleted to make room, so it must not
-/// make others be deleted in its place. Any thread.
+/// Lists recordings by name: hidden ones first, then the oldest. Folders, links and pipes named like one are
+/// none, and what lies in folders below is none of this folder's: it could never be deleted to make room, so it
+/// must not make others be deleted in its place. Any thread.
 struct RecordFolder {
     struct Listing {
         std::vector<Recording> recordings;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace {
 constexpr std::string_view directoryPathKey = "DirectoryPath";
@@ -29,6 +30,7 @@ constexpr double highestRate = 1e7;
 constexpr unsigned mostChannels = 1024;
 
 constexpr std::string_view regularFileType = "regular file";
+constexpr const char* takenMessage = "VmMechanic: another recorder is recording into the folder ";
 
 /// `value` as it is stored, in single precision; `fallback` if it makes no sense.
 double sensible(double value, double fallback) {
@@ -155,26 +157,57 @@ void VmMechanic::deleteRelayFile() {
         reportError("VmMechanic: relay file delete error.");
 }
 
+bool VmMechanic::claim(const std::string& folder) {
+    if (!m_seams.claimFolder || m_seams.claimFolder(folder))
+        return true;
+    reportError(takenMessage + folder);
+    return false;
+}
+
 void VmMechanic::setDirPath(const std::string& path) {
     std::string folder = Paths::trimmed(path);
-    if (!m_seams.volume.isFolder(folder) && !m_seams.volume.makeFolder(folder)) {
+    const bool isThere =
+        folder.starts_with('/') && (m_seams.volume.isFolder(folder) || m_seams.volume.makeFolder(folder));
+    const bool isOurs = isThere && claim(folder);
+    if (isThere && !isOurs && !m_recordFolder.empty())
+        return;
+    if (!isOurs) {
         m_seams.log.log("Data folder is changed to default");
-        folder = Paths::expandingTilde(defaultDirectoryPath);
-        if (!m_seams.volume.makeFolder(folder))
-            reportError("VmMechanic: record folder create error.");
+        folder = takeDefaultFolder();
     }
+    m_isFolderTaken = false;
     m_recordFolder = folder;
     m_seams.defaults.set(directoryPathKey, std::string_view(m_recordFolder));
     m_seams.defaults.synchronize();
 }
 
+/// One beside it when another recorder has that already.
+std::string VmMechanic::takeDefaultFolder() {
+    constexpr int mostRecorders = 100;
+    const std::string usual = Paths::expandingTilde(defaultDirectoryPath);
+    for (int number = 1; number <= mostRecorders; ++number) {
+        const std::string folder = number == 1 ? usual : usual + "-" + std::to_string(number);
+        if (!m_seams.volume.makeFolder(folder)) {
+            reportError("VmMechanic: record folder create error.");
+            return folder;
+        }
+        if (claim(folder))
+            return folder;
+    }
+    return usual;
+}
+
 bool VmMechanic::restoreFolder() {
-    if (m_seams.volume.isFolder(m_recordFolder))
-        return true;
-    const bool isMade = m_seams.volume.makeFolder(m_recordFolder);
-    if (isMade)
+    const bool wasThere = m_seams.volume.isFolder(m_recordFolder);
+    if (!wasThere && !m_seams.volume.makeFolder(m_recordFolder))
+        return false;
+    if (!wasThere)
         reportError("VmMechanic: record folder was gone, it is made anew.");
-    return isMade;
+    const bool wasTaken =
+        std::exchange(m_isFolderTaken, m_seams.claimFolder && !m_seams.claimFolder(m_recordFolder));
+    if (m_isFolderTaken && !wasTaken)
+        reportError(takenMessage + m_recordFolder);
+    return !m_isFolderTaken;
 }
 
 bool VmMechanic::isWritable(double bytes) {
@@ -203,7 +236,8 @@ void VmMechanic::deleteDotFileInFolder(const std::string& folder) {
         if (entry.isFolder && !entry.isLink)
             deleteDotFileInFolder(path);
         const std::string_view hidden = SoundFileNames::hiddenHeaderString;
-        if (entry.name.size() > hidden.size() && entry.name.starts_with(hidden) && !isImageFile(entry.name))
+        if (!entry.isSpecial && entry.name.size() > hidden.size() && entry.name.starts_with(hidden) &&
+            !isImageFile(entry.name))
             deleteDotFile(path);
     }
 }

@@ -59,10 +59,13 @@ public:
 
     // Record folder
     const std::string& recordFolder() const { return m_recordFolder; }
-    /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had.
+    /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had. While a
+    /// folder is in use already, one that another recorder records into is not taken in its place.
     void setDirPath(const std::string& path);
     /// Makes the record folder anew if it is gone. False when it cannot be had.
     bool restoreFolder();
+    /// Whether another recorder was found recording into what is now at the record folder's path.
+    bool isFolderTaken() const { return m_isFolderTaken; }
     /// Whether a file of `bytes` can be written to the record folder, which is made anew if it is gone.
     bool isWritable(double bytes);
     /// Removes the hidden recordings that are not locked in `folder` and the folders below it, logging each.
@@ -118,6 +121,8 @@ public:
 private:
     RecordSpace::Place place() const;
     bool setLocked(std::string_view name, bool locked);
+    bool claim(const std::string& folder);
+    std::string takeDefaultFolder();
     void reportError(std::string_view message) const;
     void deleteDotFile(const std::string& path) const;
 
@@ -126,6 +131,7 @@ private:
     SoundStreamDescription m_audioFormatInput;
     std::int64_t m_numDatas = 0;
     std::string m_recordFolder;
+    bool m_isFolderTaken = false;
     RecordSpace m_space;
     AdvicePanel m_advicePanel;
     std::function<std::string()> m_keepFolder;

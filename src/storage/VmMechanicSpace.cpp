@@ -18,6 +18,8 @@ RecordSpace::Place VmMechanic::place() const {
 }
 
 bool VmMechanic::secureRecordSpace(double rate, unsigned channels) {
+    if (m_isFolderTaken) // what lies there is the other recorder's
+        return false;
     return m_space.secure(place(), {.maxTotalTime = m_maxTotalTime,
                                     .maxRecordTime = m_maxRecordTime,
                                     .needFreeSpace = needFreeSpace(rate, channels)});

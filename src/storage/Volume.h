@@ -32,6 +32,7 @@ struct VolumeEntry {
     std::string name;
     bool isFolder = false;
     bool isLink = false;
+    bool isSpecial = false; ///< a pipe, a socket or a device: opening it may wait for ever
 };
 
 /// Files and folders by full path. Failing operations return false or an errno and change nothing.

@@ -1,47 +1,16 @@
 #include "base/UserDefaults.h"
 
-#include "base/SystemLog.h"
-#include "support/TemporaryFolder.h"
+#include "base/SettingsFolder.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
-#include <QJsonDocument>
-#include <sstream>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 namespace files = std::filesystem;
 
-class Lines final : public SystemLog {
-public:
-    void log(std::string_view line) override { all.emplace_back(line); }
-    std::vector<std::string> all;
-};
-
-struct UserDefaultsTest : testing::Test {
-    void write(const std::string& text) const { std::ofstream(path, std::ios::binary) << text; }
-    static std::string contents(const std::string& of) {
-        std::ifstream file(of, std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-    QJsonObject stored() const {
-        return QJsonDocument::fromJson(QByteArray::fromStdString(contents(path))).object();
-    }
-
-    TemporaryFolder folder;
-    const std::string path = folder.path() + "/settings.json";
-    Lines lines;
-};
-
-/// Files that hold no settings.
-struct UnreadableSettingsTest : UserDefaultsTest, testing::WithParamInterface<const char*> {};
+using UserDefaultsTest = SettingsFolder;
 } // namespace
 
 // --- looking up ----------------------------------------------------------------------------------------------
@@ -162,6 +131,13 @@ TEST_F(UserDefaultsTest, keepsKeysThatItDoesNotKnow) {
                             .object());
 }
 
+TEST_F(UserDefaultsTest, writesTheVersionOfItsFormat) {
+    UserDefaults defaults(path, lines);
+    defaults.set("Number", 1);
+    ASSERT_TRUE(defaults.synchronize());
+    EXPECT_EQ(objectOf(contents(path)), (QJsonObject{{"Number", 1}, {"SettingsVersion", 1}}));
+}
+
 TEST_F(UserDefaultsTest, replacesTheFileAtomically) {
     write(R"({"Number": 1})");
     const std::string other = folder.path() + "/other-name";
@@ -228,93 +204,4 @@ TEST_F(UserDefaultsTest, keepsAKeyOutOfTheFile) {
     EXPECT_TRUE(defaults.boolForKey("Switch"));
     ASSERT_TRUE(defaults.synchronize());
     EXPECT_EQ(stored(), (QJsonObject{{"Switch", false}, {"Other", 1}}));
-}
-
-// --- what cannot be read or written --------------------------------------------------------------------------
-
-TEST_P(UnreadableSettingsTest, areSetAsideAndNeverOverwritten) {
-    write(GetParam());
-    UserDefaults defaults(path, lines);
-    defaults.registerDefault("Number", 1);
-    EXPECT_EQ(defaults.integerForKey("Number"), 1);
-    EXPECT_FALSE(files::exists(path));
-    EXPECT_EQ(contents(path + ".unreadable-1"), GetParam());
-    ASSERT_EQ(lines.all.size(), 1U);
-    EXPECT_NE(lines.all[0].find("UserDefaults: settings file " + path + " cannot be read ("),
-              std::string::npos);
-    EXPECT_NE(lines.all[0].find("it is kept as " + path + ".unreadable-1"), std::string::npos);
-    defaults.set("Number", 2);
-    EXPECT_TRUE(defaults.synchronize());
-    EXPECT_EQ(stored(), (QJsonObject{{"Number", 2}}));
-    EXPECT_EQ(contents(path + ".unreadable-1"), GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(UserDefaults, UnreadableSettingsTest,
-                         testing::Values("", "   \n", R"({"Number": 2, "Text": "cut o)", "[1, 2]", "5", "null",
-                                         R"({"Number": 1e999})", "\xff\xfe{", "{}{}"));
-
-TEST_F(UserDefaultsTest, takesTheNextNumber_whenOneWasSetAsideBefore) {
-    std::ofstream(path + ".unreadable-1") << "older";
-    write("torn");
-    const UserDefaults defaults(path, lines);
-    EXPECT_EQ(contents(path + ".unreadable-1"), "older");
-    EXPECT_EQ(contents(path + ".unreadable-2"), "torn");
-}
-
-TEST_F(UserDefaultsTest, setsAFileAsideAtEveryPlaceWhereItMayBeTorn) {
-    const std::string whole = R"({"Number": 2, "Text": "all of it"})";
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        write(whole.substr(0, length));
-        const UserDefaults defaults(path, lines);
-        ASSERT_EQ(defaults.integerForKey("Number"), 0) << length;
-        ASSERT_EQ(contents(path + ".unreadable-" + std::to_string(length + 1)), whole.substr(0, length));
-    }
-}
-
-TEST_F(UserDefaultsTest, saysOnceThatItCannotWrite_andTriesAgain) {
-    std::ofstream(folder.path() + "/file") << "no folder";
-    const std::string below = folder.path() + "/file/settings.json";
-    UserDefaults defaults(below, lines);
-    defaults.set("Number", 1);
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_FALSE(defaults.synchronize());
-    ASSERT_EQ(lines.all.size(), 1U);
-    EXPECT_EQ(lines.all[0].find("UserDefaults: settings file " + below + " cannot be written ("), 0U);
-    files::remove(folder.path() + "/file");
-    EXPECT_TRUE(defaults.synchronize());
-    EXPECT_TRUE(files::exists(below));
-    files::remove_all(folder.path() + "/file");
-    std::ofstream(folder.path() + "/file") << "no folder again";
-    defaults.set("Number", 2);
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_EQ(lines.all.size(), 2U); // it had worked in between
-}
-
-TEST_F(UserDefaultsTest, keepsTheFile_inAReadOnlyFolder) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "the administrator may write everywhere";
-    write(R"({"Number": 1})");
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0500), 0);
-    UserDefaults defaults(path, lines);
-    defaults.set("Number", 2);
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_EQ(lines.all.size(), 1U);
-    EXPECT_EQ(contents(path), R"({"Number": 1})");
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0700), 0);
-    EXPECT_TRUE(defaults.synchronize());
-}
-
-TEST_F(UserDefaultsTest, overwritesNothing_whenItCanNeitherReadNorSetAside) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "the administrator may write everywhere";
-    write("torn");
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0500), 0);
-    UserDefaults defaults(path, lines);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0700), 0);
-    defaults.set("Number", 2);
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_EQ(contents(path), "torn");
-    ASSERT_EQ(lines.all.size(), 1U);
-    EXPECT_NE(lines.all[0].find("nor set aside"), std::string::npos);
 }

@@ -177,6 +177,20 @@ TEST(VmRecorder, saysThatThereIsNoInput) {
     EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: no sound data input device."));
 }
 
+TEST(VmRecorder, recordsAlways_whenTheModeOfTheSettingsIsNone) {
+    for (const double mode : {99.0, 3.0, -1.0, 1e300}) {
+        Desk it(
+            {{"SamplingRateNumber", 99}, {"ChannelsNumber", -7}, {"RecordMode", mode}, {"RecordSwitch", true}});
+        it.desk.launch();
+        it.desk.runFor(3.0);
+        EXPECT_TRUE(it.recorder().recordState()) << mode;
+        it.desk.terminate();
+        EXPECT_EQ(it.recordings().size(), 1U) << mode;
+        ASSERT_FALSE(it.desk.log.lines().empty()) << mode;
+        EXPECT_NE(it.desk.log.lines()[0].find("VmRecorder: there is no record mode "), std::string::npos);
+    }
+}
+
 TEST(VmRecorder, startsOnLevelWithSoundFromBeforeTheTrigger) {
     SimulatedDevice device = countingInput();
     device.signal = {{.at = 0.0, .kind = SimulatedSegment::Kind::silence},

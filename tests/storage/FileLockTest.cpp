@@ -2,26 +2,13 @@
 
 #include "storage/FileFolder.h"
 #include "storage/SpaceDesk.h"
+#include "support/PlainUser.h"
 
 #include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-constexpr uid_t nobody = 65534;
-
-/// The rest of the scope runs as a user without privileges. Needs the superuser.
-class PlainUser {
-public:
-    explicit PlainUser(const std::string& ownFolder) {
-        EXPECT_EQ(::chown(ownFolder.c_str(), nobody, nobody), 0);
-        EXPECT_EQ(::seteuid(nobody), 0);
-    }
-    ~PlainUser() { EXPECT_EQ(::seteuid(0), 0); }
-    PlainUser(const PlainUser&) = delete;
-    PlainUser& operator=(const PlainUser&) = delete;
-};
-
 mode_t modeOf(const std::string& path) {
     struct stat status {};
     EXPECT_EQ(::lstat(path.c_str(), &status), 0);

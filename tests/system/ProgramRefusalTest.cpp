@@ -1,6 +1,7 @@
 // What the built program refuses, and what it survives at its edges.
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
+#include "system/PrivateDisk.h"
 #include "system/PrivatePulseServer.h"
 #include "system/RunningProgram.h"
 
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -89,6 +91,53 @@ TEST(Program, refusesToBeTheSecondRecorderOfAFolder) {
     first.process().signal(SIGTERM);
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(first.outputLines().size(), 1U); // what it recorded was left alone
+}
+
+TEST(Program, refusesToBeTheSecondRecorder_onWhateverWayTheFolderOrTheSettingsAreReached) {
+    if (const std::string why = PrivateDisk::whyNot(); !why.empty())
+        GTEST_SKIP() << why;
+    const PrivateDisk disk(PrivateDisk::Kind::memory, 64); // mounts below are its own
+    const std::string folder = disk.path() + "/record";
+    const std::string bound = disk.path() + "/bound";
+    const std::string settings = disk.path() + "/settings.json";
+    for (const std::string& each : {folder, bound})
+        std::filesystem::create_directory(each);
+    ASSERT_EQ(mount(folder.c_str(), bound.c_str(), nullptr, MS_BIND, nullptr), 0);
+    std::filesystem::create_symlink("record", disk.path() + "/link");
+    std::filesystem::create_symlink("settings.json", disk.path() + "/settings-link");
+    std::ofstream(settings) << "{}";
+    RunningProgram first(
+        {"--demo", "--headless", "--set", "RecordSwitch=yes", "--folder", folder, "--settings", settings});
+    pauseFor(2.0);
+    // Each has settings of its own.
+    for (const std::string& way : {folder + "/", disk.path() + "//record/.", disk.path() + "/link", bound}) {
+        RunningProgram second({"--demo", "--headless", "--record-for", "1", "--folder", way});
+        EXPECT_EQ(second.wait(), 1) << way;
+    }
+    RunningProgram third(
+        {"--demo", "--headless", "--record-for", "1", "--settings", disk.path() + "/settings-link"});
+    EXPECT_EQ(third.wait(), 1);
+    first.process().signal(SIGTERM);
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(first.outputLines().size(), 1U);
+    umount2(bound.c_str(), MNT_DETACH);
+}
+
+TEST(Program, keepsSettingsOfALaterVersion) {
+    const TemporaryFolder folder;
+    const std::string settings = folder.path() + "/settings.json";
+    const std::string later = R"({"SettingsVersion": 9, "RecordMode": "whenever", "Unknown": [1, 2],
+        "MaxRecordTime": {"hours": 1}, "DirectoryPath": ")" +
+                              folder.path() + R"(/record"})";
+    std::ofstream(settings) << later;
+    RunningProgram program({"--demo", "--headless", "--record-for", "1", "--settings", settings});
+    EXPECT_EQ(program.wait(), 0);
+    std::ifstream file(settings);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    for (const char* kept : {"\"SettingsVersion\": 9", "\"whenever\"", "\"Unknown\"", "\"hours\": 1"})
+        EXPECT_NE(text.find(kept), std::string::npos) << kept << " is not in " << text;
+    std::ifstream copy(settings + ".version-9");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(copy), {}), later);
 }
 
 TEST(Program, keepsWhatIsSetForThisRunOutOfTheSettings) {
