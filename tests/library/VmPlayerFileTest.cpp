@@ -17,7 +17,7 @@ void patch(const std::string& path, std::int64_t offset, char high, char low) {
 void expectRefusal(PlayerDesk& it, const std::string& path) {
     it.player().startPlayback(path);
     ASSERT_EQ(it.desk.alert.shown().size(), 1U) << path;
-    const AlertRequest& request = it.desk.alert.shown()[0].request;
+    const AlertRequest request = it.desk.alert.shown()[0].request;
     EXPECT_EQ(request.messageKey, "FileOpenError");
     EXPECT_EQ(request.informativeKey, "CheckAndRetry");
     EXPECT_EQ(request.defaultKey, "Understand");
