@@ -1,5 +1,6 @@
 #include "app/VmControler.h"
 
+#include "app/VmPrefer.h"
 #include "audio/VmDevice.h"
 #include "base/AdministratorRight.h"
 #include "base/Alert.h"
@@ -15,8 +16,12 @@
 #include "schedule/VmReserver.h"
 #include "storage/VmMechanic.h"
 
+#include <algorithm>
+#include <utility>
+
 void VmControler::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("AuthorizationRequired", false);
+    defaults.registerDefault("WindowOpacity", 1.0);
     VmDutyLog::registerDefaults(defaults);
     VmMechanic::registerDefaults(defaults);
     VmReserver::registerDefaults(defaults);
@@ -24,11 +29,13 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmRecorder::registerDefaults(defaults);
     VmLevelMeter::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
+    VmPrefer::registerDefaults(defaults);
 }
 
 VmControler::VmControler(const Seams& seams)
     : m_seams(seams),
       m_authorization(seams.defaults.boolForKey("AuthorizationRequired")),
+      m_opacity(std::clamp(static_cast<float>(seams.defaults.doubleForKey("WindowOpacity")), 0.0f, 1.0f)),
       m_mainTab(std::make_unique<TabView>()),
       m_recordTable(std::make_unique<VmTableView>()),
       m_keepTable(std::make_unique<VmTableView>()) {
@@ -39,6 +46,7 @@ VmControler::VmControler(const Seams& seams)
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
+    m_prefer = std::make_unique<VmPrefer>(*this);
     m_devicer->awake();
     m_reservelist->awake();
 }
@@ -46,10 +54,23 @@ VmControler::VmControler(const Seams& seams)
 VmControler::~VmControler() {
     // The cycles end before anything that they reach.
     m_devicer->stopDevices();
+    m_prefer.reset(); // asks its peers when it finishes its work
 }
 
 int VmControler::VmAuthorization() const {
     return m_seams.administratorRight.obtain() ? 0 : -1;
+}
+
+void VmControler::setOpacity(float opacity) {
+    m_opacity = std::clamp(opacity, 0.0f, 1.0f);
+    if (m_opacityView)
+        m_opacityView(m_opacity);
+}
+
+void VmControler::setOpacityView(std::function<void(float)> view) {
+    m_opacityView = std::move(view);
+    if (m_opacityView)
+        m_opacityView(m_opacity);
 }
 
 void VmControler::applicationDidFinishLaunching() {
@@ -94,5 +115,7 @@ void VmControler::saveUserDefaults() {
     m_reservelist->saveUserDefaults();
     m_dutylog->saveUserDefaults();
     m_devicer->saveUserDefaults();
+    m_seams.defaults.set("AuthorizationRequired", m_authorization);
+    m_seams.defaults.set("WindowOpacity", static_cast<double>(m_opacity));
     m_seams.defaults.synchronize();
 }

@@ -2,6 +2,7 @@
 #pragma once
 #include "base/Seams.h"
 
+#include <functional>
 #include <memory>
 
 class TabView;
@@ -9,6 +10,7 @@ class VmDevice;
 class VmDutyLog;
 class VmLevelMeter;
 class VmMechanic;
+class VmPrefer;
 class VmRecorder;
 class VmReserveList;
 class VmReserver;
@@ -31,6 +33,7 @@ public:
     VmDutyLog& dutylog() const { return *m_dutylog; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
+    VmPrefer& prefer() const { return *m_prefer; }
     VmRecorder& recorder() const { return *m_recorder; }
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
@@ -43,6 +46,15 @@ public:
     /// Asks for the administrator right: 0 when it was granted, else -1.
     int VmAuthorization() const;
 
+    /// Of the main window, 0 (not to be seen) to 1.
+    float opacity() const { return m_opacity; }
+    /// Shows the main window with this opacity at once.
+    void setOpacity(float opacity);
+    /// What shows it; called with the present opacity too.
+    void setOpacityView(std::function<void(float)> view);
+    /// Has every controller store its settings.
+    void saveUserDefaults();
+
     /// The start-up sequence, in its order.
     void applicationDidFinishLaunching();
     enum class TerminateReply { now, cancel };
@@ -50,10 +62,10 @@ public:
     void applicationWillTerminate();
 
 private:
-    void saveUserDefaults();
-
     const Seams m_seams;
     bool m_authorization = false;
+    float m_opacity = 1.0f;
+    std::function<void(float)> m_opacityView;
     std::unique_ptr<TabView> m_mainTab; // these controls outlive the controllers
     std::unique_ptr<VmTableView> m_recordTable;
     std::unique_ptr<VmTableView> m_keepTable;
@@ -64,4 +76,5 @@ private:
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmDevice> m_devicer;
+    std::unique_ptr<VmPrefer> m_prefer;
 };

@@ -104,6 +104,8 @@ public:
     void setDefReserveChannels(int channels) { m_defReserveChannels = channels; }
     int defReserveDevice() const { return m_defReserveDevice; }
     void setDefReserveDevice(int device) { m_defReserveDevice = device; }
+    /// A person's choice: stored at once.
+    void changeDefReserveDevice(int device);
     int defReserveMode() const { return m_defReserveMode; }
     void setDefReserveMode(int mode) { m_defReserveMode = mode; }
 

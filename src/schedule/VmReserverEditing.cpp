@@ -68,6 +68,12 @@ void VmReserver::saveUserDefaults() {
     defaults.synchronize();
 }
 
+void VmReserver::changeDefReserveDevice(int device) {
+    setDefReserveDevice(device);
+    m_controler.seams().defaults.set("DefaultReserveDevice", device);
+    m_controler.seams().defaults.synchronize();
+}
+
 void VmReserver::setSelectedRow(int row) {
     m_selectedRow = row >= 0 && row < count() ? row : -1;
 }
