@@ -72,6 +72,13 @@ PreferControls::PreferControls()
     };
 }
 
+const char* PreferControls::pageKey(PreferPage page) {
+    static constexpr const char* keys[] = {"PreferPageRecording", "PreferPageSources",   "PreferPageStorage",
+                                           "PreferPageMarker",    "PreferPageTimetable", "PreferPageKeeping",
+                                           "PreferPageProgram"};
+    return keys[static_cast<std::size_t>(page)];
+}
+
 const PreferItem* PreferControls::item(std::string_view setting) const {
     const auto found = std::ranges::find(m_items, setting, &PreferItem::setting);
     return found == m_items.end() ? nullptr : &*found;

@@ -88,6 +88,8 @@ public:
     Button verifyDeleteCheck;
     Button writeLogCheck;
 
+    /// Key of the text that heads a page.
+    static const char* pageKey(PreferPage page);
     /// Every setting, in the order in which a page shows it.
     const std::vector<PreferItem>& items() const { return m_items; }
     /// The item of a setting, by its key in the settings store; none for what is no preference.

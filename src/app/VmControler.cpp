@@ -49,6 +49,7 @@ VmControler::VmControler(const Seams& seams)
     m_prefer = std::make_unique<VmPrefer>(*this);
     m_devicer->awake();
     m_reservelist->awake();
+    m_reserver->awake();
 }
 
 VmControler::~VmControler() {

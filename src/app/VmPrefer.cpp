@@ -338,7 +338,6 @@ void VmPrefer::resetControlState() {
         const auto* const* popup = std::get_if<Popup*>(&item.controlOf());
         item.control().setEnabled(m_controlEnabled && (popup == nullptr || !(*popup)->items().empty()));
     }
-    adviceSizeText.setEnabled(m_controlEnabled && adviceCheck.isOn());
     checkKeepActionButton.setEnabled(m_controlEnabled && !m_checkingKeep && fault.empty());
     okButton.setEnabled(m_controlEnabled && isAnyChanged() && fault.empty());
     preferButton.setEnabled(m_controlEnabled || drawer.isOpen());

@@ -85,8 +85,8 @@ public:
     bool isPresentInternalPlay() const;
     bool isPresentInternalMonitor() const;
 
-    /// Fills `popup` with the rates that recordings from source `source` can have, lowest first; `select` is the
-    /// index of the chosen one.
+    /// Fills `popup` with the rates that recordings from source `source` can have, lowest first; `select` is
+    /// the index of the chosen one.
     void renewSampleRatePopup(Popup& popup, int source, int select) const;
 
     // Device parameters; rates in Hz

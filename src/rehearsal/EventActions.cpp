@@ -25,20 +25,20 @@ Button* buttonNamed(RehearsalDesk& desk, const std::string& name) {
     return found == buttons.end() ? nullptr : found->second;
 }
 
-std::string press(RehearsalDesk& desk, const ScenarioEvent& event) {
-    if (event.text("button") == "preferences")
-        pressPreferences(desk, event);
-    else if (Button* const button = buttonNamed(desk, event.text("button")); button != nullptr)
-        button->press(event.flag("on"));
-    return {};
-}
-
 void pressPreferences(RehearsalDesk& desk, const ScenarioEvent& event) {
     Button& button = desk.controler->prefer().preferButton;
     if (!event.has("on"))
         button.press(!button.isOn());
     else if (event.flag("on") != button.isOn())
         button.press(event.flag("on"));
+}
+
+std::string press(RehearsalDesk& desk, const ScenarioEvent& event) {
+    if (event.text("button") == "preferences")
+        pressPreferences(desk, event);
+    else if (Button* const button = buttonNamed(desk, event.text("button")); button != nullptr)
+        button->press(event.flag("on"));
+    return {};
 }
 
 /// Opens the preferences, makes the choices, applies them. Where they cannot be opened nothing happens, as with
@@ -54,7 +54,7 @@ std::string prefer(RehearsalDesk& desk, const ScenarioEvent& event) {
     for (const PreferItem& item : preferences.items())
         if (const QJsonValue value = settings.value(QString::fromStdString(item.setting()));
             !value.isUndefined())
-            if (const std::string fault = item.enter(value); !fault.empty()) {
+            if (const std::string fault = item.enter(desk.stored(item.setting(), value)); !fault.empty()) {
                 preferences.cancelButton.press(true);
                 return "settings." + item.setting() + ": " + fault;
             }

@@ -74,10 +74,6 @@ void VmReserver::changeDefReserveDevice(int device) {
     m_controler.seams().defaults.synchronize();
 }
 
-void VmReserver::setSelectedRow(int row) {
-    m_selectedRow = row >= 0 && row < count() ? row : -1;
-}
-
 VmReserverElement VmReserver::newElement() const {
     const Clock& clock = m_controler.seams().clock;
     const CalendarDate now = clock.calendarDate(clock.now());
@@ -125,14 +121,20 @@ void VmReserver::actDeleteTimer() {
 }
 
 void VmReserver::resetTimerElementValue(const TimerElementValue& values) {
+    writeValues(values, Times::taken);
+}
+
+void VmReserver::writeValues(const TimerElementValue& values, Times times) {
     const VmReserverElement* const selected = elementAtIndex(m_selectedRow);
     if (selected == nullptr)
         return;
     VmReserverElement element = *selected;
     element.setName(values.name);
     element.setEnabled(values.enabled);
-    element.setStart(secondsOf(values.startHour, values.startMinute));
-    element.setStop(secondsOf(values.stopHour, values.stopMinute));
+    if (times == Times::taken) {
+        element.setStart(secondsOf(values.startHour, values.startMinute));
+        element.setStop(secondsOf(values.stopHour, values.stopMinute));
+    }
     element.setSample(values.sample);
     element.setChannels(values.channels + 1);
     element.setDevice(values.device);
