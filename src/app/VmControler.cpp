@@ -9,6 +9,7 @@
 #include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
+#include "keeper/VmKeeper.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserveList.h"
@@ -24,6 +25,7 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmRecorder::registerDefaults(defaults);
     VmLevelMeter::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
+    VmKeeper::registerDefaults(defaults);
 }
 
 VmControler::VmControler(const Seams& seams)
@@ -39,8 +41,10 @@ VmControler::VmControler(const Seams& seams)
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
+    m_keeper = std::make_unique<VmKeeper>(*this);
     m_devicer->awake();
     m_reservelist->awake();
+    m_keeper->awake();
 }
 
 VmControler::~VmControler() {

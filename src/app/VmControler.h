@@ -7,6 +7,7 @@
 class TabView;
 class VmDevice;
 class VmDutyLog;
+class VmKeeper;
 class VmLevelMeter;
 class VmMechanic;
 class VmRecorder;
@@ -29,6 +30,7 @@ public:
     const Seams& seams() const { return m_seams; }
     VmDevice& devicer() const { return *m_devicer; }
     VmDutyLog& dutylog() const { return *m_dutylog; }
+    VmKeeper& keeper() const { return *m_keeper; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmRecorder& recorder() const { return *m_recorder; }
@@ -64,4 +66,5 @@ private:
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmDevice> m_devicer;
+    std::unique_ptr<VmKeeper> m_keeper;
 };
