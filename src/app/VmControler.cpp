@@ -10,6 +10,7 @@
 #include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
+#include "keeper/VmKeeper.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserveList.h"
@@ -30,6 +31,7 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmLevelMeter::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
     VmPrefer::registerDefaults(defaults);
+    VmKeeper::registerDefaults(defaults);
 }
 
 VmControler::VmControler(const Seams& seams)
@@ -50,6 +52,8 @@ VmControler::VmControler(const Seams& seams)
     m_devicer->awake();
     m_reservelist->awake();
     m_reserver->awake();
+    m_keeper = std::make_unique<VmKeeper>(*this);
+    m_keeper->awake();
 }
 
 VmControler::~VmControler() {

@@ -8,6 +8,7 @@
 class TabView;
 class VmDevice;
 class VmDutyLog;
+class VmKeeper;
 class VmLevelMeter;
 class VmMechanic;
 class VmPrefer;
@@ -31,6 +32,7 @@ public:
     const Seams& seams() const { return m_seams; }
     VmDevice& devicer() const { return *m_devicer; }
     VmDutyLog& dutylog() const { return *m_dutylog; }
+    VmKeeper& keeper() const { return *m_keeper; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmPrefer& prefer() const { return *m_prefer; }
@@ -77,4 +79,5 @@ private:
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmDevice> m_devicer;
     std::unique_ptr<VmPrefer> m_prefer;
+    std::unique_ptr<VmKeeper> m_keeper;
 };
