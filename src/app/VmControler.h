@@ -12,6 +12,7 @@ class VmKeeper;
 class VmLevelMeter;
 class VmMechanic;
 class VmPrefer;
+class VmPlayer;
 class VmRecorder;
 class VmReserveList;
 class VmReserver;
@@ -36,6 +37,7 @@ public:
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
     VmPrefer& prefer() const { return *m_prefer; }
+    VmPlayer& player() const { return *m_player; }
     VmRecorder& recorder() const { return *m_recorder; }
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
@@ -77,7 +79,8 @@ private:
     std::unique_ptr<VmReserveList> m_reservelist;
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
+    std::unique_ptr<VmPlayer> m_player;
     std::unique_ptr<VmDevice> m_devicer;
-    std::unique_ptr<VmPrefer> m_prefer;
     std::unique_ptr<VmKeeper> m_keeper;
+    std::unique_ptr<VmPrefer> m_prefer;
 };

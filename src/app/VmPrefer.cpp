@@ -9,6 +9,7 @@
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "dutylog/VmDutyLog.h"
+#include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/ReserveChoices.h"
@@ -52,10 +53,7 @@ VmPrefer::VmPrefer(VmControler& controler) : m_controler(controler) {
     pages.select(std::clamp(controler.seams().defaults.integerForKey(lastTabKey), 0,
                             static_cast<int>(PreferPage::program)));
     setActions();
-    m_compressRatios =
-        controler.seams().notifications.observe("CompressRatioNotification", [this](const Notification& ratio) {
-            m_controler.seams().runLoop.post([this, ratio] { compressRatioHandle(ratio); });
-        });
+    observeKeeper();
 }
 
 VmPrefer::~VmPrefer() {
@@ -236,6 +234,7 @@ void VmPrefer::readProgram() {
     m_opacity = m_controler.opacity();
     opacitySlider.setValue(static_cast<int>(std::lround(m_opacity * percent)));
     peekHoldText.setValue(m_controler.meter().peekHoldTime());
+    verifyDeleteCheck.setOn(m_controler.player().verifyDelete());
     writeLogCheck.setOn(m_controler.dutylog().writeLog());
 }
 
@@ -338,7 +337,7 @@ void VmPrefer::resetControlState() {
         const auto* const* popup = std::get_if<Popup*>(&item.controlOf());
         item.control().setEnabled(m_controlEnabled && (popup == nullptr || !(*popup)->items().empty()));
     }
-    checkKeepActionButton.setEnabled(m_controlEnabled && !m_checkingKeep && fault.empty());
+    checkKeepActionButton.setEnabled(m_controlEnabled && !m_checkingKeep && commandFaultKey().empty());
     okButton.setEnabled(m_controlEnabled && isAnyChanged() && fault.empty());
     preferButton.setEnabled(m_controlEnabled || drawer.isOpen());
 }

@@ -64,6 +64,7 @@ public:
 
 private:
     void setActions();
+    void observeKeeper();
     void edited();
 
     // Opening
@@ -101,17 +102,21 @@ private:
     /// The key of the text that says why the choice cannot be applied; empty when it can.
     std::string_view faultKey() const;
     std::string_view keepFaultKey() const;
+    std::string_view commandFaultKey() const;
     bool isFolderPath(const std::string& path) const;
     std::optional<double> freeSpace() const;
     void dispKeepTime();
+    void checkKeepActionEnded();
 
     VmControler& m_controler;
     bool m_controlEnabled = true;
     bool m_checkingKeep = false;
     float m_opacity = 1.0f;         ///< in force when the drawer was opened
     double m_recordedSeconds = 0.0; ///< of sound in the record folder, when the drawer was opened
+    double m_keptBytes = 0.0;       ///< of the keep folder, then
     std::unique_ptr<HidingRename> m_renaming;
     std::unique_ptr<Timer> m_renameTimer;
     std::unique_ptr<Timer> m_figuresTimer; // while the drawer is open
     NotificationCenter::Observation m_compressRatios;
+    NotificationCenter::Observation m_compressEnds;
 };
