@@ -11,6 +11,7 @@
 class KaAudioBuffer;
 class KaConversionBuffer;
 class KaCoreAudioDevice;
+class Popup;
 class UserDefaults;
 class VmControler;
 
@@ -88,6 +89,10 @@ public:
     bool isPresentDigitalRecord() const;
     bool isPresentInternalPlay() const;
     bool isPresentInternalMonitor() const;
+
+    /// Fills `popup` with the rates that recordings from source `source` can have, lowest first; `select` is
+    /// the index of the chosen one.
+    void renewSampleRatePopup(Popup& popup, int source, int select) const;
 
     // Device parameters; rates in Hz
     double sampleRateOfDevice(const KaCoreAudioDevice& device) const;

@@ -4,6 +4,8 @@
 #include "audio/KaConversionBuffer.h"
 #include "audio/KaCoreAudioDevice.h"
 #include "audio/VmDevice.h"
+#include "base/Controls.h"
+#include "base/Formatted.h"
 #include "base/Texts.h"
 
 #include <algorithm>
@@ -126,6 +128,18 @@ double VmDevice::recordSampleRateWithSource(int index, int quality) const {
 
 double VmDevice::sampleRateWithNominal(double nominal, int quality) {
     return quality == 0 ? nominal * 0.25 : quality == 1 ? nominal * 0.5 : nominal;
+}
+
+void VmDevice::renewSampleRatePopup(Popup& popup, int source, int select) const {
+    constexpr int qualities = 3;
+    const double nominal = recordSampleRateWithSource(source);
+    std::vector<std::string> rates;
+    for (int quality = 0; quality < qualities; ++quality) {
+        const double rate = sampleRateWithNominal(nominal, quality);
+        rates.push_back(rate > 0.0 ? formatted("%g kHz", rate / 1000.0) : std::string("– kHz"));
+    }
+    popup.setItems(std::move(rates));
+    popup.select(std::clamp(select, 0, qualities - 1));
 }
 
 unsigned VmDevice::bufferSizeOfDevice(const KaCoreAudioDevice& device) {

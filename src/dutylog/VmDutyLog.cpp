@@ -49,7 +49,11 @@ void VmDutyLog::initLogItem() {
 void VmDutyLog::saveUserDefaults() {
     UserDefaults& defaults = m_controler.seams().defaults;
     defaults.set(writeLogBookKey, m_writeLog);
-    defaults.set(troubleTerminationKey, false);
+    {
+        // As long as a book is open the duty goes on: settings are stored in the midst of it too.
+        const std::lock_guard guard(m_mutex);
+        defaults.set(troubleTerminationKey, m_logBook.isOpen());
+    }
     defaults.synchronize();
 }
 

@@ -27,13 +27,14 @@ VmRecorder::VmRecorder(VmControler& controler)
     const UserDefaults& defaults = controler.seams().defaults;
     m_recordMode = storedRecordMode();
     m_autoLevel = std::clamp(defaults.integerForKey("AutoStartLevel"), 0, 20);
-    m_delayTime = std::max(defaults.integerForKey("AutoStopDelayTime"), 0);
-    m_preBufferSec = std::clamp(defaults.integerForKey("PreBufferingSeconds"), 0, 79);
+    setDelayTime(defaults.integerForKey("AutoStopDelayTime"));
+    setPreBufferSec(defaults.integerForKey("PreBufferingSeconds"));
     m_rateNumber = defaults.integerForKey("SamplingRateNumber");
     setChannels(defaults.integerForKey("ChannelsNumber"));
     m_hideSoundFile = defaults.boolForKey("HideSoundFileFlag");
     m_sliderAlwaysEnable = defaults.boolForKey("SliderAlwaysEnable");
     m_autoStartup = defaults.boolForKey("AutoRecordStartup");
+    setDispTotalTime(defaults.boolForKey("DisplayTotalTime"));
     m_levelSlider.setValue(m_autoLevel);
     m_recordButton.setOn(defaults.boolForKey("RecordSwitch"));
     m_monitorButton.setOn(defaults.boolForKey("MonitorSwitch"));
@@ -106,6 +107,7 @@ void VmRecorder::saveUserDefaults() {
     defaults.set("HideSoundFileFlag", m_hideSoundFile);
     defaults.set("PreBufferingSeconds", m_preBufferSec);
     defaults.set("AutoRecordStartup", m_autoStartup);
+    defaults.set("DisplayTotalTime", dispTotalTime());
     defaults.set("MonitorSwitch", m_monitorButton.isOn());
     saveMarkerDefaults();
     defaults.synchronize();
@@ -300,6 +302,30 @@ double VmRecorder::sampleRate(int rateNumber) const {
 
 void VmRecorder::setChannels(int channels) {
     m_channels = channels >= 2 ? 2 : 1;
+}
+
+void VmRecorder::setRateNumber(int rateNumber) {
+    m_rateNumber = rateNumber;
+    renewDispSampleRate();
+}
+
+void VmRecorder::setRecordMode(int mode) {
+    m_recordMode = mode;
+    m_controler.meter().lookSoon(); // it may have rested
+    dispRecordMode();
+}
+
+void VmRecorder::setDelayTime(int seconds) {
+    m_delayTime = std::max(seconds, 0);
+}
+
+void VmRecorder::setPreBufferSec(int seconds) {
+    m_preBufferSec = std::clamp(seconds, 0, longestPreBuffer);
+}
+
+void VmRecorder::setSliderAlways(bool always) {
+    m_sliderAlwaysEnable = always;
+    setControlState();
 }
 
 std::string VmRecorder::headerString() const {

@@ -118,6 +118,9 @@ public:
     void autoRecordStart();
     void autoReserveStart();
     bool autoStartup() const { return m_autoStartup; }
+    void setAutoStartup(bool on) { m_autoStartup = on; }
+    /// While the preferences are open, no recording is begun and no other input chosen by hand.
+    void setPreferencesOpen(bool open);
     void deleteProgressSoundFile() { m_workFiles.progress().deleteProgressSoundFile(); }
     /// The computed end of the recording that was rescued last; 0 when none was.
     Date lastCrashDate() const { return m_workFiles.lastCrashDate(); }
@@ -169,6 +172,11 @@ public:
     bool startOnTheHour() const { return m_startOnTheHour; }
     void setStartOnTheHour(bool startOnTheHour);
     int recordMode() const { return m_recordMode; }
+    /// 0 always, 1 by the level, 2 standby.
+    void setRecordMode(int mode);
+    /// Which part of the device's rate: 0 a quarter, 1 half of it, 2 all.
+    int rateNumber() const { return m_rateNumber; }
+    void setRateNumber(int rateNumber);
     double sampleRate() const { return sampleRate(m_rateNumber); }
     double sampleRate(int rateNumber) const;
     int channels() const { return m_channels; }
@@ -192,8 +200,22 @@ public:
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
+    static constexpr int longestPreBuffer = 79;         ///< seconds: what the queue holds
     int preBufferSec() const { return m_preBufferSec; } ///< seconds kept from before the start of auto mode
-    int delayTime() const { return m_delayTime; }       ///< seconds of quiet after which auto mode stops
+    void setPreBufferSec(int seconds);
+    int delayTime() const { return m_delayTime; } ///< seconds of quiet after which auto mode stops
+    void setDelayTime(int seconds);
+    /// Whether the start level may be moved while it decides nothing, or a recording runs.
+    bool sliderAlways() const { return m_sliderAlwaysEnable; }
+    void setSliderAlways(bool always);
+    /// Whether new recordings are hidden.
+    bool hideSoundFile() const { return m_hideSoundFile; }
+    void setHideSoundFile(bool hide) { m_hideSoundFile = hide; }
+    /// Whether the total time of the duty is shown: its field is disabled while it is not.
+    bool dispTotalTime() const { return m_totalTimeField.enabled(); }
+    void setDispTotalTime(bool shown) { m_totalTimeField.setEnabled(shown); }
+    /// The second name of the recording in progress, a full path; empty when there is none.
+    std::string progressFilePath() { return m_workFiles.progress().path(); }
     /// True when the last start or stop of a file failed.
     bool writeThreadError() const { return m_pipeline.writeThreadError() || m_startFailed; }
 
@@ -312,6 +334,7 @@ private:
     bool m_hideSoundFile = false;
     bool m_sliderAlwaysEnable = false;
     bool m_autoStartup = false;
+    bool m_preferencesOpen = false;
     bool m_emergency = false;
     bool m_startFailed = false;
     int m_actionMethod = 3;

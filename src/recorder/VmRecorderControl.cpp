@@ -1,5 +1,6 @@
 // The record switch, the condition and what the record tab shows of them.
 #include "app/VmControler.h"
+#include "app/VmPrefer.h"
 #include "audio/VmDevice.h"
 #include "base/Clock.h"
 #include "base/Formatted.h"
@@ -69,8 +70,10 @@ void VmRecorder::setControlState() {
     const bool hasReserves = m_controler.reserver().validReserves() > 0;
     m_recordButton.setTitle(texts(m_recordButton.isOn() ? "RecordStop" : "RecordStart"));
     m_recordButton.setImage(m_recordButton.isOn() ? "RecordOn" : "RecordOff");
-    m_recordButton.setEnabled(!timetable);
-    m_recordButton.setToolTip(timetable ? texts("TimetableIsOn") : "");
+    m_recordButton.setEnabled(!timetable && !m_preferencesOpen);
+    m_recordButton.setToolTip(timetable           ? texts("TimetableIsOn")
+                              : m_preferencesOpen ? texts("PreferencesAreOpen")
+                                                  : "");
     m_reserveButton.setEnabled(timetable || (!m_recordButton.isOn() && hasReserves));
     m_reserveButton.setToolTip(timetable               ? ""
                                : m_recordButton.isOn() ? texts("RecordingIsOn")
@@ -78,7 +81,14 @@ void VmRecorder::setControlState() {
                                                        : texts("NoReserves"));
     m_reserveButton.setImage(timetable ? "ReserveOn" : "Reserve");
     m_levelSlider.setEnabled(m_sliderAlwaysEnable || (!m_recordState && m_recordMode == 1));
-    m_sourcePopup.setEnabled(!m_recordState && !timetable && m_sourcePopup.items().size() > 0);
+    m_sourcePopup.setEnabled(!m_recordState && !timetable && !m_preferencesOpen &&
+                             m_sourcePopup.items().size() > 0);
+    m_controler.prefer().setControlEnabled(!m_recordState && !timetable);
+}
+
+void VmRecorder::setPreferencesOpen(bool open) {
+    m_preferencesOpen = open;
+    setControlState();
 }
 
 void VmRecorder::emerRecordStop() {

@@ -1,6 +1,7 @@
 #include "rehearsal/EventActions.h"
 
 #include "app/VmControler.h"
+#include "app/VmPrefer.h"
 #include "recorder/VmRecorder.h"
 #include "rehearsal/RehearsalDesk.h"
 #include "rehearsal/TimerValues.h"
@@ -24,9 +25,42 @@ Button* buttonNamed(RehearsalDesk& desk, const std::string& name) {
     return found == buttons.end() ? nullptr : found->second;
 }
 
+void pressPreferences(RehearsalDesk& desk, const ScenarioEvent& event) {
+    Button& button = desk.controler->prefer().preferButton;
+    if (!event.has("on"))
+        button.press(!button.isOn());
+    else if (event.flag("on") != button.isOn())
+        button.press(event.flag("on"));
+}
+
 std::string press(RehearsalDesk& desk, const ScenarioEvent& event) {
-    if (Button* const button = buttonNamed(desk, event.text("button")); button != nullptr)
+    if (event.text("button") == "preferences")
+        pressPreferences(desk, event);
+    else if (Button* const button = buttonNamed(desk, event.text("button")); button != nullptr)
         button->press(event.flag("on"));
+    return {};
+}
+
+/// Opens the preferences, makes the choices, applies them. Where they cannot be opened nothing happens, as with
+/// any control that is disabled.
+std::string prefer(RehearsalDesk& desk, const ScenarioEvent& event) {
+    VmPrefer& preferences = desk.controler->prefer();
+    if (!preferences.drawer.isOpen())
+        preferences.preferButton.press(true);
+    if (!preferences.drawer.isOpen())
+        return {};
+    const QJsonObject settings = event.fields.value(QLatin1String("settings")).toObject();
+    // In the drawer's order: what another choice depends on comes first.
+    for (const PreferItem& item : preferences.items())
+        if (const QJsonValue value = settings.value(QString::fromStdString(item.setting()));
+            !value.isUndefined())
+            if (const std::string fault = item.enter(desk.stored(item.setting(), value)); !fault.empty()) {
+                preferences.cancelButton.press(true);
+                return "settings." + item.setting() + ": " + fault;
+            }
+    preferences.okButton.press(true);
+    if (preferences.drawer.isOpen()) // nothing was changed, or it cannot be applied
+        preferences.cancelButton.press(true);
     return {};
 }
 
@@ -91,6 +125,7 @@ const std::map<std::string, Action>& actions() {
     using Event = ScenarioEvent;
     static const std::map<std::string, Action> table = {
         {"press", press},
+        {"prefer", prefer},
         {"answer", answer},
         {"select", select},
         {"insertTimer", insertTimer},
@@ -127,8 +162,6 @@ std::string EventActions::unsupportedField(const ScenarioEvent& event) {
         return {};
     if (!actions().contains(event.action))
         return "do";
-    if (event.action == "press" && event.text("button") == "preferences")
-        return "button";
     if (event.action == "tab" && event.integer("index") != 0)
         return "index";
     return {};

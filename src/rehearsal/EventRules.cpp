@@ -1,5 +1,6 @@
 #include "rehearsal/EventRules.h"
 
+#include "app/PreferControls.h"
 #include "base/UserDefaults.h"
 #include "rehearsal/TimerValues.h"
 
@@ -149,12 +150,20 @@ void EventRules::checkField(const JsonPlace& place, int kind) const {
         place.word({"default", "alternate", "other"});
         break;
     case settings:
-        readSettings(place, m_known);
+        checkPreferences(place);
         break;
     default:
         checkTimer(place);
         break;
     }
+}
+
+void EventRules::checkPreferences(const JsonPlace& place) const {
+    struct Names : PreferControls {};
+    static const Names names;
+    for (const QString& key : readSettings(place, m_known).keys())
+        if (!place.failed() && names.item(key.toStdString()) == nullptr)
+            place.field(key.toStdString()).fail("is no preference");
 }
 
 QJsonObject EventRules::readSettings(const JsonPlace& place, const UserDefaults& known) {

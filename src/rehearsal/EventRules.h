@@ -24,6 +24,7 @@ public:
 
 private:
     void checkField(const JsonPlace& place, int kind) const;
+    void checkPreferences(const JsonPlace& place) const;
     static void checkTimer(const JsonPlace& place);
     static void checkTimeOfDay(const JsonPlace& place);
 

@@ -44,9 +44,11 @@ RehearsalDesk::RehearsalDesk(std::string deskFolder, QTimeZone zone, const Calen
         if (const std::string path = defaults.stringForKey(key); path.empty() || path.starts_with('~'))
             defaults.set(key, Paths::inFolder(folder, name));
     for (const Setting& setting : settings)
-        defaults.set(setting.key, isFolderSetting(setting.key)
-                                      ? placed(setting.value.toString(), QString::fromStdString(folder))
-                                      : setting.value);
+        defaults.set(setting.key, stored(setting.key, setting.value));
+}
+
+QJsonValue RehearsalDesk::stored(const std::string& key, const QJsonValue& value) const {
+    return isFolderSetting(key) ? QJsonValue(placed(value.toString(), QString::fromStdString(folder))) : value;
 }
 
 void RehearsalDesk::bringFoldersHome(const QJsonObject& chosen) {

@@ -39,6 +39,8 @@ public:
     /// Folders from elsewhere become those under `folder`, except the ones that `chosen` has: settings may have
     /// been made when the folder had another place.
     void bringFoldersHome(const QJsonObject& chosen);
+    /// The value of a setting as it is stored: a relative folder lies under `folder`.
+    QJsonValue stored(const std::string& key, const QJsonValue& value) const;
     /// Makes the folders of the settings that lie under `folder`.
     void makeFolders();
     /// Makes the controllers. A launch does it unless it was done before.

@@ -2,6 +2,7 @@
 
 #include "app/VmControler.h"
 #include "audio/VmDevice.h"
+#include "base/Clock.h"
 #include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
@@ -136,6 +137,41 @@ std::string VmReserveList::objectValue(std::string_view key, int row) const {
     const ReserveRow& cells = m_reserveList[static_cast<std::size_t>(row)];
     const auto cell = cells.find(key);
     return cell == cells.end() ? std::string() : cell->second;
+}
+
+std::string VmReserveList::cell(int row, std::string_view column) const {
+    const Texts& texts = m_controler.seams().texts;
+    if (column == "EntryMark")
+        return neverStarts(row) ? texts("EntryNeverStarts") : overlaps(row) ? texts("EntryOverlaps") : "";
+    if (column != "NextSpan")
+        return objectValue(column, row);
+    const auto span = nextSpan(row);
+    if (!span)
+        return {};
+    const Clock& clock = m_controler.seams().clock;
+    constexpr const char* date = "%Y-%m-%d %H:%M";
+    const bool sameDay = clock.format(span->start, "%Y%m%d") == clock.format(span->stop, "%Y%m%d");
+    return clock.format(span->start, date) + " – " + clock.format(span->stop, sameDay ? "%H:%M" : date);
+}
+
+std::optional<EntryCalendar::Span> VmReserveList::nextSpan(int row) const {
+    if (!hasRow(row) || m_timers[static_cast<std::size_t>(row)].enabled() == 0)
+        return std::nullopt;
+    const Clock& clock = m_controler.seams().clock;
+    return EntryCalendar::nextSpan(m_timers[static_cast<std::size_t>(row)], clock, clock.now());
+}
+
+bool VmReserveList::overlaps(int row) const {
+    if (!hasRow(row))
+        return false;
+    const VmReserverElement& element = m_timers[static_cast<std::size_t>(row)];
+    return element.enabled() != 0 && std::ranges::any_of(m_timers, [&](const VmReserverElement& other) {
+               return &other != &element && other.enabled() != 0 && EntryCalendar::overlap(element, other);
+           });
+}
+
+bool VmReserveList::neverStarts(int row) const {
+    return hasRow(row) && EntryCalendar::neverStarts(m_timers[static_cast<std::size_t>(row)]);
 }
 
 void VmReserveList::setObjectValue(std::string_view key, int row, std::string text) {

@@ -1,8 +1,11 @@
 // schedule/VmReserveList.h — the timetable's entries, their table and their place in the settings.
 #pragma once
+#include "base/VmTableView.h"
+#include "schedule/EntryCalendar.h"
 #include "schedule/ReserveRow.h"
 #include "schedule/VmReserverElement.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +19,7 @@ inline constexpr std::string_view VmReserveListChanged_Notification = "VmReserve
 /// Holds the entries in their order and shows them as rows.
 ///
 /// Main thread only. References and pointers to entries hold until the next change.
-class VmReserveList {
+class VmReserveList final : public TableSource {
 public:
     /// One of a table's wishes for the order of its rows, by the key of a column.
     struct SortDescriptor {
@@ -46,7 +49,16 @@ public:
 
     // Table
     const std::vector<ReserveRow>& reserveList() const { return m_reserveList; }
-    int numberOfRows() const { return static_cast<int>(m_reserveList.size()); }
+    int numberOfRows() const override { return static_cast<int>(m_reserveList.size()); }
+    /// As `objectValue`; besides "NextSpan", the next recording of an enabled entry in words, and "EntryMark",
+    /// what is wrong with an entry.
+    std::string cell(int row, std::string_view column) const override;
+    /// Start and stop of the entry's next recording by its filters; none for one that is disabled.
+    std::optional<EntryCalendar::Span> nextSpan(int row) const;
+    /// Whether an enabled entry runs at the same time as another one, on some date.
+    bool overlaps(int row) const;
+    /// Whether no date passes the entry's filters.
+    bool neverStarts(int row) const;
     /// Empty for a row or key that there is not.
     std::string objectValue(std::string_view key, int row) const;
     /// Stores an edited cell in its row.

@@ -1,7 +1,10 @@
 // schedule/VmReserver.h — what the timetable says about the present moment, and its editing.
 #pragma once
 #include "base/Date.h"
+#include "base/NotificationCenter.h"
+#include "schedule/TimerControls.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -14,7 +17,7 @@ class VmReserverElement;
 /// the clock once; nothing is kept between questions. Main thread only.
 ///
 /// An entry that is handed out holds until the list is changed; null stands for none.
-class VmReserver {
+class VmReserver final : public TimerControls {
 public:
     struct NextElement {
         const VmReserverElement* element = nullptr;
@@ -39,6 +42,8 @@ public:
 
     explicit VmReserver(VmControler& controler);
     static void registerDefaults(UserDefaults& defaults);
+    /// Shows the list, and the drawer as it was left. Needs the list and the record sources.
+    void awake();
     void saveUserDefaults();
 
     // Questions
@@ -70,7 +75,10 @@ public:
 
     // Editing
     int selectedRow() const { return m_selectedRow; } ///< -1 is none
+    /// Shows the row's entry in the drawer.
     void setSelectedRow(int row);
+    /// Opens or closes the drawer.
+    void actTimerDrawer();
     /// A new entry, from the next five-minute mark, before the selected row.
     void actInsertTimer();
     void actCopyTimer();
@@ -104,6 +112,8 @@ public:
     void setDefReserveChannels(int channels) { m_defReserveChannels = channels; }
     int defReserveDevice() const { return m_defReserveDevice; }
     void setDefReserveDevice(int device) { m_defReserveDevice = device; }
+    /// A person's choice: stored at once.
+    void changeDefReserveDevice(int device);
     int defReserveMode() const { return m_defReserveMode; }
     void setDefReserveMode(int mode) { m_defReserveMode = mode; }
 
@@ -112,11 +122,22 @@ private:
     const VmReserverElement* elementContainingNow(Ending ending) const;
     const VmReserverElement* elementStartingNow(Ending ending) const;
     VmReserverElement newElement() const;
+    void fillPopups();
+    void setActions();
+    void listChanged();
+    void sortTimers();
+    void showSelected();
+    /// A person changed one of the drawer's values.
+    void edited();
+    std::array<Control*, 13> entryControls();
+    enum class Times { taken, kept };
+    void writeValues(const TimerElementValue& values, Times times);
     /// Before the selected row, or at the end; it is selected then.
     void insertElement(VmReserverElement element);
 
     VmControler& m_controler;
     int m_selectedRow = -1;
+    bool m_timeEdited = false; ///< by the edit that is being handled
     bool m_reserveAutoStartup = false;
     bool m_verifyDeleteReserve = true;
     bool m_timerDrawerState = false;
@@ -129,4 +150,5 @@ private:
     int m_defReserveChannels = 1;
     int m_defReserveDevice = 0;
     int m_defReserveMode = 0;
+    NotificationCenter::Observation m_listChanges;
 };

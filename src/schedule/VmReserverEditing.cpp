@@ -68,8 +68,10 @@ void VmReserver::saveUserDefaults() {
     defaults.synchronize();
 }
 
-void VmReserver::setSelectedRow(int row) {
-    m_selectedRow = row >= 0 && row < count() ? row : -1;
+void VmReserver::changeDefReserveDevice(int device) {
+    setDefReserveDevice(device);
+    m_controler.seams().defaults.set("DefaultReserveDevice", device);
+    m_controler.seams().defaults.synchronize();
 }
 
 VmReserverElement VmReserver::newElement() const {
@@ -119,14 +121,20 @@ void VmReserver::actDeleteTimer() {
 }
 
 void VmReserver::resetTimerElementValue(const TimerElementValue& values) {
+    writeValues(values, Times::taken);
+}
+
+void VmReserver::writeValues(const TimerElementValue& values, Times times) {
     const VmReserverElement* const selected = elementAtIndex(m_selectedRow);
     if (selected == nullptr)
         return;
     VmReserverElement element = *selected;
     element.setName(values.name);
     element.setEnabled(values.enabled);
-    element.setStart(secondsOf(values.startHour, values.startMinute));
-    element.setStop(secondsOf(values.stopHour, values.stopMinute));
+    if (times == Times::taken) {
+        element.setStart(secondsOf(values.startHour, values.startMinute));
+        element.setStop(secondsOf(values.stopHour, values.stopMinute));
+    }
     element.setSample(values.sample);
     element.setChannels(values.channels + 1);
     element.setDevice(values.device);

@@ -104,10 +104,28 @@ bool RecordSpace::deleteOldest(CleanUp& cleanUp, const std::string& reason) {
 }
 
 bool RecordSpace::deleteRecording(const std::string& path, const std::string& reason) {
-    if (m_keep && !m_keep(path)) {
-        reportFailure("VmMechanic: recording stays, for it was not kept: " + path);
+    switch (m_keep ? m_keep(path) : Kept::yes) {
+    case Kept::no:
+        if (m_unkept.insert(path).second) // every clean-up asks again
+            m_log.log("VmMechanic: recording stays, for it was not kept: " + path);
         return false;
+    case Kept::underWay:
+        m_underWay.insert_or_assign(path, reason);
+        return true;
+    case Kept::yes:
+        break;
     }
+    return remove(path, reason);
+}
+
+bool RecordSpace::deleteKept(const std::string& path) {
+    m_failureReported = false;
+    const auto found = m_underWay.extract(path);
+    return !m_volume.exists(path) || remove(path, found ? found.mapped() : "it was kept");
+}
+
+bool RecordSpace::remove(const std::string& path, const std::string& reason) {
+    m_unkept.erase(path);
     if (m_volume.isLocked(path)) { // since it was listed; keeping may take a while
         m_log.log("VmMechanic: recording stays, for it was locked meanwhile: " + path);
         return false;

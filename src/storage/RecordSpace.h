@@ -3,7 +3,9 @@
 #include "storage/RecordFolder.h"
 
 #include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,9 +20,14 @@ class Volume;
 /// Main thread.
 class RecordSpace {
 public:
-    /// Keeps a copy of the recording at a full path that is about to be deleted; false when it could not: the
-    /// recording then stays.
-    using KeepHook = std::function<bool(const std::string& path)>;
+    /// What became of the wish to keep a copy of a recording that is about to be deleted.
+    enum class Kept {
+        yes,      ///< it may go now
+        no,       ///< it stays; whoever refused has said why
+        underWay, ///< it counts as gone, and goes with `deleteKept` once its copy is safe
+    };
+    /// Keeps a copy of the recording at a full path.
+    using KeepHook = std::function<Kept(const std::string& path)>;
 
     RecordSpace(Volume& volume, SystemLog& log, const NotificationCenter& notifications)
         : m_volume(volume), m_log(log), m_notifications(notifications) {}
@@ -42,6 +49,9 @@ public:
     bool secure(const Place& place, const Limits& limits);
     /// Deletes one recording, whatever the room; false when there was none to delete.
     bool deleteOlderFile(const Place& place);
+    /// Deletes a recording whose keeping was under way, now that its copy is safe. False when it stays: it was
+    /// locked meanwhile, or could not be deleted.
+    bool deleteKept(const std::string& path);
     /// Seconds of the unlocked recordings.
     double totalTime(const Place& place);
     /// The recordings in order; an unreadable folder is said in the system log and has none.
@@ -64,6 +74,7 @@ private:
     bool deleteOldest(CleanUp& cleanUp, const std::string& reason);
     void reportFailure(const std::string& message);
     bool deleteRecording(const std::string& path, const std::string& reason);
+    bool remove(const std::string& path, const std::string& reason);
     void deleteImage(const std::string& path);
     bool makeFreeSpace(CleanUp& cleanUp, const Limits& limits, std::optional<double> freeAtFirst);
 
@@ -71,6 +82,8 @@ private:
     SystemLog& m_log;
     const NotificationCenter& m_notifications;
     KeepHook m_keep;
-    bool m_failureReported = false; ///< in the present clean-up
+    std::map<std::string, std::string> m_underWay; ///< full path, reason of the deletion
+    std::set<std::string> m_unkept;                ///< full paths of which it was said that they stay
+    bool m_failureReported = false;                ///< in the present clean-up
     bool m_unknownFreeSpaceSaid = false;
 };

@@ -78,6 +78,8 @@ void VmMechanic::saveUserDefaults() {
     m_seams.defaults.set(soundFileFormKey, m_soundForm);
     m_seams.defaults.set(maxRecordTimeKey, m_maxRecordTime);
     m_seams.defaults.set(maxTotalTimeKey, m_maxTotalTime);
+    m_seams.defaults.set(adviceOperationKey, m_adviceOperation);
+    m_seams.defaults.set(adviceDataSizeKey, m_adviceDataSize);
     m_seams.defaults.synchronize();
 }
 

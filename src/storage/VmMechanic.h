@@ -115,6 +115,8 @@ public:
     AdvicePanel& advicePanel() { return m_advicePanel; }
     /// What keeps a copy of a recording before it is deleted.
     void setKeepHook(RecordSpace::KeepHook hook) { m_space.setKeepHook(std::move(hook)); }
+    /// Deletes a recording of which the hook said that keeping it is under way. False when it stays.
+    bool deleteKept(const std::string& path) { return m_space.deleteKept(path); }
     /// Tells the folder of kept recordings, or an empty text while keeping is off.
     void setKeepFolderHook(std::function<std::string()> hook) { m_keepFolder = std::move(hook); }
 

@@ -311,7 +311,7 @@ TEST_F(RecordSpaceTest, hasEachRecordingKept_beforeItGoes) {
     mechanic().setKeepHook([&](const std::string& path) {
         EXPECT_TRUE(desk.disk.exists(path));
         asked.push_back(path);
-        return true;
+        return RecordSpace::Kept::yes;
     });
     EXPECT_TRUE(mechanic().deleteOlderFile());
     EXPECT_EQ(asked, Lines{pathOf(hourOf(1, 0))});
@@ -320,7 +320,9 @@ TEST_F(RecordSpaceTest, hasEachRecordingKept_beforeItGoes) {
 
 TEST_F(RecordSpaceTest, leavesWhatCouldNotBeKept) {
     recordHours(2);
-    mechanic().setKeepHook([&](const std::string& path) { return path != pathOf(hourOf(1, 0)); });
+    mechanic().setKeepHook([&](const std::string& path) {
+        return path == pathOf(hourOf(1, 0)) ? RecordSpace::Kept::no : RecordSpace::Kept::yes;
+    });
     EXPECT_TRUE(mechanic().deleteOlderFile());
     EXPECT_EQ(volume.removed, Lines{pathOf(hourOf(1, 1))});
     EXPECT_EQ(logged("recording stays, for it was not kept: " + pathOf(hourOf(1, 0))), 1u);
@@ -331,9 +333,50 @@ TEST_F(RecordSpaceTest, leavesWhatWasLockedWhileItWasKept) {
     recordHours(1);
     mechanic().setKeepHook([&](const std::string&) {
         lock(hourOf(1, 0));
-        return true;
+        return RecordSpace::Kept::yes;
     });
     EXPECT_FALSE(mechanic().deleteOlderFile());
+    EXPECT_TRUE(has(hourOf(1, 0)));
+}
+
+TEST_F(RecordSpaceTest, saysOnce_thatARecordingIsNotKept) {
+    recordHours(1);
+    mechanic().setKeepHook([](const std::string&) { return RecordSpace::Kept::no; });
+    for (int pass = 0; pass < 3; ++pass)
+        EXPECT_FALSE(mechanic().deleteOlderFile());
+    EXPECT_EQ(logged("recording stays, for it was not kept: " + pathOf(hourOf(1, 0))), 1u);
+    EXPECT_TRUE(has(hourOf(1, 0)));
+}
+
+TEST_F(RecordSpaceTest, deletesLater_whatIsBeingKept) {
+    recordHours(2);
+    mechanic().setKeepHook([](const std::string&) { return RecordSpace::Kept::underWay; });
+    EXPECT_TRUE(mechanic().deleteOlderFile());
+    EXPECT_TRUE(has(hourOf(1, 0)));
+    EXPECT_TRUE(volume.removed.empty());
+    EXPECT_TRUE(mechanic().deleteKept(pathOf(hourOf(1, 0))));
+    EXPECT_EQ(volume.removed, Lines{pathOf(hourOf(1, 0))});
+    EXPECT_EQ(logged("recording deleted (asked for): " + pathOf(hourOf(1, 0))), 1u);
+}
+
+TEST_F(RecordSpaceTest, keepsAskingForNoMore_whileEnoughIsBeingKept) {
+    recordHours(27);
+    Lines asked;
+    mechanic().setKeepHook([&](const std::string& path) {
+        asked.push_back(path);
+        return RecordSpace::Kept::underWay;
+    });
+    EXPECT_TRUE(secure());
+    EXPECT_EQ(asked, (Lines{pathOf(hourOf(1, 0)), pathOf(hourOf(1, 1))}));
+    EXPECT_TRUE(volume.removed.empty());
+}
+
+TEST_F(RecordSpaceTest, leavesWhatWasLockedWhileItWasBeingKept) {
+    recordHours(1);
+    mechanic().setKeepHook([](const std::string&) { return RecordSpace::Kept::underWay; });
+    EXPECT_TRUE(mechanic().deleteOlderFile());
+    lock(hourOf(1, 0));
+    EXPECT_FALSE(mechanic().deleteKept(pathOf(hourOf(1, 0))));
     EXPECT_TRUE(has(hourOf(1, 0)));
 }
 
