@@ -5,6 +5,7 @@
 #include "storage/FileLock.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdint>
 #include <filesystem>
