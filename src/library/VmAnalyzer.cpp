@@ -7,7 +7,7 @@
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
-#include "library/BackgroundWork.h"
+#include "library/ThreadPriority.h"
 #include "library/VmWaveView.h"
 #include "library/WaveformEnvelope.h"
 #include "library/WaveformPicture.h"
@@ -66,7 +66,7 @@ void VmAnalyzer::startWorker() {
     ++m_workers;
     ++m_running;
     m_controler.seams().clock.detachThread("waveform", [this] {
-        BackgroundWork::standBack();
+        ThreadPriority::standBack();
         work();
         --m_running;
     });

@@ -1,4 +1,4 @@
-#include "library/BackgroundWork.h"
+#include "library/ThreadPriority.h"
 
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -13,7 +13,7 @@ constexpr int classShift = 13;
 constexpr int background = 10; ///< nice value
 } // namespace
 
-void BackgroundWork::standBack() {
+void ThreadPriority::standBack() {
     const auto thread = static_cast<id_t>(::syscall(SYS_gettid));
     ::setpriority(PRIO_PROCESS, thread, background);
     ::syscall(SYS_ioprio_set, ofThread, static_cast<int>(thread), bestEffort << classShift | lowestLevel);
