@@ -6,6 +6,7 @@
 #include "base/Alert.h"
 #include "base/LineWriter.h"
 #include "base/NotificationCenter.h"
+#include "base/QtFolderWatch.h"
 #include "base/SavePanel.h"
 #include "base/SystemClock.h"
 #include "base/SystemLog.h"
@@ -77,6 +78,7 @@ private:
     std::unique_ptr<SavePanel> m_savePanel;
     std::unique_ptr<Workspace> m_workspace;
     std::unique_ptr<DesktopNotifier> m_notifier; // when there is a window
+    QtFolderWatch m_folderWatch;
     std::unique_ptr<RunLoop> m_runLoop;
     std::unique_ptr<Volume> m_volume;
     std::unique_ptr<UserDefaults> m_defaults;

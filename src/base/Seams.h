@@ -8,6 +8,7 @@ class AdministratorRight;
 class Alert;
 class AudioHardware;
 class Clock;
+class FolderWatch;
 class NotificationCenter;
 class RunLoop;
 class SavePanel;
@@ -39,4 +40,5 @@ struct Seams {
     std::function<bool(const std::string& folder)> claimFolder = {};
     std::string helpFolder = {};        ///< full path of the user guide
     std::string authorizationTool = {}; ///< full path of the helper that takes a granted right; empty: none
+    FolderWatch* recordFolderWatch = nullptr; ///< none where nothing tells of changes
 };
