@@ -1,15 +1,17 @@
 #include "app/VmControler.h"
 
-#include "app/AuthorizationTool.h"
+#include "app/KeeperWait.h"
+#include "app/MainWindowModel.h"
+#include "app/VmPrefer.h"
 #include "audio/VmDevice.h"
-#include "base/AdministratorRight.h"
-#include "base/Alert.h"
-#include "base/NotificationCenter.h"
+#include "base/Controls.h"
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
+#include "keeper/VmKeeper.h"
+#include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -17,8 +19,13 @@
 #include "schedule/VmReserver.h"
 #include "storage/VmMechanic.h"
 
+#include <algorithm>
+#include <string_view>
+
 void VmControler::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("AuthorizationRequired", false);
+    defaults.registerDefault("WindowOpacity", 1.0);
+    defaults.registerDefault("MainWindow", "");
     VmDutyLog::registerDefaults(defaults);
     VmMechanic::registerDefaults(defaults);
     VmReserver::registerDefaults(defaults);
@@ -27,14 +34,22 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmLevelMeter::registerDefaults(defaults);
     VmPlayer::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
+    VmPrefer::registerDefaults(defaults);
+    VmKeeper::registerDefaults(defaults);
 }
 
 VmControler::VmControler(const Seams& seams)
     : m_seams(seams),
       m_authorization(seams.defaults.boolForKey("AuthorizationRequired")),
+      m_mainWindow(std::make_unique<MainWindowModel>()),
+      m_authorizationButton(std::make_unique<Button>()),
       m_mainTab(std::make_unique<TabView>()),
       m_recordTable(std::make_unique<VmTableView>()),
       m_keepTable(std::make_unique<VmTableView>()) {
+    setOpacity(static_cast<float>(seams.defaults.doubleForKey("WindowOpacity")));
+    m_mainWindow->setFrame(seams.defaults.stringForKey("MainWindow"));
+    m_authorizationButton->setAction([this] { actAuthorization(); });
+    m_mainTab->setAction([this](int index) { tabViewDidSelectTabViewItem(index); });
     m_dutylog = std::make_unique<VmDutyLog>(*this);
     m_mechanic = std::make_unique<VmMechanic>(m_seams);
     m_reserver = std::make_unique<VmReserver>(*this);
@@ -43,9 +58,14 @@ VmControler::VmControler(const Seams& seams)
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
     m_player = std::make_unique<VmPlayer>(*this);
+    m_analyzer = std::make_unique<VmAnalyzer>(*this, m_player->waveView());
+    m_keeper = std::make_unique<VmKeeper>(*this);
+    m_prefer = std::make_unique<VmPrefer>(*this);
     m_devicer->awake();
     m_player->awake();
     m_reservelist->awake();
+    m_reserver->awake();
+    m_keeper->awake();
 }
 
 VmControler::~VmControler() {
@@ -53,24 +73,20 @@ VmControler::~VmControler() {
     m_devicer->stopDevices();
 }
 
-int VmControler::VmAuthorization() const {
-    AdministratorRight& right = m_seams.administratorRight;
-    if (!right.obtain())
-        return -1;
-    // The right was granted, whatever the helper makes of it.
-    if (const auto form = right.externalForm())
-        AuthorizationTool(m_seams.authorizationTool, m_seams.log).pass(*form);
-    return 0;
-}
-
 void VmControler::applicationDidFinishLaunching() {
     if (m_devicer->awakeError())
         m_seams.runLoop.post([this] { m_seams.runLoop.quit(1); });
+    m_authorizationButton->setOn(m_authorization);
+    m_recorder->setControlState();
     m_recorder->dispRecordMode();
+    tellTabs(0);
     m_recorder->recordSourceChanged();
     m_recorder->monitorSourceChanged();
     m_player->playSourceChanged();
     m_devicer->recordDeviceStart();
+    m_mainTab->select(0);
+    tabViewDidSelectTabViewItem(0);
+    m_mainWindow->show();
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
     m_recorder->rescueTempFile();
@@ -80,16 +96,6 @@ void VmControler::applicationDidFinishLaunching() {
         m_recorder->autoRecordStart();
     else if (m_reserver->reserveAutoStartup())
         m_recorder->autoReserveStart();
-}
-
-VmControler::TerminateReply VmControler::applicationShouldTerminate() {
-    if (m_recorder->recordButton().isOn() || m_recorder->reserveButton().isOn()) {
-        m_seams.alert.ask({"UnableExit", "StopRecording", "Understand"});
-        return TerminateReply::cancel;
-    }
-    if (m_authorization && VmAuthorization() != 0)
-        return TerminateReply::cancel;
-    return TerminateReply::now;
 }
 
 void VmControler::applicationWillTerminate() {
@@ -107,5 +113,9 @@ void VmControler::saveUserDefaults() {
     m_reservelist->saveUserDefaults();
     m_dutylog->saveUserDefaults();
     m_devicer->saveUserDefaults();
-    m_seams.defaults.synchronize();
+    UserDefaults& defaults = m_seams.defaults;
+    defaults.set("MainWindow", std::string_view(m_mainWindow->frame()));
+    defaults.set("AuthorizationRequired", m_authorization);
+    defaults.set("WindowOpacity", static_cast<double>(opacity()));
+    defaults.synchronize();
 }

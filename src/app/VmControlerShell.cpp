@@ -46,6 +46,12 @@ void VmControler::tabViewDidSelectTabViewItem(int index) {
         return;
     }
     m_authorizationButton->setEnabled(index == 0);
+    tellTabs(index);
+    const Size& size = tabSizes[static_cast<std::size_t>(index)];
+    m_mainWindow->setSize(size.width, size.height);
+}
+
+void VmControler::tellTabs(int index) {
     if (index != 0)
         m_recorder->mainTabUnselected();
     if (index != 1)
@@ -68,8 +74,6 @@ void VmControler::tabViewDidSelectTabViewItem(int index) {
     default:
         m_keeper->mainTabSelected();
     }
-    const Size& size = tabSizes[static_cast<std::size_t>(index)];
-    m_mainWindow->setSize(size.width, size.height);
 }
 
 void VmControler::applicationDidBecomeActive() {
@@ -101,9 +105,10 @@ VmControler::TerminateReply VmControler::quitWhileCompressing() {
         return TerminateReply::cancel;
     case AlertAnswer::defaultButton:
         m_seams.log.log("standing by complete keeping.");
-        m_keeperWait = std::make_unique<KeeperWait>(KeeperWait{m_seams.notifications.observe(
-            "DataKeepCompleteNotification",
-            [this](const Notification&) { m_seams.runLoop.post([this] { dataKeepCompletedHandler(); }); })});
+        m_keeperWait = std::make_unique<KeeperWait>(KeeperWait{
+            m_seams.notifications.observe("DataKeepCompleteNotification", [this](const Notification&) {
+                m_seams.runLoop.post([this] { dataKeepCompletedHandler(); });
+            })});
         m_mainWindow->close();
         // The work may have come to its end while the person read.
         if (!m_keeper->isCompressing())

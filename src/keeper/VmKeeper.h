@@ -78,6 +78,7 @@ public:
 
     // Main thread: the keep tab
     void mainTabSelected() { renewListAndControl(); }
+    void mainTabUnselected() {}
     /// Reads the folder anew; the selected file stays selected.
     void renewListAndControl();
     void initDataSource();
