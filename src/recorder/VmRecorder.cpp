@@ -9,6 +9,7 @@
 #include "base/SystemLog.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "recorder/RecordingMender.h"
 #include "recorder/VmLevelMeter.h"
 #include "schedule/VmReserveList.h"
 #include "schedule/VmReserverElement.h"
@@ -162,14 +163,13 @@ bool VmRecorder::_startRecording() {
 }
 
 void VmRecorder::beginWriting(std::int64_t stop) {
-    const std::int64_t carried = takeOverRecord();
     m_workFiles.retryUnfinished();
     m_workFiles.noteStart(m_recordStartDate);
     m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
     if (!m_controler.mechanic().makeSecureRecordSpace(m_fileRate, static_cast<unsigned>(m_label.channels)))
         say("SomeErrorHappen", "VmMechanic: no enough disk space for record.");
     m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), m_fileRate, m_label.channels},
-                     {carried, m_overRecordFrame}, stop);
+                     {m_carriedBytes, m_overRecordFrame}, stop);
 }
 
 bool VmRecorder::createFile(const StreamMoment& begin) {
@@ -178,7 +178,7 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
 
 bool VmRecorder::createFile(const StreamMoment& begin, const WorkFiles::Label& label, double fileRate,
                             std::int64_t stop) {
-    rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
+    rescueLeftover(); // what is still there is a recording that could not be named: it must not be overwritten
     const double rate = m_controler.devicer().recordSampleRate();
     const bool isSeam = !m_isSettling && std::exchange(m_isSeam, false);
     const auto ratio = static_cast<unsigned>(rate / fileRate);
@@ -211,7 +211,7 @@ bool VmRecorder::createFile(const StreamMoment& begin, const WorkFiles::Label& l
     m_writeFile = mechanic.createAudioFileWithFormat(
         {.mSampleRate = fileRate, .mChannelsPerFrame = static_cast<std::uint32_t>(label.channels)},
         mechanic.temporaryFilePath());
-    m_startFailed = m_writeFile == nullptr;
+    m_startFailed = m_writeFile == nullptr || !takeOverRecord();
     return !m_startFailed;
 }
 
@@ -272,6 +272,11 @@ void VmRecorder::say(std::string_view event, const std::string& text) {
 }
 
 void VmRecorder::rescueTempFile() {
+    rescueLeftover();
+    RecordingMender(m_controler.seams(), m_controler.mechanic()).mendNewest();
+}
+
+void VmRecorder::rescueLeftover() {
     WorkFiles::Label label = fileLabel();
     label.scheduleName.clear();
     const std::string path = m_workFiles.rescueTempFile(label);

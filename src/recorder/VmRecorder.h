@@ -98,7 +98,8 @@ public:
     void dispRecordMode();
     void setControlState();
     void emerRecordStop();
-    /// Repairs and names what a crash left behind. Called once, before the first recording.
+    /// Repairs and names what a crash, or a disk that failed to the end, left behind. Called once, before the
+    /// first recording.
     void rescueTempFile();
     void reviveRecordCondition();
     void autoRecordStart();
@@ -206,8 +207,9 @@ private:
     bool createFile(const StreamMoment& begin);
     bool createFile(const StreamMoment& begin, const WorkFiles::Label& label, double rate, std::int64_t stop);
     void beginWriting(std::int64_t stop);
-    /// Puts what the relay file holds into the new file; returns its bytes.
-    std::int64_t takeOverRecord();
+    void rescueLeftover();
+    /// Puts what the relay file holds into the new file. False when that does not take it.
+    bool takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
     StreamMoment present() const { return momentAt(now()); }
     StreamMoment momentAt(Date date) const;
@@ -350,6 +352,7 @@ private:
     std::optional<PlannedEnd> m_scheduleEnd; // of the entry that runs
     std::int64_t m_overRecordBytes = 0;      // in the relay file
     std::int64_t m_overRecordFrame = 0;      // the first of them
+    std::int64_t m_carriedBytes = 0;         // of them, in the open file
 
     struct Interruption {
         StreamMoment from; ///< the first sound that is in no file

@@ -45,11 +45,14 @@ std::vector<RehearsalDesk::Setting> settings(FaultyDuty::Kind kind) {
 
 /// The main thread is busy over a whole loss and return, and longer than the write thread sleeps.
 void loseInputUnseen(RehearsalDesk& desk) {
-    desk.runFor(6.0);
-    desk.hardware.unplug("desk-in");
-    desk.clock.sleep(2.0);
-    desk.hardware.replug("desk-in");
-    desk.clock.sleep(9.0);
+    desk.clock.detachThread("cable", [&desk] {
+        desk.clock.sleepUntil(hostTimeFromSeconds(6.0));
+        desk.hardware.unplug("desk-in");
+        desk.clock.sleepUntil(hostTimeFromSeconds(8.0));
+        desk.hardware.replug("desk-in");
+    });
+    desk.runFor(5.9);
+    desk.clock.sleepUntil(hostTimeFromSeconds(17.0));
 }
 
 std::string joined(const std::vector<std::string>& lines) {
