@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <span>
 
@@ -49,9 +50,12 @@ void RecordingMender::report(std::string_view event, const std::string& text) co
 
 void RecordingMender::mendNewest() {
     std::vector<std::string> names;
+    errno = 0;
     for (const VolumeEntry& entry : m_volume.list(m_mechanic.recordFolder()))
         if (isRecording(entry))
             names.push_back(entry.name);
+    if (errno != 0)
+        m_log.log("VmRecorder: the newest recordings cannot be looked at.");
     const std::size_t count = std::min(newest, names.size());
     std::ranges::partial_sort(names, names.begin() + static_cast<std::ptrdiff_t>(count), std::greater<>());
     names.resize(count); // their names begin with their dates
