@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Realtime.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -52,13 +53,14 @@ public:
     std::optional<Leap> takeLeap() noexcept {
         const double rate = m_rate;
         for (std::uint32_t taken = m_leapsTaken; taken != m_leapsNoted.load(std::memory_order_acquire);) {
-            Leap leap = m_leaps[taken % m_leaps.size()];
+            const NotedLeap noted = m_leaps[taken % m_leaps.size()];
+            Leap leap = noted.leap;
             const auto note = latest();
             if (!note || static_cast<double>(note->frame - leap.frame) < rate)
                 return std::nullopt;
             m_leapsTaken.store(++taken, std::memory_order_release);
             const HostTime late = note->captured - leap.from - length(note->frame - leap.frame, rate);
-            leap.missing = std::min(leap.missing, late);
+            leap.missing += std::min(noted.own, late) - noted.own;
             if (leap.missing >= hostTimeFromSeconds(leapTolerance))
                 return leap;
         }
@@ -87,6 +89,11 @@ private:
         HostTime captured;
     };
 
+    struct NotedLeap {
+        Leap leap;
+        HostTime own = 0; // what is missing at its frame, without leaps before it that found no room
+    };
+
     static HostTime length(std::int64_t frames, double rate) noexcept {
         return std::llround(static_cast<double>(frames) / rate * 1e9);
     }
@@ -101,7 +108,7 @@ private:
         const std::uint32_t noted = m_leapsNoted.load(std::memory_order_relaxed);
         if (noted - m_leapsTaken.load(std::memory_order_acquire) >= m_leaps.size())
             return; // nobody has looked for long: the next one that is told says how much it was altogether
-        m_leaps[noted % m_leaps.size()] = {frame, expected, m_untold};
+        m_leaps[noted % m_leaps.size()] = {{frame, expected, m_untold}, captured - expected};
         m_untold = 0;
         m_leapsNoted.store(noted + 1, std::memory_order_release);
     }
@@ -123,7 +130,7 @@ private:
     std::atomic<std::int64_t> m_frame{0};
     std::atomic<HostTime> m_captured{0};
 
-    std::array<Leap, 32> m_leaps{}; // a ring; the I/O thread writes behind m_leapsNoted
+    std::array<NotedLeap, 32> m_leaps{}; // a ring; the I/O thread writes behind m_leapsNoted
     std::atomic<std::uint32_t> m_leapsNoted{0};
     std::atomic<std::uint32_t> m_leapsTaken{0};
     HostTime m_untold = 0; // of the I/O thread, as m_leapsNoted
