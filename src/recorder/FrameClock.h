@@ -3,6 +3,8 @@
 #include "base/Clock.h"
 #include "base/Realtime.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <optional>
@@ -11,24 +13,58 @@
 ///
 /// The I/O thread notes the capture time of each cycle's first frame; between and beyond the notes the device's
 /// nominal rate carries on. Readers never hold the writer up: they read again when a note came in between.
+/// Where the times leap ahead of the frames, sound is missing, whether the device tells of it or not.
 class FrameClock {
 public:
+    /// Capture times that leap: between `frame` - 1 and `frame` sound is missing.
+    struct Leap {
+        std::int64_t frame = 0;
+        HostTime from = 0;    ///< when the frame should have been captured
+        HostTime missing = 0; ///< how much later it was
+    };
+    /// Seconds. Less than that is the jitter of a loaded machine.
+    static constexpr double leapTolerance = 0.5;
+
     // Main thread, while no cycle runs
     /// Forgets everything noted. `rate` is frames a second.
     void reset(double rate) {
         m_rate.store(rate, std::memory_order_relaxed);
         m_sequence.store(0, std::memory_order_release);
+        m_leapsTaken.store(m_leapsNoted.load());
+        m_untold = 0;
     }
 
     // I/O thread
     void note(std::int64_t frame, HostTime captured) noexcept KA_REALTIME {
         const unsigned sequence = m_sequence.load(std::memory_order_relaxed);
+        if (sequence != 0)
+            noteLeap(frame, captured);
         m_sequence.store(sequence + 1, std::memory_order_relaxed);
         // Whoever reads one of these has to see the odd sequence, or a later one, afterwards.
         m_frame.store(frame, std::memory_order_release);
         m_captured.store(captured, std::memory_order_release);
         // Never zero again, however long it runs: zero means that nothing was noted yet.
         m_sequence.store(sequence + 2 == 0 ? 2 : sequence + 2, std::memory_order_release);
+    }
+
+    // Main thread
+    /// The next leap, once a second of sound behind it says that it stays. One that was taken back by then was
+    /// a mistake of the device, and is none.
+    std::optional<Leap> takeLeap() noexcept {
+        const double rate = m_rate;
+        for (std::uint32_t taken = m_leapsTaken; taken != m_leapsNoted.load(std::memory_order_acquire);) {
+            const NotedLeap noted = m_leaps[taken % m_leaps.size()];
+            Leap leap = noted.leap;
+            const auto note = latest();
+            if (!note || static_cast<double>(note->frame - leap.frame) < rate)
+                return std::nullopt;
+            m_leapsTaken.store(++taken, std::memory_order_release);
+            const HostTime late = note->captured - leap.from - length(note->frame - leap.frame, rate);
+            leap.missing += std::min(noted.own, late) - noted.own;
+            if (leap.missing >= hostTimeFromSeconds(leapTolerance))
+                return leap;
+        }
+        return std::nullopt;
     }
 
     // Any thread; nothing before the first cycle
@@ -53,6 +89,30 @@ private:
         HostTime captured;
     };
 
+    struct NotedLeap {
+        Leap leap;
+        HostTime own = 0; // what is missing at its frame, without leaps before it that found no room
+    };
+
+    static HostTime length(std::int64_t frames, double rate) noexcept {
+        return std::llround(static_cast<double>(frames) / rate * 1e9);
+    }
+
+    /// I/O thread, from its second note on.
+    void noteLeap(std::int64_t frame, HostTime captured) noexcept KA_REALTIME {
+        const HostTime expected = m_captured.load(std::memory_order_relaxed) +
+                                  length(frame - m_frame.load(std::memory_order_relaxed), m_rate);
+        if (captured - expected < hostTimeFromSeconds(leapTolerance))
+            return;
+        m_untold += captured - expected;
+        const std::uint32_t noted = m_leapsNoted.load(std::memory_order_relaxed);
+        if (noted - m_leapsTaken.load(std::memory_order_acquire) >= m_leaps.size())
+            return; // nobody has looked for long: the next one that is told says how much it was altogether
+        m_leaps[noted % m_leaps.size()] = {{frame, expected, m_untold}, captured - expected};
+        m_untold = 0;
+        m_leapsNoted.store(noted + 1, std::memory_order_release);
+    }
+
     std::optional<Note> latest() const noexcept {
         for (;;) {
             const unsigned before = m_sequence.load(std::memory_order_acquire);
@@ -69,4 +129,9 @@ private:
     std::atomic<unsigned> m_sequence{0}; // odd while a note is being written
     std::atomic<std::int64_t> m_frame{0};
     std::atomic<HostTime> m_captured{0};
+
+    std::array<NotedLeap, 32> m_leaps{}; // a ring; the I/O thread writes behind m_leapsNoted
+    std::atomic<std::uint32_t> m_leapsNoted{0};
+    std::atomic<std::uint32_t> m_leapsTaken{0};
+    HostTime m_untold = 0; // of the I/O thread, as m_leapsNoted
 };

@@ -35,15 +35,15 @@ void RelayFile::reportError(std::string_view text) const {
     m_notifications.postLogEvent("SomeErrorHappen", text);
 }
 
-bool RelayFile::delOverRecordData(std::int64_t overRecordBytes, int channels) {
+bool RelayFile::delOverRecordData(std::int64_t overRecordBytes, std::int64_t soundBytes, int channels) {
     const auto relay = m_mechanic.createRelayFile();
     if (relay == nullptr || relay->truncate(0) != 0) {
         reportError("VmRecorder: cannot open over record temp file.");
         return false;
     }
     const auto sound = m_mechanic.openTempFile();
-    const std::int64_t end = sound == nullptr ? 0 : sound->size();
-    if (end < soundDataOffset + overRecordBytes) {
+    const std::int64_t end = soundDataOffset + soundBytes;
+    if (sound == nullptr || sound->size() < end || soundBytes < overRecordBytes) {
         m_mechanic.deleteRelayFile();
         reportError("VmRecorder: cannot open sound record temp file.");
         return false;
@@ -60,7 +60,7 @@ bool RelayFile::delOverRecordData(std::int64_t overRecordBytes, int channels) {
     return true;
 }
 
-std::int64_t RelayFile::addOverRecordData(SoundFile& file) {
+std::optional<std::int64_t> RelayFile::addOverRecordData(SoundFile& file) {
     const auto relay = m_mechanic.openRelayFile();
     const std::int64_t size = relay == nullptr ? -1 : relay->size();
     if (size < 0) {
@@ -69,13 +69,16 @@ std::int64_t RelayFile::addOverRecordData(SoundFile& file) {
     }
     std::vector<std::byte> bytes(static_cast<std::size_t>(size));
     std::vector<std::int16_t> samples(bytes.size() / 2);
-    const bool read = relay->readAt(0, bytes) == size;
+    if (relay->readAt(0, bytes) != size) {
+        m_log.log("Cannnot open relay file.");
+        return 0;
+    }
     for (std::size_t i = 0; i < samples.size(); ++i)
         samples[i] = static_cast<std::int16_t>(std::to_integer<unsigned>(bytes[2 * i]) << 8 |
                                                std::to_integer<unsigned>(bytes[2 * i + 1]));
-    if (!read || !file.writeSamples(0, samples) || !file.updateHeader() || !file.synchronize()) {
+    if (!file.writeSamples(0, samples) || !file.updateHeader() || !file.synchronize()) {
         m_log.log("Relay file data write error");
-        return 0;
+        return std::nullopt;
     }
     m_mechanic.deleteRelayFile();
     return static_cast<std::int64_t>(samples.size()) * 2;

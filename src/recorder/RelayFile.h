@@ -1,6 +1,7 @@
 // recorder/RelayFile.h — carries sound from the end of one recording to the beginning of the next.
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 class NotificationCenter;
@@ -18,12 +19,14 @@ class RelayFile {
 public:
     RelayFile(const Seams& seams, VmMechanic& mechanic);
 
-    /// Moves the last `overRecordBytes` bytes of the temporary file, which has `channels` channels and is
-    /// closed, into the relay file. False when they stay where they are.
-    bool delOverRecordData(std::int64_t overRecordBytes, int channels);
+    /// Moves the last `overRecordBytes` of the `soundBytes` bytes of sound of the temporary file, which has
+    /// `channels` channels and is closed, into the relay file. What a failed write left behind them goes.
+    /// False when they stay where they are.
+    bool delOverRecordData(std::int64_t overRecordBytes, std::int64_t soundBytes, int channels);
     /// Writes the sound of the relay file to the beginning of `file` and deletes the relay file. Returns how
-    /// many bytes that were; 0 when it failed: the relay file then stays.
-    std::int64_t addOverRecordData(SoundFile& file);
+    /// many bytes that were; 0 when they cannot be read, nothing when `file` does not take them: the relay file
+    /// then stays.
+    std::optional<std::int64_t> addOverRecordData(SoundFile& file);
 
 private:
     void reportError(std::string_view text) const;

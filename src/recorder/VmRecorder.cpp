@@ -9,6 +9,7 @@
 #include "base/SystemLog.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "recorder/RecordingMender.h"
 #include "recorder/VmLevelMeter.h"
 #include "schedule/VmReserveList.h"
 #include "schedule/VmReserverElement.h"
@@ -143,7 +144,8 @@ void VmRecorder::restartRecording(const StreamMoment& seam) {
 
 bool VmRecorder::_startRecording() {
     const Seams& seams = m_controler.seams();
-    rescueTempFile(); // what is still there is a recording that could not be named: it must not be overwritten
+    if (m_interruption)
+        return false; // it is the disk's turn
     StreamMoment begin = present();
     const bool continues = m_goOn || m_beginWith;
     if (m_goOn) {
@@ -155,21 +157,18 @@ bool VmRecorder::_startRecording() {
         begin.frame -= static_cast<std::int64_t>(m_preBufferSec * m_controler.devicer().recordSampleRate());
         begin.date = begin.date.addingSeconds(-m_preBufferSec);
     }
-    if (!createFile(begin)) {
+    // The stream is written in its order.
+    m_startFailed = !settleOwed();
+    if (m_startFailed || !createFile(begin)) {
+        m_goOn.reset();
+        m_isSeam = false;
         say("SomeErrorHappen", "VmRecorder: record file create error.");
         seams.runLoop.post([this, begin] { interrupt(begin); });
         return false;
     }
     if (m_goOn)
         reportInterruption(*std::exchange(m_goOn, std::nullopt), m_recordStartDate);
-    const std::int64_t carried = takeOverRecord();
-    m_workFiles.retryUnfinished();
-    m_workFiles.noteStart(m_recordStartDate);
-    m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
-    if (!m_controler.mechanic().makeSecureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels)))
-        say("SomeErrorHappen", "VmMechanic: no enough disk space for record.");
-    m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), sampleRate(), m_channels},
-                     {carried, m_overRecordFrame});
+    beginWriting(WritePipeline::openEnd);
     // A full hour that had passed when the level asked for the file does not cut off what came before it.
     m_boundaryDate = boundaryAfter(continues ? m_recordStartDate : now());
     planBoundary();
@@ -177,11 +176,27 @@ bool VmRecorder::_startRecording() {
     return true;
 }
 
+void VmRecorder::beginWriting(std::int64_t stop) {
+    m_workFiles.retryUnfinished();
+    m_workFiles.noteStart(m_recordStartDate);
+    m_workFiles.progress().makeProgressSoundFile(m_recordStartDate, m_label.hidden);
+    if (!m_controler.mechanic().makeSecureRecordSpace(m_fileRate, static_cast<unsigned>(m_label.channels)))
+        say("SomeErrorHappen", "VmMechanic: no enough disk space for record.");
+    m_pipeline.start(*m_writeFile, {m_controler.devicer().recordSampleRate(), m_fileRate, m_label.channels},
+                     {m_carriedBytes, m_overRecordFrame}, stop);
+}
+
 bool VmRecorder::createFile(const StreamMoment& begin) {
+    return createFile(begin, fileLabel(), sampleRate(), WritePipeline::openEnd);
+}
+
+bool VmRecorder::createFile(const StreamMoment& begin, const WorkFiles::Label& label, double fileRate,
+                            std::int64_t stop) {
+    rescueLeftover(); // what is still there is a recording that could not be named: it must not be overwritten
     const double rate = m_controler.devicer().recordSampleRate();
-    const bool isSeam = std::exchange(m_isSeam, false);
-    const auto ratio = static_cast<unsigned>(rate / sampleRate());
-    std::int64_t first = m_pipeline.prepare(begin.frame, ratio);
+    const bool isSeam = !m_isSettling && std::exchange(m_isSeam, false);
+    const auto ratio = static_cast<unsigned>(rate / fileRate);
+    std::int64_t first = m_pipeline.prepare(begin.frame, ratio, stop);
     const std::int64_t behindSeam = begin.frame - m_overRecordFrame;
     if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {
         first = m_overRecordFrame; // what the queue does not hold any more is in the relay file
@@ -193,14 +208,15 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
         m_overRecordBytes = 0;
     }
     const std::int64_t lost = std::max<std::int64_t>(first - begin.frame, 0);
-    if (m_goOn || isSeam)
+    if (m_goOn || isSeam || m_isSettling)
         m_dutyFrames.captured += lost;
     if (!m_goOn && lost > static_cast<std::int64_t>(ratio) && isSeam)
         say("SomeErrorHappen",
             formatted("VmRecorder: sound que buffer overflow %lld bytes.", static_cast<long long>(lost) * 8));
     const double later = std::max(0.0, static_cast<double>(first - begin.frame) / rate);
     m_recordStartDate = begin.date.addingSeconds(later);
-    m_label = fileLabel();
+    m_label = label;
+    m_fileRate = fileRate;
     VmMechanic& mechanic = m_controler.mechanic();
     mechanic.restoreFolder();
     // A recording that could not be named must not be overwritten, nor that of another recorder.
@@ -208,9 +224,9 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     if (m_startFailed)
         return false;
     m_writeFile = mechanic.createAudioFileWithFormat(
-        {.mSampleRate = sampleRate(), .mChannelsPerFrame = static_cast<std::uint32_t>(m_channels)},
+        {.mSampleRate = fileRate, .mChannelsPerFrame = static_cast<std::uint32_t>(label.channels)},
         mechanic.temporaryFilePath());
-    m_startFailed = m_writeFile == nullptr;
+    m_startFailed = m_writeFile == nullptr || !takeOverRecord();
     return !m_startFailed;
 }
 
@@ -234,7 +250,8 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
         m_recordStopDate = m_recordStartDate.addingSeconds(static_cast<double>(account.frames - lacking) /
                                                            m_controler.devicer().recordSampleRate());
     if (account.unwrittenFrames > 0)
-        noteUnwritten({m_pipeline.startFrame() + account.frames - account.unwrittenFrames, m_recordStopDate});
+        noteUnwritten({m_pipeline.startFrame() + account.frames - account.unwrittenFrames, m_recordStopDate},
+                      stop);
     m_lastWrite = account.writeCount - static_cast<double>(m_overRecordBytes);
     m_writtenSeconds += m_lastWrite / (m_label.sampleRate * m_label.channels * 2.0);
     m_totalRecordTime += m_secondCount;
@@ -253,8 +270,10 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
 
 DutyFrames VmRecorder::dutyFrames() const {
     DutyFrames frames = m_dutyFrames;
+    for (const OwedSound& owed : m_owed)
+        frames.captured += owed.to.frame - owed.from.frame;
     if (m_interruption)
-        frames.captured += std::max<std::int64_t>(present().frame - m_interruption->from.frame, 0);
+        frames.captured += std::max<std::int64_t>(soundEnd().frame - m_interruption->from.frame, 0);
     return frames;
 }
 
@@ -268,6 +287,11 @@ void VmRecorder::say(std::string_view event, const std::string& text) {
 }
 
 void VmRecorder::rescueTempFile() {
+    rescueLeftover();
+    RecordingMender(m_controler.seams(), m_controler.mechanic()).mendNewest();
+}
+
+void VmRecorder::rescueLeftover() {
     WorkFiles::Label label = fileLabel();
     label.scheduleName.clear();
     const std::string path = m_workFiles.rescueTempFile(label);

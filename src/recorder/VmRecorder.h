@@ -9,10 +9,12 @@
 #include "base/RunLoop.h"
 #include "recorder/RecordControls.h"
 #include "recorder/RecordTransition.h"
+#include "recorder/StreamMoment.h"
 #include "recorder/WorkFiles.h"
 #include "recorder/WritePipeline.h"
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,23 +26,10 @@ class UserDefaults;
 class VmControler;
 class VmReserverElement;
 
-/// A frame of the input stream, and when it was or will be captured.
-struct StreamMoment {
-    std::int64_t frame = 0;
-    Date date;
-};
-
 /// Device frames of a duty. A file's frames count for as many of the device's as were reduced to them.
 struct DutyFrames {
     std::int64_t captured = 0; ///< that the files should hold
     std::int64_t written = 0;  ///< that they hold
-};
-
-/// Where the sound ended when the input was lost.
-struct InputLoss {
-    std::int64_t frame = 0; ///< the first one that did not come
-    HostTime time = 0;
-    Date date;
 };
 
 /// Posted when a finished recording has its final name; user information "SoundFilePath" holds the full path.
@@ -112,7 +101,8 @@ public:
     void dispRecordMode();
     void setControlState();
     void emerRecordStop();
-    /// Repairs and names what a crash left behind. Called once, before the first recording.
+    /// Repairs and names what a crash, or a disk that failed to the end, left behind. Called once, before the
+    /// first recording.
     void rescueTempFile();
     void reviveRecordCondition();
     void autoRecordStart();
@@ -241,8 +231,11 @@ private:
     bool _startRecording();
     void _stopRecording(const StreamMoment& stop, const char* event);
     bool createFile(const StreamMoment& begin);
-    /// Puts what the relay file holds into the new file; returns its bytes.
-    std::int64_t takeOverRecord();
+    bool createFile(const StreamMoment& begin, const WorkFiles::Label& label, double rate, std::int64_t stop);
+    void beginWriting(std::int64_t stop);
+    void rescueLeftover();
+    /// Puts what the relay file holds into the new file. False when that does not take it.
+    bool takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
     StreamMoment present() const { return momentAt(now()); }
     StreamMoment momentAt(Date date) const;
@@ -309,7 +302,18 @@ private:
     /// Stops for an emergency, and goes on with frame `from` as soon as a file can be written.
     void interrupt(const StreamMoment& from);
     void retryDisk();
-    void noteUnwritten(const StreamMoment& from);
+    void armRetry();
+    void noteUnwritten(const StreamMoment& from, const StreamMoment& to);
+    /// Puts sound that no recording waits for any more on the list of what the disk still has to take.
+    void owe(const StreamMoment& from, const StreamMoment& to);
+    /// Writes what is owed. False when the disk does not take it yet.
+    bool settleOwed();
+    bool writeOwed(const OwedSound& owed);
+    /// Reports what is still owed as lost.
+    void loseOwed();
+    StreamMoment soundEnd() const;
+    void breakSound(const InputLoss& loss);
+    void lookForLeap();
     void endInterruption();
     void reportInterruption(const StreamMoment& from, Date end, const char* what = "goes on");
     void lookAtClock();
@@ -377,6 +381,7 @@ private:
     std::optional<PlannedEnd> m_scheduleEnd; // of the entry that runs
     std::int64_t m_overRecordBytes = 0;      // in the relay file
     std::int64_t m_overRecordFrame = 0;      // the first of them
+    std::int64_t m_carriedBytes = 0;         // of them, in the open file
 
     struct Interruption {
         StreamMoment from; ///< the first sound that is in no file
@@ -389,6 +394,9 @@ private:
     void resumeElement(const Interruption& interruption);
     std::optional<Interruption> m_interruption; // until a file can be written again
     std::optional<StreamMoment> m_goOn;         // the next file begins with this, if it can
+    std::deque<OwedSound> m_owed;               // in the order of the stream; all before any later recording
+    bool m_isSettling = false;
+    double m_fileRate = 0.0; // Hz, of the open file
     std::unique_ptr<Timer> m_retryTimer;
     int m_retries = 0;
     HostTime m_alertTime = 0;

@@ -44,7 +44,7 @@ void VmRecorder::actRecordButton() {
     storeSwitch("RecordSwitch", on);
     if (!m_emergency)
         m_actionMethod = 3; // by hand
-    if (on && !m_emergency)
+    if (!m_emergency)
         endInterruption();
     if (on)
         recordON();
@@ -135,12 +135,18 @@ void VmRecorder::finishForTermination() {
     m_modeTimer = false;
     resetCondition();
     m_recordTimer.reset();
+    endInterruption();
+    // Sessions wait for their programs for longer than this. A disk that is back later is too late.
+    constexpr double lastPatience = 15.0; // seconds
+    Clock& clock = m_controler.seams().clock;
+    const HostTime deadline = clock.hostTime() + hostTimeFromSeconds(lastPatience);
+    while (!settleOwed() && clock.hostTime() < deadline)
+        clock.sleep(0.5);
+    loseOwed();
     m_retryTimer.reset();
     m_workFiles.retryUnfinished();
     if (m_overRecordBytes != 0)
         m_workFiles.rescueRelayFile();
-    if (m_interruption)
-        reportInterruption(m_interruption->from, now(), "ends");
 }
 
 void VmRecorder::setStartOnTheHour(bool startOnTheHour) {

@@ -23,7 +23,8 @@ void VmRecorder::interrupt(const StreamMoment& from) {
     if (!m_recordButton.isOn() && !m_reserveButton.isOn())
         return; // switched off meanwhile
     const bool timetable = m_reserveButton.isOn();
-    m_interruption = Interruption{from, timetable, nullptr, m_timerStartDate, m_recordPeriod};
+    const StreamMoment first = m_inputLoss ? soundEnd() : from;
+    m_interruption = Interruption{first, timetable, nullptr, m_timerStartDate, m_recordPeriod};
     if (timetable && m_runningElement != nullptr)
         m_interruption->element = m_runningElement->clone();
     emerRecordStop();
@@ -31,10 +32,7 @@ void VmRecorder::interrupt(const StreamMoment& from) {
     // Nobody wanted the recording to end: the next launch goes on, too.
     storeSwitch(timetable ? "ReserveSwitch" : "RecordSwitch", true);
     m_messageField.setText(m_controler.seams().texts("WaitingForDisk"));
-    m_retries = 0;
-    constexpr double retryInterval = 5.0; // seconds
-    m_retryTimer = m_controler.seams().runLoop.schedule({.interval = retryInterval, .repeats = true},
-                                                        [this] { retryDisk(); });
+    armRetry();
     constexpr double silence = 60.0; // seconds: a failing disk is told once
     const HostTime now = m_controler.seams().clock.hostTime();
     if (m_alertTime != 0 && now - m_alertTime < hostTimeFromSeconds(silence))
@@ -43,16 +41,27 @@ void VmRecorder::interrupt(const StreamMoment& from) {
     m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
 }
 
-void VmRecorder::retryDisk() {
-    if (!m_interruption)
+void VmRecorder::armRetry() {
+    constexpr double retryInterval = 5.0; // seconds
+    if (m_retryTimer != nullptr)
         return;
+    m_retries = 0;
+    m_retryTimer = m_controler.seams().runLoop.schedule({.interval = retryInterval, .repeats = true},
+                                                        [this] { retryDisk(); });
+}
+
+void VmRecorder::retryDisk() {
     constexpr int retriesPerCleanUp = 12; // a minute: each one that finds nothing is a line in the log
     constexpr double enough = 60.0;       // seconds of sound: less would be full again at once
     VmMechanic& mechanic = m_controler.mechanic();
     if (m_retries++ % retriesPerCleanUp == 0)
         mechanic.secureRecordSpace(sampleRate(), static_cast<unsigned>(m_channels));
-    if (!mechanic.isWritable(enough * sampleRate() * m_channels * 2.0))
+    if (!mechanic.isWritable(enough * sampleRate() * m_channels * 2.0) || !settleOwed())
         return;
+    if (!m_interruption) {
+        m_retryTimer.reset();
+        return;
+    }
     const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
     m_retryTimer.reset();
     m_messageField.setText("");
@@ -67,25 +76,16 @@ void VmRecorder::retryDisk() {
         actRecordButton();
     resetCondition();
     if (m_goOn) { // no file is wanted now
-        m_dutyFrames.captured += std::max<std::int64_t>(present().frame - m_goOn->frame, 0);
-        reportInterruption(*std::exchange(m_goOn, std::nullopt), now());
+        m_dutyFrames.captured += std::max<std::int64_t>(soundEnd().frame - m_goOn->frame, 0);
+        reportInterruption(*std::exchange(m_goOn, std::nullopt), soundEnd().date);
     }
-}
-
-void VmRecorder::noteUnwritten(const StreamMoment& from) {
-    if (m_interruption)
-        m_interruption->from = from;
-    else if (!m_recordState) // a last block that nobody tries again
-        m_controler.seams().alert.tell({"FileWriteError", "CheckAndRetry", "Understand"});
 }
 
 void VmRecorder::endInterruption() {
     if (!m_interruption)
         return;
-    m_dutyFrames.captured += std::max<std::int64_t>(present().frame - m_interruption->from.frame, 0);
-    reportInterruption(m_interruption->from, now());
-    m_interruption.reset();
-    m_retryTimer.reset();
+    const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
+    owe(interruption.from, soundEnd());
     m_messageField.setText("");
 }
 
@@ -110,6 +110,11 @@ void VmRecorder::lookAtClock() {
         return;
     say("SomeReportHappen", formatted("VmRecorder: the clock was set by %.1fseconds.", by));
     m_waitingSince = now();
+    const StreamMoment seam{m_pipeline.frameAt(hostTime), expected};
+    if (m_interruption && !m_inputLoss) {
+        owe(m_interruption->from, seam);
+        m_interruption->from = {seam.frame, now()};
+    }
     if (m_scheduleEnd)
         m_scheduleEnd->time = std::numeric_limits<HostTime>::max(); // it follows the new clock
     if (m_delayCount)
@@ -119,7 +124,6 @@ void VmRecorder::lookAtClock() {
     forgetMarkerMinute();
     m_lastMinute = m_controler.seams().clock.calendarDate(now()).minute; // no other minute has passed
     // One file for each way in which the clock was: its name agrees with its sound.
-    const StreamMoment seam{m_pipeline.frameAt(hostTime), expected};
     m_clockShift = -by; // boundaries from before are the old clock's
     crossBoundariesBefore(seam);
     m_clockShift = 0.0;

@@ -65,6 +65,11 @@ void VmRecorder::recordSourceWillChange() {
         stopRecording();
         setCondition(RecordCondition::standingBy); // the next tick goes on with the new device
     }
+    // The queue is made anew: the last look at a disk that failed.
+    if (m_interruption)
+        owe(m_interruption->from, soundEnd());
+    if (!m_owed.empty() && !settleOwed())
+        loseOwed();
     if (m_inputLoss)
         reportGap(m_controler.seams().clock.hostTime(), "is replaced");
 }
@@ -79,6 +84,8 @@ void VmRecorder::recordSourceChanged() {
     fitMarkerToInput();
     m_streamStarted = m_controler.seams().clock.hostTime();
     m_lastFrameTime = m_streamStarted;
+    if (m_interruption)
+        m_interruption->from = {m_pipeline.frameCount(), now()};
     m_controler.meter().watchLevel(m_autoLevel);
     fillSourcePopup();
     renewDispSampleRate();
@@ -170,12 +177,39 @@ InputLoss VmRecorder::inputLossNow() const {
 void VmRecorder::recordInputLost(const InputLoss& loss) {
     if (m_inputLoss)
         return;
+    if (loss.frame == m_pipeline.breakFrame() && m_pipeline.frameCount() > loss.frame)
+        return; // its leap was seen first, and sound comes again
     m_inputLoss = loss;
     m_controler.meter().clearSnapshot();
     say("SomeErrorHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" is gone.");
     m_messageField.setText(m_controler.seams().texts("InputLost"));
     resetCondition();
+    breakSound(loss);
+}
+
+void VmRecorder::breakSound(const InputLoss& loss) {
     m_pipeline.breakAt(loss.frame);
+    if (!m_interruption || m_interruption->from.frame >= loss.frame)
+        return;
+    // No file holds both sides: what the disk has not taken yet ends here.
+    owe(m_interruption->from, {loss.frame, loss.date});
+    m_interruption->from = {loss.frame, loss.date};
+}
+
+void VmRecorder::lookForLeap() {
+    const auto leap = m_pipeline.takeLeap();
+    const double rate = m_controler.devicer().recordSampleRate();
+    constexpr double same = 2.0; // seconds: a loss that the device told of leaps, too, a cycle later at most
+    if (!leap || m_inputLoss || static_cast<double>(leap->frame - m_pipeline.breakFrame()) < same * rate)
+        return;
+    const Clock& clock = m_controler.seams().clock;
+    const double before = static_cast<double>(clock.hostTime() - leap->from) * 1e-9;
+    const InputLoss loss{leap->frame, leap->from, now().addingSeconds(-before)};
+    if (condition() == RecordCondition::recording && loss.frame <= m_pipeline.startFrame()) {
+        m_inputLoss = loss; // before the file that is open: to be told only
+        return;
+    }
+    recordInputLost(loss);
 }
 
 void VmRecorder::monitorOutputLost() {
@@ -208,17 +242,22 @@ void VmRecorder::retryStart() {
 
 void VmRecorder::lookForInput() {
     lookForStall();
+    lookForLeap();
     if (m_inputLoss)
         retryStart();
     if (!m_inputLoss || m_pipeline.frameCount() <= m_inputLoss->frame)
         return;
     const HostTime now = m_controler.seams().clock.hostTime();
     const HostTime first = m_pipeline.timeOfFrame(m_inputLoss->frame).value_or(now);
-    m_pipeline.breakAt(m_inputLoss->frame);
+    const StreamMoment back{m_inputLoss->frame,
+                            this->now().addingSeconds(static_cast<double>(first - now) * 1e-9)};
     // The next file takes all that came since, and not a frame from before.
-    if (m_recordState)
-        m_beginWith = StreamMoment{m_inputLoss->frame,
-                                   this->now().addingSeconds(static_cast<double>(first - now) * 1e-9)};
+    if (condition() != RecordCondition::recording)
+        m_pipeline.breakAt(back.frame);
+    if (m_recordState && condition() != RecordCondition::recording)
+        m_beginWith = back;
+    if (m_interruption)
+        m_interruption->from = back;
     reportGap(first, "is back");
 }
 

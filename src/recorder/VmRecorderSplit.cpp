@@ -121,17 +121,24 @@ void VmRecorder::crossBoundary() {
         m_actionMethod = method;
 }
 
-std::int64_t VmRecorder::takeOverRecord() {
+bool VmRecorder::takeOverRecord() {
+    m_carriedBytes = 0;
     if (m_overRecordBytes == 0)
-        return 0;
+        return true;
+    const auto carried = m_workFiles.relay().addOverRecordData(*m_writeFile);
+    if (!carried) { // it stays where it is, until a file takes it
+        m_writeFile.reset();
+        m_workFiles.discardTempFile();
+        return false;
+    }
     m_overRecordBytes = 0;
-    const std::int64_t carried = m_workFiles.relay().addOverRecordData(*m_writeFile);
-    if (carried == 0) {
+    m_carriedBytes = *carried;
+    if (m_carriedBytes == 0) {
         m_workFiles.rescueRelayFile();
         const double later = static_cast<double>(m_pipeline.startFrame() - m_overRecordFrame);
         m_recordStartDate = m_recordStartDate.addingSeconds(later / m_controler.devicer().recordSampleRate());
     }
-    return carried;
+    return true;
 }
 
 void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
@@ -150,7 +157,8 @@ void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
         m_controler.seams().notifications.postLogEvent(
             "SomeReportHappen", formatted("VmRecorder: over record %fseconds(=%dbytes)", over,
                                           static_cast<int>(account.overRecordBytes)));
-    if (!m_workFiles.relay().delOverRecordData(bytes, m_label.channels)) {
+    if (!m_workFiles.relay().delOverRecordData(bytes, static_cast<std::int64_t>(account.writeCount),
+                                               m_label.channels)) {
         m_recordStopDate = m_recordStopDate.addingSeconds(over); // it stays, so the name covers it
         return;
     }

@@ -24,7 +24,7 @@ void VmRecorder::actReserveButton() {
         return;
     }
     storeSwitch("ReserveSwitch", on);
-    if (on)
+    if (!m_emergency)
         endInterruption();
     if (on)
         startTimetable();

@@ -233,6 +233,16 @@ void WorkFiles::removeOtherNames() {
     }
 }
 
+void WorkFiles::discardTempFile() {
+    const std::string temporary = m_mechanic.temporaryFilePath();
+    if (m_volume.remove(temporary) == 0)
+        return;
+    // Without sound it is removed later.
+    const auto file = m_volume.openForUpdating(temporary);
+    if (file == nullptr || file->truncate(soundDataOffset) != 0)
+        m_log.log("VmRecorder: a recording that could not begin cannot be removed.");
+}
+
 void WorkFiles::rescueRelayFile() {
     const std::string path = m_mechanic.relayFilePath();
     const auto size = m_volume.fileSize(path);

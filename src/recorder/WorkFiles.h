@@ -50,6 +50,8 @@ public:
     std::string rescueTempFile(const Label& label);
     /// Keeps sound that a crash left in the relay file, under a name that says so: it fits no recording.
     void rescueRelayFile();
+    /// Removes a temporary file with which no recording could begin.
+    void discardTempFile();
 
     /// Does what could not be done when a file was finished: cutting it, its record information, the removal of
     /// its progress name.

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <span>
 
 namespace {
 constexpr unsigned bytesPerFrame = 2 * sizeof(float); // of the queue
@@ -81,20 +82,22 @@ std::int64_t WritePipeline::aligned(std::int64_t frame) const {
     return frame - frame % m_format.ratio();
 }
 
-std::int64_t WritePipeline::prepare(std::int64_t wished, unsigned ratio) {
+std::int64_t WritePipeline::prepare(std::int64_t wished, unsigned ratio, std::int64_t stop) {
     const auto up = [ratio](std::int64_t frame) { return (frame + ratio - 1) / ratio * ratio; };
     std::int64_t oldest = static_cast<std::int64_t>(m_soundQue->readSamples() + 1) / 2;
     if (oldest == m_endFrame) // what a failed write has left goes on into the queue
         oldest = pendingFrame();
     // Down to the file's next frame, so that a recording that goes on at a seam shares its frame with the seam.
     m_startFrame = std::max({wished - wished % ratio, up(oldest), up(m_firstFreeFrame)});
+    if (stop > m_breakFrame)
+        m_startFrame = std::max(m_startFrame, up(m_breakFrame));
     m_soundQue->clearDataBefore(static_cast<std::uint64_t>(m_startFrame) * 2);
     m_inputCount =
         static_cast<std::uint64_t>(std::max<std::int64_t>(frameCount() - m_startFrame, 0)) * bytesPerFrame;
     return m_startFrame;
 }
 
-void WritePipeline::start(SoundFile& file, const Format& format, const Carried& carried) {
+void WritePipeline::start(SoundFile& file, const Format& format, const Carried& carried, std::int64_t stop) {
     m_file = &file;
     m_format = format;
     const bool isSameForm =
@@ -106,7 +109,7 @@ void WritePipeline::start(SoundFile& file, const Format& format, const Carried& 
     m_pendingForm = format;
     if (carried.bytes > 0)
         m_startFrame = carried.firstFrame;
-    m_stopFrame = openEnd;
+    setStopFrame(stop);
     m_writePos = carried.bytes;
     m_writeCount = static_cast<double>(carried.bytes);
     m_inputCount.fetch_add(static_cast<std::uint64_t>(carried.bytes / (2 * format.channels)) * format.ratio() *
@@ -220,17 +223,21 @@ void WritePipeline::convert(const float* block, std::uint64_t firstSample, std::
 }
 
 bool WritePipeline::writePending() {
-    if (m_pending.empty())
+    // A stop that became known late may lie within the block, or before it.
+    const std::int64_t frames = (std::min(m_stopFrame.load(), m_endFrame) - pendingFrame()) / m_format.ratio();
+    if (frames <= 0)
         return true;
-    if (!m_file->writeSamples(m_writePos, m_pending) || !m_file->updateHeader() || !m_file->synchronize()) {
+    const auto samples = static_cast<std::size_t>(frames * m_format.channels);
+    if (!m_file->writeSamples(m_writePos, std::span(m_pending).first(samples)) || !m_file->updateHeader() ||
+        !m_file->synchronize()) {
         if (!m_writeThreadError.exchange(true)) // the final flush tries a failed block again: no news
             reportError("VmRecorder: audio file write error.");
         return false;
     }
-    const auto count = static_cast<std::int64_t>(m_pending.size() * sizeof(std::int16_t));
+    const auto count = static_cast<std::int64_t>(samples * sizeof(std::int16_t));
     m_writeCount += static_cast<double>(count);
     m_writePos += count;
-    m_pending.clear();
+    m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(samples));
     return true;
 }
 
@@ -255,9 +262,9 @@ WritePipeline::Account WritePipeline::finish(std::int64_t stop, double secondCou
     const double lastInput =
         static_cast<double>(m_inputCount.exchange(0)) * fileShare / m_format.recordSampleRate * 4.0;
     finalFlush(lastInput);
-    // The last block has nobody to try it again later: a disk that stumbles gets a little time.
+    // A disk that stumbles gets a little time, so that the file need not end here.
     constexpr int attempts = 5;
-    for (int attempt = 0; attempt < attempts && !m_pending.empty(); ++attempt) {
+    for (int attempt = 0; attempt < attempts && hasUnwritten(); ++attempt) {
         m_clock.sleep(0.2);
         writeSoundFile(preBufferSize());
     }
@@ -275,9 +282,8 @@ WritePipeline::Account WritePipeline::reckon(double lastInput, double secondCoun
         account.unwrittenFrames =
             std::max<std::int64_t>(m_stopFrame - std::max(pendingFrame(), m_startFrame), 0);
     m_firstFreeFrame = std::max(m_stopFrame - account.unwrittenFrames, m_firstFreeFrame);
-    const std::int64_t over = std::max<std::int64_t>(m_endFrame - m_stopFrame, 0) / m_format.ratio();
-    if (m_pending.empty())
-        account.overRecordBytes = std::min(over * m_format.channels * 2, m_writePos);
+    const std::int64_t over = std::max<std::int64_t>(pendingFrame() - m_stopFrame, 0) / m_format.ratio();
+    account.overRecordBytes = std::min(over * m_format.channels * 2, m_writePos);
 
     const auto overflow = static_cast<long>(m_overflowCount.exchange(0));
     account.overflowCount = static_cast<std::int32_t>(overflow);

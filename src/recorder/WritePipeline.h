@@ -6,6 +6,7 @@
 #include "recorder/MarkerMixer.h"
 #include "recorder/VmQueBuffer.h"
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <limits>
@@ -59,6 +60,9 @@ public:
         std::int64_t firstFrame = 0; ///< what its first frame was captured as
     };
 
+    /// The stop of a recording of which no end is known.
+    static constexpr std::int64_t openEnd = std::numeric_limits<std::int64_t>::max();
+
     WritePipeline(Clock& clock, SystemLog& log, const NotificationCenter& notifications);
     ~WritePipeline();
 
@@ -78,10 +82,12 @@ public:
     void setActivityHandler(std::function<void(bool)> handler) { m_activityHandler = std::move(handler); }
     /// Prepares the queue for a recording with `ratio` device frames for each of its own, that is to begin with
     /// frame `wished`. Returns the frame with which it can begin, a multiple of the ratio: a later one where
-    /// the queue no longer reaches back as far, or where the last recording reaches into it.
-    std::int64_t prepare(std::int64_t wished, unsigned ratio);
-    /// Starts the write thread. The pipeline uses `file` until `finish` has returned.
-    void start(SoundFile& file, const Format& format, const Carried& carried);
+    /// the queue no longer reaches back as far, where the last recording reaches into it, or where sound that
+    /// is not to be in it lies before a break. `stop` is where it will end, if that is known.
+    std::int64_t prepare(std::int64_t wished, unsigned ratio, std::int64_t stop = openEnd);
+    /// Starts the write thread, which does not write frames from `stop` on. The pipeline uses `file` until
+    /// `finish` has returned.
+    void start(SoundFile& file, const Format& format, const Carried& carried, std::int64_t stop = openEnd);
     void start(SoundFile& file, const Format& format) { start(file, format, Carried{}); }
     /// Frames from `frame` on are not written, whenever the recording is finished: they belong to the next one.
     void setStopFrame(std::int64_t frame);
@@ -90,8 +96,17 @@ public:
     /// Reports overflow and loss; `secondCount` is the length in seconds that the recording's dates promise.
     Account finish(std::int64_t stop, double secondCount);
     /// Sound stopped coming after frame `frame` - 1 and goes on with it later: no recording may hold both
-    /// sides, and frames that were still expected when it stopped belong to nobody.
-    void breakAt(std::int64_t frame) { m_firstFreeFrame = frame; }
+    /// sides, and frames that were still expected when it stopped belong to nobody. Sound from before it that
+    /// is in no file yet stays in the queue, for a recording that ends at the break.
+    void breakAt(std::int64_t frame) {
+        m_breakFrame = frame;
+        m_firstFreeFrame = std::min(m_firstFreeFrame, frame);
+    }
+    /// Where the sound stopped coming last.
+    std::int64_t breakFrame() const { return m_breakFrame; }
+    /// A leap of the capture times that the device did not tell of, once a second of sound behind it says that
+    /// it stays.
+    std::optional<FrameClock::Leap> takeLeap() { return m_frameClock.takeLeap(); }
     /// First frame of the recording.
     std::int64_t startFrame() const { return m_startFrame; }
     /// The frame that is, was or will be captured at `time`; the next one, as long as no cycle was captured.
@@ -127,6 +142,7 @@ private:
     void convert(const float* block, std::uint64_t firstSample, std::size_t samples);
     bool writePending();
     std::int64_t pendingFrame() const;
+    bool hasUnwritten() const { return !m_pending.empty() && pendingFrame() < m_stopFrame; }
     void discardUntilStart();
     void awaitFrame(std::int64_t frame);
     void finalFlush(double lastInput);
@@ -152,7 +168,6 @@ private:
     std::atomic<bool> m_writeThread{false};
     std::atomic<bool> m_fileWriteing{false};
     std::atomic<bool> m_writeThreadError{false};
-    static constexpr std::int64_t openEnd = std::numeric_limits<std::int64_t>::max();
     std::atomic<std::int64_t> m_stopFrame{openEnd};
 
     // Write thread while `fileWriteing`, else main thread
@@ -162,10 +177,12 @@ private:
     std::int64_t m_startFrame = 0;
     std::int64_t m_writePos = 0;
     double m_writeCount = 0.0;
-    std::int64_t m_endFrame = 0;         // behind the last one taken from the queue
-    std::vector<float> m_piece;          // on its way from the queue
-    std::vector<std::int16_t> m_pending; // converted, not yet written; ends with frame m_endFrame
+    std::int64_t m_endFrame = 0; // behind the last one taken from the queue
+    std::vector<float> m_piece;  // on its way from the queue
+    /// Converted, not yet written; ends with frame m_endFrame. What lies behind the stop is the next one's.
+    std::vector<std::int16_t> m_pending;
 
     // Main thread
     std::int64_t m_firstFreeFrame = 0; // where the last recording ended: two never overlap
+    std::int64_t m_breakFrame = 0;
 };

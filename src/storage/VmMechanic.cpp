@@ -160,8 +160,12 @@ std::unique_ptr<VolumeFile> VmMechanic::openRelayFile() {
 
 void VmMechanic::deleteRelayFile() {
     const int error = m_seams.volume.remove(relayFilePath());
-    if (error != 0 && error != ENOENT)
-        reportError("VmMechanic: relay file delete error.");
+    if (error == 0 || error == ENOENT)
+        return;
+    reportError("VmMechanic: relay file delete error.");
+    // Its sound lies in a recording: it must not be found here as well.
+    if (const auto file = m_seams.volume.openForUpdating(relayFilePath()); file != nullptr)
+        file->truncate(0); // its failure would be the same one, which is reported
 }
 
 bool VmMechanic::claim(const std::string& folder) {

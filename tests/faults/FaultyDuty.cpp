@@ -45,11 +45,14 @@ std::vector<RehearsalDesk::Setting> settings(FaultyDuty::Kind kind) {
 
 /// The main thread is busy over a whole loss and return, and longer than the write thread sleeps.
 void loseInputUnseen(RehearsalDesk& desk) {
-    desk.runFor(6.0);
-    desk.hardware.unplug("desk-in");
-    desk.clock.sleep(2.0);
-    desk.hardware.replug("desk-in");
-    desk.clock.sleep(9.0);
+    desk.clock.detachThread("cable", [&desk] {
+        desk.clock.sleepUntil(hostTimeFromSeconds(6.0));
+        desk.hardware.unplug("desk-in");
+        desk.clock.sleepUntil(hostTimeFromSeconds(8.0));
+        desk.hardware.replug("desk-in");
+    });
+    desk.runFor(5.9);
+    desk.clock.sleepUntil(hostTimeFromSeconds(17.0));
 }
 
 std::string joined(const std::vector<std::string>& lines) {
@@ -120,15 +123,15 @@ std::string FaultyDuty::judge(const std::string& folder, const Outcome& outcome,
         return text.empty() ? text : text + joined(outcome.lines);
     if (outcome.lines.size() <= usual.lines)
         text += "no line in the system log; ";
-    // A fault that was over soon enough costs nothing; one that stays costs what came after it, and the block
-    // on its way.
-    const bool isOver =
-        outcome.struck + m_fault.seconds + retryInterval + 1.0 < length - 5.0 || m_fault.seconds == 0.0;
+    // A fault that is over costs nothing; one that stays costs what came after it, and the block on its way. An
+    // interrupted recording ends with the press of the switch, any other one a tick later.
+    const bool isOver = m_fault.seconds < NthFaultVolume::forEver;
+    const std::int64_t end = std::min<std::int64_t>(usual.end, std::llround(length * rate));
     const double unsafe = m_kind == Kind::relay      ? 2.0 * writeInterval
                           : m_kind == Kind::slowDisk ? writeInterval + 2.0 * slowness
                                                      : writeInterval;
     const std::int64_t safe =
-        isOver ? usual.end : std::min<std::int64_t>(usual.end, std::llround((outcome.struck - unsafe) * rate));
+        isOver ? end : std::min<std::int64_t>(end, std::llround((outcome.struck - unsafe) * rate));
     if (safe > usual.first && census.first() != usual.first)
         text += "begins at frame " + std::to_string(census.first()) + " instead of " +
                 std::to_string(usual.first) + "; ";

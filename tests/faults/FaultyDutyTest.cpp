@@ -3,22 +3,9 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <string_view>
 
 namespace {
 using Kind = FaultyDuty::Kind;
-
-/// What still costs something; nothing for the rest.
-const char* knownLoss(FaultyDuty::Kind kind, std::string_view operation, double seconds) {
-    const bool isWrite = operation == "write" || operation == "synchronize";
-    if (kind == FaultyDuty::Kind::relay && (isWrite || operation == "create" || operation == "remove"))
-        return "sound from before an input loss is dropped when the disk fails at the same time";
-    if (isWrite && seconds > 1.0 && operation == "write")
-        return "the last block of a duty is tried for a second only, and half a header stays torn";
-    if (operation == "remove" && seconds > 100.0)
-        return "a progress name that can never be removed stays";
-    return nullptr;
-}
 
 class AnyOperation : public testing::TestWithParam<std::tuple<Kind, int>> {
 protected:
@@ -29,8 +16,6 @@ protected:
         const int count = usual.counts[static_cast<std::size_t>(operation)];
         if (count == 0)
             GTEST_SKIP() << "a duty of this kind does no such thing";
-        if (const char* reason = knownLoss(kind, NthFaultVolume::names[operation], seconds); reason != nullptr)
-            GTEST_SKIP() << "known: " << reason;
         const int most = std::getenv("VELMORATIDE_TEST_ALL") != nullptr ? count : 12;
         const int step = std::max(1, (count + most - 1) / most);
         int runs = 0;

@@ -95,3 +95,80 @@ TEST(FrameClock, showsNoReaderHalfANote) {
     EXPECT_EQ(torn, 0);
     EXPECT_EQ(clock.frameAt(notes * 1'000'000), notes);
 }
+
+namespace {
+/// Notes a cycle of a tenth of a second, `late` nanoseconds late, for each tenth from `first` up to `end`.
+void noteTenths(FrameClock& clock, int first, int end, HostTime late) {
+    for (int tenth = first; tenth < end; ++tenth)
+        clock.note(tenth * 4800, tenth * (second / 10) + late);
+}
+} // namespace
+
+TEST(FrameClock, tellsOfALeap_onceASecondOfSoundLiesBehindIt) {
+    FrameClock clock;
+    clock.reset(48000.0);
+    noteTenths(clock, 0, 50, 0);
+    noteTenths(clock, 50, 60, 3 * second);
+    EXPECT_FALSE(clock.takeLeap());
+    noteTenths(clock, 60, 61, 3 * second);
+    const auto leap = clock.takeLeap();
+    ASSERT_TRUE(leap);
+    EXPECT_EQ(leap->frame, 50 * 4800);
+    EXPECT_EQ(leap->from, 5 * second);
+    EXPECT_EQ(leap->missing, 3 * second);
+    EXPECT_FALSE(clock.takeLeap());
+}
+
+TEST(FrameClock, takesNoNoteForALeap_thatIsWithinTheJitterOrTakenBack) {
+    FrameClock clock;
+    clock.reset(48000.0);
+    noteTenths(clock, 0, 50, 0);
+    noteTenths(clock, 50, 52, second * 4 / 10);
+    noteTenths(clock, 52, 100, 0);
+    noteTenths(clock, 100, 102, 2 * second);
+    noteTenths(clock, 102, 200, 0);
+    EXPECT_FALSE(clock.takeLeap());
+}
+
+TEST(FrameClock, takesNoDriftForALeap) {
+    FrameClock clock;
+    clock.reset(48000.0);
+    for (std::int64_t tenth = 0; tenth < 864000; ++tenth) // a day, with a device that is half a percent slow
+        clock.note(tenth * 4800, tenth * (second / 10) / 1000 * 1005);
+    EXPECT_FALSE(clock.takeLeap());
+}
+
+TEST(FrameClock, losesNoLength_whenNobodyLooksForLong) {
+    FrameClock clock;
+    clock.reset(48000.0);
+    HostTime late = 0;
+    for (int tenth = 0; tenth < 1000; ++tenth) {
+        if (tenth > 0 && tenth % 20 == 0)
+            late += second;
+        noteTenths(clock, tenth, tenth + 1, late);
+    }
+    HostTime told = 0;
+    int leaps = 0;
+    for (; const auto leap = clock.takeLeap(); ++leaps)
+        told += leap->missing;
+    EXPECT_EQ(leaps, 32);
+    EXPECT_EQ(told, 32 * second);
+    for (int tenth = 1000; tenth < 1100; ++tenth) {
+        if (tenth == 1020)
+            late += second;
+        noteTenths(clock, tenth, tenth + 1, late);
+    }
+    const auto leap = clock.takeLeap();
+    ASSERT_TRUE(leap);
+    EXPECT_EQ(told + leap->missing, late);
+}
+
+TEST(FrameClock, forgetsALeap_whenItIsReset) {
+    FrameClock clock;
+    clock.reset(48000.0);
+    noteTenths(clock, 0, 10, 0);
+    noteTenths(clock, 10, 30, 3 * second);
+    clock.reset(48000.0);
+    noteTenths(clock, 0, 30, 0);
+    EXPECT_FALSE(clock.takeLeap());
+}

@@ -73,14 +73,63 @@ TEST(VmRecorderUnwritten, isToldWithAnAlert_whenItIsTheLastBlockOfARecordingStop
     EXPECT_EQ(it.alerts(), Names{"FileWriteError"});
     EXPECT_EQ(it.recorder().condition(), RecordCondition::stopped);
     it.writeErrorAt(36.0, false);
+    it.until(39.9);
     it.recordAt(40.0);
     it.stopAt(50.0);
-    const Names names{"_Velmoratide_20260302_095825~095850.aif", "_Velmoratide_20260302_095900~095910.aif"};
+    const Names names{"_Velmoratide_20260302_095825~095850.aif", "_Velmoratide_20260302_095850~095853.aif",
+                      "_Velmoratide_20260302_095900~095910.aif"};
     ASSERT_EQ(it.recordings(), names);
-    EXPECT_EQ(it.breaks({names[0]}) + it.breaks({names[1]}), 0);
+    EXPECT_EQ(it.breaks({names[0], names[1]}) + it.breaks({names[2]}), 0); // it was written after all
+    EXPECT_EQ(it.lastFrame(names[1]) + 1, 33 * 8000 + 400);
     it.expectNamesToAgree();
     EXPECT_EQ(it.information(names[0]), "_Velmoratide_20260302_095825~0958508000SI");
     EXPECT_EQ(it.alerts().size(), 1U);
+}
+
+TEST(VmRecorderUnwritten, isWrittenBeforeTheNextRecording_whichIsStartedBeforeTheDiskIsBack) {
+    ClockedDesk it;
+    it.recordAt(5.0);
+    it.writeErrorAt(32.5, true);
+    it.stopAt(33.0);
+    it.recordAt(35.0);
+    it.writeErrorAt(60.0, false);
+    it.stopAt(80.0);
+    const Names names = it.recordings();
+    ASSERT_EQ(names.size(), 3U);
+    EXPECT_EQ(it.breaks({names[0], names[1]}) + it.breaks({names[2]}), 0);
+    EXPECT_EQ(it.lastFrame(names[1]) + 1, 33 * 8000 + 400);
+    EXPECT_EQ(it.firstFrame(names[2]), 35 * 8000 + 400);
+    it.expectNamesToAgree();
+}
+
+TEST(VmRecorderUnwritten, isWrittenAtTheQuit_whenTheDiskIsBackWithinFifteenSeconds) {
+    ClockedDesk it;
+    it.recordAt(5.0);
+    it.writeErrorAt(32.5, true);
+    it.until(33.0);
+    it.desk.clock.detachThread("disk", [&it] {
+        it.desk.clock.sleep(12.0);
+        it.desk.volume.setWriteError(false);
+    });
+    it.desk.terminate();
+    const Names names{"_Velmoratide_20260302_095825~095850.aif", "_Velmoratide_20260302_095850~095853.aif"};
+    ASSERT_EQ(it.recordings(), names);
+    EXPECT_EQ(it.breaks(names), 0);
+    EXPECT_EQ(it.lastFrame(names[1]) + 1, 33 * 8000);
+}
+
+TEST(VmRecorderUnwritten, isReportedWithItsLength_whenTheDiskStaysAwayBeyondTheQuit) {
+    ClockedDesk it;
+    it.recordAt(5.0);
+    it.writeErrorAt(32.5, true);
+    it.until(33.0);
+    const HostTime quit = it.desk.clock.hostTime();
+    it.desk.terminate();
+    EXPECT_LT(it.desk.clock.hostTime() - quit, hostTimeFromSeconds(20.0));
+    const std::string report = it.eventWith("recording ends, no sound since 2026-03-02 09:58:50 for ");
+    const double lost = 33.0 - static_cast<double>(it.lastFrame(it.recordings()[0]) + 1) / 8000.0;
+    ASSERT_FALSE(report.empty());
+    EXPECT_NEAR(std::stod(report.substr(report.find(" for ") + 5)), lost, 0.06);
 }
 
 TEST(VmRecorderUnwritten, isNotNamedTwice_whenTheRecordingIsStoppedAndStartedWhileTheInputStalls) {

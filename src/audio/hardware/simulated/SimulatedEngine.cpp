@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 /// How much faster than time a device hands on what it could not while stalled: fast, but no faster than a
@@ -171,6 +172,13 @@ void SimulatedEngine::stall(double seconds) {
         m_holes.push_back({begin, frameAtTime(end)});
 }
 
+void SimulatedEngine::stallUntold(double seconds) {
+    const std::lock_guard guard(m_cycleMutex);
+    m_stallEnd = std::max<HostTime>(m_stallEnd, m_clock.hostTime() + hostTimeFromSeconds(seconds));
+    m_stalled = true;
+    m_isUntold = true;
+}
+
 HostTime SimulatedEngine::beat() {
     std::uint64_t holeHandedOn = 0;
     HostTime next = 0;
@@ -196,7 +204,8 @@ HostTime SimulatedEngine::runBeat(std::uint64_t& holeHandedOn) {
     if (m_stalled) {
         m_stalled = false;
         m_late = true;
-        if (!m_device.hasInput()) { // what was not played then will not be played now
+        // What was not played then will not be played now, nor what was not heard.
+        if (!m_device.hasInput() || std::exchange(m_isUntold, false)) {
             planFromNow();
             m_planChanged = false;
             return dueTime();

@@ -19,7 +19,7 @@ using SimulatedOutputSink = std::function<void(const std::string& uid, const Aud
 /// Frame k of a device is at `launch + k / rate`, whether anyone listens or not. A cycle is due when its last
 /// frame is over, so no drift can add up. While a device is stalled nothing is due; what its input missed is a
 /// hole, which is handed on as silence of the same length, at eight times the pace, until the cycles are on
-/// time again.
+/// time again. In a stall that is not told, nothing is handed on for that time, and nobody hears of it.
 class SimulatedEngine {
 public:
     using Tell = std::function<void(const AudioHardwareEvent&)>;
@@ -47,6 +47,8 @@ public:
     void setSink(SimulatedOutputSink sink);
     void setPlugged(bool plugged);
     void stall(double seconds);
+    /// Only the capture times of the cycles after it show that it was.
+    void stallUntold(double seconds);
 
 private:
     struct Proc {
@@ -93,7 +95,8 @@ private:
     std::vector<Hole> m_holes;
     HostTime m_stallEnd = 0;
     bool m_stalled = false;
-    bool m_late = false; // catching up after a stall
+    bool m_isUntold = false; // the stall
+    bool m_late = false;     // catching up after a stall
     bool m_planChanged = false;
     std::uint64_t m_nextFrame = 0;
     std::uint32_t m_cycleFrames = 0;

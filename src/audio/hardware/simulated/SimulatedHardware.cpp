@@ -81,6 +81,11 @@ void SimulatedHardware::stall(const std::string& uid, double seconds) {
         unit->engine->stall(seconds);
 }
 
+void SimulatedHardware::stallUntold(const std::string& uid, double seconds) {
+    if (Unit* const unit = known(deviceWithUID(uid)))
+        unit->engine->stallUntold(seconds);
+}
+
 void SimulatedHardware::setOutputSink(const SimulatedOutputSink& sink) {
     for (const auto& unit : m_units)
         unit->engine->setSink(sink);

@@ -19,6 +19,8 @@ public:
     void replug(const std::string& uid);
     /// The device delivers nothing for `seconds`; see SimulatedEngine.
     void stall(const std::string& uid, double seconds);
+    /// The same without a word: no hole is handed on or told.
+    void stallUntold(const std::string& uid, double seconds);
     /// What every start of a procedure fails with from now on; 0 lets them succeed again.
     void setStartFailure(OSStatus status) { m_startFailure = status; }
     /// Called after each cycle of an output on the thread that ran it; an empty function ends it.
