@@ -9,7 +9,7 @@ class Volume;
 /// large as it likes. A last line without its end waits until it is whole. Main thread only.
 class LogBookReader {
 public:
-    static constexpr std::int64_t pageSize = 4 * 1024 * 1024; ///< bytes
+    static constexpr std::int64_t pageSize = 256 * 1024; ///< bytes; shown within a blink
 
     /// How the text changed.
     enum class Change {

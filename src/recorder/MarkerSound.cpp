@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <fcntl.h>
+#include <initializer_list>
 #include <new>
 #include <sndfile.h>
 #include <string_view>
@@ -15,32 +16,79 @@ using Outcome = MarkerSound::Outcome;
 constexpr int lowestRate = 1000;    // Hz
 constexpr int highestRate = 768000; // Hz
 
-/// A file of the system, closed at the end.
-class Descriptor {
+/// A file of the system, closed at the end. It bears so many reads and no more: what reads sounds goes from
+/// chunk to chunk, and a broken file may be millions of empty ones, which would stop the main thread for
+/// minutes.
+class SourceFile {
 public:
     // A pipe without a writer must not stop the main thread.
-    explicit Descriptor(const std::string& path)
-        : m_number(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)), m_error(errno) {}
-    ~Descriptor() {
+    explicit SourceFile(const std::string& path)
+        : m_number(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)), m_error(errno) {
+        struct stat status {};
+        m_isKnown = m_number >= 0 && fstat(m_number, &status) == 0;
+        m_isRegular = m_isKnown && S_ISREG(status.st_mode);
+        m_size = m_isKnown ? status.st_size : 0;
+    }
+    ~SourceFile() {
         if (m_number >= 0)
             close(m_number);
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    SourceFile(const SourceFile&) = delete;
+    SourceFile& operator=(const SourceFile&) = delete;
 
-    int number() const { return m_number; }
     Outcome outcome() const {
         if (m_number < 0)
             return m_error == ENOENT || m_error == ENOTDIR ? Outcome::missing : Outcome::unreadable;
-        struct stat status {};
-        if (fstat(m_number, &status) != 0)
+        if (!m_isKnown)
             return Outcome::unreadable;
-        return S_ISREG(status.st_mode) ? Outcome::loaded : Outcome::noFile;
+        return m_isRegular ? Outcome::loaded : Outcome::noFile;
+    }
+    std::int64_t size() const { return m_size; }
+    /// More was read than any sound needs.
+    bool gaveUp() const { return m_reads > mostReads; }
+    /// Returns how many bytes it got; none once it gave up.
+    sf_count_t readAt(sf_count_t at, void* data, sf_count_t bytes) {
+        if (at < 0 || bytes <= 0 || ++m_reads > mostReads)
+            return 0;
+        return std::max<sf_count_t>(pread(m_number, data, static_cast<std::size_t>(bytes), at), 0);
+    }
+    /// For what reads sounds.
+    SNDFILE* openSound(SF_INFO& info) {
+        SF_VIRTUAL_IO calls{
+            .get_filelen = [](void* file) { return self(file).m_size; },
+            .seek = [](sf_count_t offset, int whence, void* file) { return self(file).seek(offset, whence); },
+            .read = [](void* data, sf_count_t bytes, void* file) { return self(file).read(data, bytes); },
+            .write = [](const void*, sf_count_t, void*) { return sf_count_t{0}; },
+            .tell = [](void* file) { return self(file).m_position; }};
+        return sf_open_virtual(&calls, SFM_READ, &info, this);
     }
 
 private:
+    static constexpr int mostReads = 200'000; // a minute of the smallest blocks there are needs a quarter of it
+
+    static SourceFile& self(void* file) { return *static_cast<SourceFile*>(file); }
+    sf_count_t seek(sf_count_t offset, int whence) {
+        const sf_count_t position = offset + (whence == SEEK_CUR   ? m_position
+                                              : whence == SEEK_END ? m_size
+                                                                   : sf_count_t{0});
+        if (position < 0)
+            return -1;
+        m_position = position;
+        return m_position;
+    }
+    sf_count_t read(void* data, sf_count_t bytes) {
+        const sf_count_t got = readAt(m_position, data, bytes);
+        m_position += got;
+        return got;
+    }
+
     const int m_number;
     const int m_error;
+    bool m_isKnown = false;
+    bool m_isRegular = false;
+    sf_count_t m_size = 0;
+    sf_count_t m_position = 0;
+    std::int64_t m_reads = 0;
 };
 
 /// A name of four letters, and the number that follows it.
@@ -57,34 +105,48 @@ struct ChunkHeader {
     unsigned char bytes[4];
 };
 
-/// Whether a WAV or AIFF file is shorter than its chunk of sound says. What reads sounds takes such a one as a
-/// shorter sound. Whoever writes into a pipe does not know the size, and says the greatest one.
-bool isCutOff(int descriptor) {
+/// What the chunks of a WAV, AIFF or SVX file tell, before what reads sounds looks at it.
+struct Chunks {
+    /// The file is shorter than its chunk of sound says. What reads sounds takes such a one as a shorter sound.
+    /// Whoever writes into a pipe does not know the size, and says the greatest one.
+    bool isCutOff = false;
+    /// There is chunk after chunk and no sound; of an SVX file, what reads sounds would never find the end.
+    bool isEndless = false;
+};
+
+Chunks chunksOf(SourceFile& file) {
     constexpr std::int64_t unknownSize = 0x7FFFF000;
-    struct stat status {};
+    constexpr int mostChunks = 1000;
     ChunkHeader chunk{};
     const auto readAt = [&](std::int64_t at) {
-        return pread(descriptor, &chunk, sizeof chunk, at) == static_cast<ssize_t>(sizeof chunk);
+        return file.readAt(at, &chunk, sizeof chunk) == static_cast<sf_count_t>(sizeof chunk);
     };
-    if (fstat(descriptor, &status) != 0 || !readAt(0) || (chunk.name() != "RIFF" && chunk.name() != "FORM"))
-        return false;
-    const bool isAiff = chunk.name() == "FORM";
-    if (!readAt(8) || (isAiff ? chunk.name() != "AIFF" && chunk.name() != "AIFC" : chunk.name() != "WAVE"))
-        return false;
-    for (std::int64_t at = 12; readAt(at);) {
-        const std::int64_t size = chunk.size(isAiff);
+    const auto isOneOf = [&](std::initializer_list<std::string_view> names) {
+        return std::find(names.begin(), names.end(), chunk.name()) != names.end();
+    };
+    if (!readAt(0) || !isOneOf({"RIFF", "FORM"}))
+        return {};
+    const bool isBigEndian = chunk.name() == "FORM";
+    if (!readAt(8) || !isOneOf({"WAVE", "AIFF", "AIFC", "8SVX", "16SV"}))
+        return {};
+    const bool isSvx = isOneOf({"8SVX", "16SV"});
+    std::int64_t at = 12;
+    for (int chunks = 0; readAt(at); ++chunks) {
+        const std::int64_t size = chunk.size(isBigEndian);
         const std::int64_t end = at + static_cast<std::int64_t>(sizeof chunk) + size;
-        if (chunk.name() == (isAiff ? "SSND" : "data"))
-            return size < unknownSize && end > status.st_size;
+        if (!isSvx && isOneOf({"data", "SSND"}))
+            return {.isCutOff = size < unknownSize && end > file.size()};
+        if (chunks == mostChunks)
+            return {.isEndless = true};
         at = end + size % 2;
     }
-    return false;
+    return {};
 }
 
 /// An open sound file.
 class SoundReader {
 public:
-    explicit SoundReader(int descriptor) : m_file(sf_open_fd(descriptor, SFM_READ, &m_info, SF_FALSE)) {}
+    explicit SoundReader(SourceFile& file) : m_file(file.openSound(m_info)) {}
     ~SoundReader() {
         if (m_file != nullptr)
             sf_close(m_file);
@@ -145,18 +207,20 @@ private:
 
 MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate,
                                 std::pmr::memory_resource& temporary) {
-    const Descriptor descriptor(path);
-    if (const Outcome outcome = descriptor.outcome(); outcome != Outcome::loaded)
+    SourceFile file(path);
+    if (const Outcome outcome = file.outcome(); outcome != Outcome::loaded)
         return {{}, outcome};
-    const bool isTorn = isCutOff(descriptor.number());
-    SoundReader reader(descriptor.number());
-    if (const Outcome outcome = reader.outcome(); outcome != Outcome::loaded)
-        return {{}, outcome};
-    if (isTorn)
+    const Chunks chunks = chunksOf(file);
+    if (chunks.isEndless)
+        return {{}, Outcome::noSound};
+    SoundReader reader(file);
+    if (const Outcome outcome = reader.outcome(); outcome != Outcome::loaded || file.gaveUp())
+        return {{}, file.gaveUp() ? Outcome::noSound : outcome};
+    if (chunks.isCutOff)
         return {{}, Outcome::readFailed};
     std::pmr::vector<std::int16_t> source(&temporary);
-    if (const Outcome outcome = reader.read(source); outcome != Outcome::loaded)
-        return {{}, outcome};
+    if (const Outcome outcome = reader.read(source); outcome != Outcome::loaded || file.gaveUp())
+        return {{}, file.gaveUp() ? Outcome::readFailed : outcome};
     const double ratio = reader.rate() / recordSampleRate;
     const double bytes = static_cast<double>(source.size()) * sizeof(std::int16_t);
     const double widened = static_cast<double>(source.size()) * (2.0 / reader.channels()) / ratio;

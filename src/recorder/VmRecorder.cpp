@@ -365,5 +365,6 @@ double VmRecorder::dataSize() const {
     const double seconds = m_writeFile != nullptr
                                ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
                                : m_secondCount;
-    return seconds * sampleRate() * m_channels * 2.0;
+    // Whole frames: a product that falls just short of one would tell of a lost byte.
+    return std::round(seconds * sampleRate()) * m_channels * 2.0;
 }

@@ -136,7 +136,7 @@ public:
     bool markerSwitch() const { return m_markerSwitch; }
     /// Which of the intervals.
     int markerOption() const { return m_markerOption; }
-    void setMarkerOption(int option) { m_markerOption = option; }
+    void setMarkerOption(int option);
     /// The name without folder and extension. The empty name stands for the first bundled sound.
     const std::string& markerSound() const { return m_markerSound; }
     void setMarkerSound(const std::string& name);
@@ -258,6 +258,8 @@ private:
     std::int64_t frameOfMinute(Date minute) const;
     void armMarker();
     void armMarkerFor(Date minute);
+    void armMarkerAnew();
+    void checkMarkerOption();
     void endMarker();
     void forgetMarkerMinute();
 
@@ -412,6 +414,7 @@ private:
 
     bool m_markerSwitch = false;
     int m_markerOption = 0;
+    std::optional<int> m_unknownOptionSaid;
     std::string m_markerSound;
     bool m_markerMonitor = false;
     std::atomic<bool> m_markerHeard{false}; // by whoever hears the monitor

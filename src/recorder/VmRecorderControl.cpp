@@ -153,8 +153,10 @@ void VmRecorder::setStartOnTheHour(bool startOnTheHour) {
     m_startOnTheHour = startOnTheHour;
     m_hourButton.setOn(startOnTheHour);
     m_hourButton.setImage(startOnTheHour ? "HourOn" : "Hour");
-    if (condition() == RecordCondition::recording)
-        planAgain();
+    if (condition() != RecordCondition::recording)
+        return;
+    planAgain();
+    armMarkerAnew(); // in the file that begins with the hour, or in the one that goes on
 }
 
 void VmRecorder::actHourButton() {

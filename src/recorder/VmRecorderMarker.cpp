@@ -2,6 +2,7 @@
 #include "app/VmControler.h"
 #include "audio/VmDevice.h"
 #include "base/Clock.h"
+#include "base/Formatted.h"
 #include "base/UserDefaults.h"
 #include "recorder/MarkerSound.h"
 #include "recorder/MarkerSounds.h"
@@ -12,6 +13,7 @@
 #include <utility>
 
 namespace {
+constexpr int markerOptions = 5;
 constexpr double aheadTime =
     2.0; // seconds; no longer than the planned end of a file is settled before it comes
 
@@ -64,6 +66,7 @@ void VmRecorder::actMarkerButton() {
     storeSwitch("MarkerSoundSwitch", m_markerSwitch);
     m_controler.seams().notifications.postLogEvent("MarkerSwitchChange");
     initMarkerBuffer();
+    armMarkerAnew();
 }
 
 void VmRecorder::cancelSoundMarker() {
@@ -73,9 +76,25 @@ void VmRecorder::cancelSoundMarker() {
     m_emergency = emergency;
 }
 
+void VmRecorder::setMarkerOption(int option) {
+    m_markerOption = option;
+    checkMarkerOption();
+    armMarkerAnew();
+}
+
+void VmRecorder::checkMarkerOption() {
+    const bool isKnown = m_markerOption >= 0 && m_markerOption < markerOptions;
+    if (isKnown)
+        m_unknownOptionSaid.reset();
+    else if (m_markerSwitch && std::exchange(m_unknownOptionSaid, m_markerOption) != m_markerOption)
+        say("SomeErrorHappen",
+            formatted("VmRecorder: marker interval %d is unknown, the marker does not sound.", m_markerOption));
+}
+
 void VmRecorder::setMarkerSound(const std::string& name) {
     m_markerSound = name;
     initMarkerBuffer();
+    armMarkerAnew();
 }
 
 void VmRecorder::setMarkerMonitor(bool markerMonitor) {
@@ -97,6 +116,7 @@ void VmRecorder::initMarkerBuffer() {
     if (!m_pipeline.marker().hasBegun())
         endMarker(); // it is armed anew, if the marker is on
     m_pipeline.marker().disarm();
+    checkMarkerOption();
     const double rate = m_controler.devicer().recordSampleRate();
     m_markerRate = 0.0;
     if (!m_markerSwitch || m_controler.devicer().recordSource() < 0 || rate <= 0.0)
@@ -119,12 +139,12 @@ void VmRecorder::fitMarkerToInput() {
 // --- when it is due ------------------------------------------------------------------------------------------
 
 int VmRecorder::markerIntervalWithNumber(int number) {
-    static constexpr int minutes[] = {1, 3, 5, 15, 30};
-    return number >= 0 && number < 5 ? minutes[number] : 30;
+    static constexpr int minutes[markerOptions] = {1, 3, 5, 15, 30};
+    return number >= 0 && number < markerOptions ? minutes[number] : 30;
 }
 
 bool VmRecorder::isMarkerDue(int option, int minute) {
-    return option >= 0 && option < 5 && minute % markerIntervalWithNumber(option) == 0;
+    return option >= 0 && option < markerOptions && minute % markerIntervalWithNumber(option) == 0;
 }
 
 Date VmRecorder::presentMinute() const {
@@ -174,6 +194,16 @@ void VmRecorder::armMarkerFor(Date minute) {
         return; // left to the file that follows, if one does
     m_markerMinute = minute;
     m_pipeline.marker().arm(frame, number == 0 ? 2U : number == 30 ? 1U : 0U);
+}
+
+void VmRecorder::armMarkerAnew() {
+    const MarkerMixer& marker = m_pipeline.marker();
+    if (marker.writeMarker() != 0 && !marker.hasBegun())
+        endMarker();
+    // A minute that began without it stays without: a late marker tells a wrong time.
+    m_markerMinute = std::max(m_markerMinute.value_or(Date{}), presentMinute());
+    if (condition() == RecordCondition::recording)
+        armMarker();
 }
 
 void VmRecorder::endMarker() {

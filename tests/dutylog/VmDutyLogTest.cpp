@@ -193,6 +193,21 @@ TEST_F(VmDutyLogTest, numbersTheRecordingsOfEachDutyFromOne) {
     }
 }
 
+TEST_F(VmDutyLogTest, tellsOfNoLoss_ofCleanRecordingsOfAnyLength) {
+    LogDesk it(folder, morning, {{"SamplingRateNumber", 1}, {"ChannelsNumber", 1}}, 44100.0);
+    it.desk.launch();
+    for (int recording = 0; recording < 40; ++recording) {
+        it.added();
+        it.recorder().recordButton().press(true);
+        it.desk.runFor(1.0 + recording * 0.137);
+        it.recorder().recordButton().press(false);
+        it.desk.runFor(2.0);
+        const std::string added = it.added();
+        EXPECT_NE(added.find("\tlost data\t= 0bytes(0.000000seconds, 0.000000%)\n"), std::string::npos)
+            << added;
+    }
+}
+
 TEST_F(VmDutyLogTest, writesNoBook_whileItIsSwitchedOff_evenIfItIsSwitchedOnLater) {
     Settings settings = fullRateStereo;
     settings.push_back({"WriteLogBook", false});

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -260,5 +261,33 @@ TEST_F(MarkerSoundTest, neverFailsOtherwise_whereverTheFileIsTorn) {
             EXPECT_EQ(torn.samples.empty(), torn.outcome != Outcome::loaded) << name << " " << length;
             EXPECT_LE(torn.samples.size(), most) << name << " " << length;
         }
+    }
+}
+
+TEST_F(MarkerSoundTest, givesUpSoon_whenAFileIsNothingButEmptyChunks) {
+    const std::string heads[] = {
+        std::string("RIFF\xff\xff\xff\x7fWAVE", 12),
+        std::string("RIFF\xff\xff\xff\x7fWAVEfmt \x10\0\0\0\1\0\1\0@\x1f\0\0\x80>\0\0\2\0\x10\0", 36),
+        std::string("FORM\x7f\xff\xff\xff"
+                    "AIFF",
+                    12),
+        std::string("FORM\x7f\xff\xff\xff"
+                    "8SVX",
+                    12),
+        std::string("caff\0\1\0\0", 8),
+        std::string("Creative Voice File\x1a\x1a\0\x0a\1\x29\x11", 26)};
+    for (const std::string& head : heads) {
+        const std::string path = sounds.writeBytes("chunks", head);
+        // A gigabyte, of which the disk has only the begin.
+        std::filesystem::resize_file(path, 1024 * 1024 * 1024);
+        std::clock_t begin = std::clock();
+        EXPECT_EQ(outcomeOf(path), Outcome::noSound) << head;
+        EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, 2.0) << head;
+        std::string chunks = head;
+        while (chunks.size() < 16 * 1024 * 1024)
+            chunks += std::string("junk\0\0\0\0", 8);
+        begin = std::clock();
+        EXPECT_EQ(outcomeOf(sounds.writeBytes("chunks", chunks)), Outcome::noSound) << head;
+        EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, 2.0) << head;
     }
 }

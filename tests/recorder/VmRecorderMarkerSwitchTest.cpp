@@ -204,3 +204,62 @@ TEST(VmRecorderMarkerSwitch, isLoadedWhenAnInputComes_ifThereWasNone) {
     EXPECT_EQ(it.onsets().size(), 1U);
     EXPECT_FALSE(it.happened(std::string("SomeErrorHappen: ") + openError));
 }
+
+TEST(VmRecorderMarkerSwitch, saysOnceThatItsIntervalIsUnknown) {
+    const std::string said = "VmRecorder: marker interval 7 is unknown, the marker does not sound.";
+    MarkedDesk it({{"MarkerSoundOption", 7}}, {silentInput(8000.0), deskOutput()}, beforeTen);
+    const auto times = [&] {
+        return std::count(it.events.begin(), it.events.end(), "SomeErrorHappen: " + said);
+    };
+    EXPECT_EQ(times(), 1);
+    EXPECT_TRUE(it.logged(said));
+    it.record(120.0);
+    it.recorder().markerButton().press(false);
+    it.recorder().markerButton().press(true);
+    it.recorder().setMarkerOption(7);
+    EXPECT_EQ(times(), 1);
+    EXPECT_TRUE(it.recorder().markerSwitch()); // kept, as is the setting
+    EXPECT_TRUE(it.onsets().empty());
+    it.recorder().setMarkerOption(0);
+    it.recorder().setMarkerOption(-1);
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: marker interval -1 is unknown, the marker does not "
+                            "sound."));
+    it.recorder().setMarkerOption(7);
+    EXPECT_EQ(times(), 2); // it was another one meanwhile
+}
+
+TEST(VmRecorderMarkerSwitch, saysNothingOfItsInterval_whileItIsOff) {
+    MarkedDesk it({{"MarkerSoundOption", 7}, {"MarkerSoundSwitch", false}}, {silentInput(8000.0), deskOutput()},
+                  beforeTen);
+    EXPECT_FALSE(it.happened("SomeErrorHappen"));
+    it.recorder().markerButton().press(true);
+    EXPECT_TRUE(it.happened("SomeErrorHappen"));
+}
+
+TEST(VmRecorderMarkerSwitch, doesNotSoundLate_whenItIsSwitchedOnJustAfterTheMinute) {
+    for (const double after : {0.05, 0.5, 1.0}) {
+        MarkedDesk it({{"MarkerSoundSwitch", false}}, {silentInput(8000.0), deskOutput()}, beforeTen);
+        it.recorder().recordButton().press(true);
+        it.desk.runFor(40.0 + after); // 09:59
+        it.recorder().markerButton().press(true);
+        it.desk.runFor(50.0);
+        it.recorder().recordButton().press(false);
+        it.desk.runFor(2.0);
+        EXPECT_TRUE(it.onsets().empty()) << after;
+    }
+}
+
+TEST(VmRecorderMarkerSwitch, followsAnIntervalThatIsChosenJustBeforeTheMinute_orJustAfterIt) {
+    for (const double moment : {-1.5, -0.5, -0.001, 0.7, 1.0})
+        for (const bool isOften : {true, false}) {
+            MarkedDesk it({{"MarkerSoundOption", isOften ? 4 : 0}}, {silentInput(8000.0), deskOutput()},
+                          beforeTen);
+            it.recorder().recordButton().press(true);
+            it.desk.runFor(40.0 + moment); // 09:59
+            it.recorder().setMarkerOption(isOften ? 0 : 4);
+            it.desk.runFor(50.0);
+            it.recorder().recordButton().press(false);
+            it.desk.runFor(2.0);
+            EXPECT_EQ(it.onsets().size(), isOften == (moment < 0.0) ? 1U : 0U) << moment << isOften;
+        }
+}

@@ -66,7 +66,7 @@ TEST_P(MarkerOption, soundsAtItsMinutes_twiceAtTheHalfHour_threeTimesAtTheHour) 
         const Heard result = heard(it, start);
         EXPECT_EQ(result.times, expectedTimes(interval)) << shown;
         EXPECT_LT(result.latest, 0.2) << shown;
-        EXPECT_FALSE(it.happened("SomeErrorHappen"));
+        EXPECT_EQ(it.happened("SomeErrorHappen"), interval == 0); // an interval that is none
     }
 }
 
@@ -182,6 +182,53 @@ TEST(VmRecorderMarker, isWholeInOneFile_whenTheClockIsSetALittleAroundTheHour) {
             for (std::size_t i = 0; i + 1 < names.size(); ++i)
                 EXPECT_EQ(it.samples(names[i]).back(), 0) << by << " at " << at;
         }
+}
+
+TEST(VmRecorderMarker, isWholeInOneFile_whenTheHourSwitchIsPressedJustBeforeTheHour) {
+    for (const bool isOn : {true, false})
+        for (const double at : {97.9, 98.3, 99.0, 99.7, 99.97, 99.999}) { // seconds; the hour comes after 100
+            MarkedDesk it({{"MarkerSoundOption", 4}, {"StartOnTheHour", !isOn}},
+                          {silentInput(8000.0), deskOutput()}, beforeTen);
+            it.recorder().recordButton().press(true);
+            it.desk.runFor(at);
+            it.recorder().hourButton().press(isOn);
+            it.desk.runFor(140.0 - at);
+            it.recorder().recordButton().press(false);
+            it.desk.runFor(2.0);
+            EXPECT_EQ(it.onsets().size(), 3U) << at;
+            const auto names = it.recordings();
+            ASSERT_EQ(names.size(), isOn ? 2U : 1U) << at;
+            if (!isOn)
+                continue;
+            EXPECT_EQ(it.samples(names[0]).back(), 0) << at;
+            EXPECT_GT(it.samples(names[1]).front(), 1500) << at; // its very first frame
+        }
+}
+
+TEST(VmRecorderMarker, goesOnInTheNextFile_whenItIsLongerThanTheFileIs) {
+    MarkedDesk it({{"MaxRecordTime", 40.0}}, {silentInput(8000.0), deskOutput()}, beforeTen);
+    std::vector<std::int16_t> sound(30 * 8000);
+    for (std::size_t i = 0; i < sound.size(); ++i)
+        sound[i] = static_cast<std::int16_t>(10 + i % 97);
+    it.sounds.writeAiff("Long.aiff", 8000, 1, sound);
+    it.recorder().setMarkerSound("Long");
+    it.desk.runFor(5.0);
+    it.recorder().recordButton().press(true); // ends at 09:59:05 and 09:59:45
+    it.desk.runFor(90.0);
+    it.recorder().recordButton().press(false);
+    it.desk.runFor(2.0);
+    const auto names = it.recordings();
+    ASSERT_EQ(names.size(), 3U);
+    std::vector<std::int16_t> heard;
+    for (const std::string& name : names)
+        for (const std::int16_t sample : it.samples(name))
+            if (sample != 0)
+                heard.push_back(sample);
+    EXPECT_NE(it.samples(names[0]).back(), 0);
+    EXPECT_EQ(heard.size(), sound.size());
+    const auto cut = std::mismatch(heard.begin(), heard.end(), sound.begin(), sound.end(),
+                                   [](int one, int other) { return std::abs(one - other) <= 1; });
+    EXPECT_EQ(cut.first - heard.begin(), static_cast<std::ptrdiff_t>(sound.size())); // one whole sound
 }
 
 TEST(VmRecorderMarker, soundsAtTheTrueHour_afterTheClockWasSetBack) {

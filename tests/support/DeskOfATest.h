@@ -74,7 +74,9 @@ public:
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
     bool happened(const std::string& event) const {
-        return std::find(events.begin(), events.end(), event) != events.end();
+        return std::any_of(events.begin(), events.end(), [&event](const std::string& each) {
+            return each == event || each.starts_with(event + ": ");
+        });
     }
 
 private:

@@ -24,6 +24,17 @@ constexpr int lookInterval = 1000; // milliseconds, where no change is announced
 QString textOf(const Texts& texts, const char* key) {
     return QString::fromStdString(texts(key));
 }
+
+/// Lines as they are shown: what the view would take for another end of a line becomes a blank, so that a
+/// letter is where it was found.
+QString linesOf(const std::string& text) {
+    QString lines = QString::fromStdString(text);
+    for (QChar& letter : lines)
+        if (letter == u'\r' || letter == QChar::Null || letter == QChar::ParagraphSeparator ||
+            letter == u'\uFDD0' || letter == u'\uFDD1')
+            letter = u' ';
+    return lines;
+}
 } // namespace
 
 LogBookWindow::LogBookWindow(Volume& volume, const Texts& texts, std::function<std::string()> path)
@@ -37,6 +48,8 @@ LogBookWindow::LogBookWindow(Volume& volume, const Texts& texts, std::function<s
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, [this] { look(); });
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] { look(); });
     connect(&m_timer, &QTimer::timeout, this, [this] { look(); });
+    m_searchTimer.setSingleShot(true);
+    connect(&m_searchTimer, &QTimer::timeout, this, [this] { searchOn(); });
 }
 
 void LogBookWindow::makeView(const Texts& texts) {
@@ -127,11 +140,13 @@ void LogBookWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     look();
     m_timer.start(lookInterval);
+    goOnSearching();
 }
 
 void LogBookWindow::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     m_timer.stop();
+    m_searchTimer.stop();
 }
 
 // --- following -----------------------------------------------------------------------------------------------
@@ -163,14 +178,15 @@ void LogBookWindow::look() {
         break;
     case LogBookReader::Change::anew:
         m_stack->setCurrentWidget(m_view);
-        showText(QString::fromStdString(look.text));
+        showText(linesOf(look.text));
         break;
     case LogBookReader::Change::added:
-        addText(QString::fromStdString(look.text));
+        addText(linesOf(look.text));
         break;
     }
     m_earlier->setVisible(m_stack->currentWidget() == m_view && m_reader.hasEarlier());
-    findPlaces();
+    showCount();
+    goOnSearching();
 }
 
 bool LogBookWindow::isAtEnd() const {
@@ -184,13 +200,17 @@ void LogBookWindow::goToEnd() {
 
 void LogBookWindow::showText(const QString& text) {
     m_hasPresent = false;
+    m_search.clear();
+    m_search.append(text);
     m_view->setPlainText(text);
     goToEnd();
+    m_search.scan();
 }
 
 void LogBookWindow::addText(const QString& text) {
     // Not when a place that was found is being looked at.
     const bool follows = isAtEnd() && !m_view->textCursor().hasSelection();
+    m_search.append(text);
     QTextCursor end(m_view->document());
     end.movePosition(QTextCursor::End);
     end.insertText(text);
@@ -199,46 +219,59 @@ void LogBookWindow::addText(const QString& text) {
 }
 
 void LogBookWindow::showEarlier() {
-    const QString text = QString::fromStdString(m_reader.earlier());
+    const QString text = linesOf(m_reader.earlier());
     const int before = m_view->verticalScrollBar()->value();
     const int lines = m_view->blockCount();
     QTextCursor begin(m_view->document());
     begin.insertText(text);
     m_view->verticalScrollBar()->setValue(before + m_view->blockCount() - lines);
-    m_earlier->setVisible(m_reader.hasEarlier());
-    m_hasPresent = false;
-    findPlaces();
+    m_search.prepend(text);
+    m_earlier->setVisible(m_reader.hasEarlier() && !text.isEmpty());
+    goOnSearching();
 }
 
 // --- search --------------------------------------------------------------------------------------------------
 
 void LogBookWindow::search() {
     m_hasPresent = false;
-    findPlaces();
-    if (m_places.empty())
-        return;
-    // From what is being looked at on.
-    const int from = m_view->textCursor().selectionStart();
-    const auto place = std::ranges::lower_bound(m_places, from);
-    select(place == m_places.end() ? m_places.size() - 1 : static_cast<std::size_t>(place - m_places.begin()));
+    m_search.setQuery(m_query->text());
+    m_wantsFirst = !m_query->text().isEmpty();
+    searchOn();
 }
 
-void LogBookWindow::findPlaces() {
-    m_places.clear();
-    if (const QString query = m_query->text(); !query.isEmpty()) {
-        const QString text = m_view->toPlainText();
-        for (qsizetype at = text.indexOf(query, 0, Qt::CaseInsensitive); at >= 0;
-             at = text.indexOf(query, at + query.size(), Qt::CaseInsensitive))
-            m_places.push_back(static_cast<int>(at));
-    }
-    m_hasPresent = m_hasPresent && m_present < m_places.size();
+bool LogBookWindow::maySearchEarlier() const {
+    return !m_search.query().isEmpty() && m_earlier->isVisible() &&
+           m_view->document()->characterCount() < mostLoaded;
+}
+
+void LogBookWindow::searchOn() {
+    const std::size_t count = m_search.count();
+    if (m_search.isDone() && maySearchEarlier())
+        showEarlier();
+    m_search.scan();
+    m_present += m_search.count() - count; // those found now come first
+    selectFirst();
     showCount();
+    goOnSearching();
+}
+
+void LogBookWindow::goOnSearching() {
+    if (isVisible() && (!m_search.isDone() || maySearchEarlier()))
+        m_searchTimer.start(0);
+}
+
+void LogBookWindow::selectFirst() {
+    if (!m_wantsFirst || m_search.count() == 0)
+        return;
+    m_wantsFirst = false;
+    // From what is being looked at on.
+    select(m_search.placeFrom(m_view->textCursor().selectionStart()));
 }
 
 void LogBookWindow::step(int direction) {
-    if (m_places.empty())
+    const std::size_t count = m_search.count();
+    if (count == 0)
         return;
-    const std::size_t count = m_places.size();
     if (m_hasPresent)
         select((m_present + count + (direction > 0 ? 1 : count - 1)) % count);
     else
@@ -249,25 +282,29 @@ void LogBookWindow::select(std::size_t place) {
     m_present = place;
     m_hasPresent = true;
     QTextCursor cursor(m_view->document());
-    cursor.setPosition(m_places[place]);
-    cursor.setPosition(m_places[place] + static_cast<int>(m_query->text().size()), QTextCursor::KeepAnchor);
+    const int position = m_search.position(place);
+    cursor.setPosition(position);
+    cursor.setPosition(position + static_cast<int>(m_search.query().size()), QTextCursor::KeepAnchor);
     m_view->setTextCursor(cursor);
     m_view->ensureCursorVisible();
     showCount();
 }
 
 void LogBookWindow::showCount() {
-    const bool found = !m_places.empty();
+    const bool found = m_search.count() != 0;
     m_previous->setEnabled(found);
     m_next->setEnabled(found);
-    if (m_query->text().isEmpty())
+    const bool goesOn = !m_search.isDone() || maySearchEarlier();
+    const QString more = goesOn ? QStringLiteral("\u2026") : QString();
+    if (m_search.query().isEmpty())
         m_count->clear();
     else if (!found)
-        m_count->setText(textOf(m_texts, "LogBookNotFound"));
+        m_count->setText(goesOn ? more : textOf(m_texts, "LogBookNotFound"));
     else
         m_count->setText(textOf(m_texts, "LogBookCount")
                              .arg(m_hasPresent ? static_cast<int>(m_present) + 1 : 0)
-                             .arg(m_places.size()));
+                             .arg(m_search.count()) +
+                         more);
 }
 
 void LogBookWindow::leave() {

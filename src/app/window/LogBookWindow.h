@@ -1,5 +1,6 @@
 // app/window/LogBookWindow.h — shows the log book while it is being written.
 #pragma once
+#include "app/window/LogBookSearch.h"
 #include "dutylog/LogBookReader.h"
 
 #include <functional>
@@ -7,7 +8,6 @@
 #include <QTimer>
 #include <QWidget>
 #include <string>
-#include <vector>
 
 class QLabel;
 class QLineEdit;
@@ -16,11 +16,15 @@ class QPushButton;
 class QStackedWidget;
 class Texts;
 
-/// Follows the book live and searches in it. A reader at the end stays at the end; one further up stays where
-/// he is. Ctrl+F searches, F3 and Shift+F3 go to the next and the previous place, Esc leaves the search, then
-/// the window. Main thread only.
+/// Follows the book live and searches in it. It opens with the last page of the book; a search brings the pages
+/// before it, one after the other while the window goes on working, up to `mostLoaded`. A reader at the end
+/// stays at the end; one further up stays where he is. Ctrl+F searches, F3 and Shift+F3 go to the next and the
+/// previous place, Esc leaves the search, then the window. Main thread only.
 class LogBookWindow : public QWidget {
 public:
+    static constexpr qsizetype mostLoaded =
+        32 * 1024 * 1024; ///< letters that a search loads; the memory is bounded
+
     /// `path` tells where the book lies, each time that is asked for.
     LogBookWindow(Volume& volume, const Texts& texts, std::function<std::string()> path);
 
@@ -42,7 +46,10 @@ private:
     void addText(const QString& text);
     void showEarlier();
     void search();
-    void findPlaces();
+    void searchOn();
+    void goOnSearching();
+    bool maySearchEarlier() const;
+    void selectFirst();
     void step(int direction);
     void select(std::size_t place);
     void showCount();
@@ -63,7 +70,9 @@ private:
     QPushButton* m_previous = nullptr;
     QPushButton* m_next = nullptr;
     QLabel* m_count = nullptr;
-    std::vector<int> m_places; ///< where the query stands in the text
-    std::size_t m_present = 0; ///< the one that is selected
+    LogBookSearch m_search;
+    QTimer m_searchTimer;      ///< the next page, when nothing else is to be done
+    std::size_t m_present = 0; ///< the place that is selected
     bool m_hasPresent = false;
+    bool m_wantsFirst = false; ///< the first place that is found is to be selected
 };
