@@ -9,6 +9,7 @@
 #include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
+#include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -42,6 +43,7 @@ VmControler::VmControler(const Seams& seams)
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
     m_player = std::make_unique<VmPlayer>(*this);
+    m_analyzer = std::make_unique<VmAnalyzer>(*this, m_player->waveView());
     m_devicer->awake();
     m_player->awake();
     m_reservelist->awake();
