@@ -9,6 +9,7 @@ class VmDevice;
 class VmDutyLog;
 class VmLevelMeter;
 class VmMechanic;
+class VmPlayer;
 class VmRecorder;
 class VmReserveList;
 class VmReserver;
@@ -31,6 +32,7 @@ public:
     VmDutyLog& dutylog() const { return *m_dutylog; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
+    VmPlayer& player() const { return *m_player; }
     VmRecorder& recorder() const { return *m_recorder; }
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
@@ -63,5 +65,6 @@ private:
     std::unique_ptr<VmReserveList> m_reservelist;
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
+    std::unique_ptr<VmPlayer> m_player;
     std::unique_ptr<VmDevice> m_devicer;
 };

@@ -42,8 +42,6 @@ public:
     void renewListAndControl();
     /// Reads the record folder.
     void initDataSource();
-    VmPlayList& dataSource() const { return *m_dataSource; }
-    VmWaveView& waveView() const { return *m_waveView; }
     /// The row handler of the record table.
     void selectionDidChange();
     /// Full path of the selected recording; empty when none is.
@@ -126,10 +124,41 @@ public:
                                  void* clientData) noexcept KA_REALTIME;
 
 private:
+    struct Range {
+        double start = 0.0;  ///< view points
+        double length = 0.0; ///< 0 is no selection
+        double width = 0.0;  ///< of the whole view
+    };
+    Range selection() const;
+    bool isSelected() const;
+    std::int64_t positionAt(double point, double width) const;
+
+    void bindControls();
+    void showStepFast(int steps);
+    void enablePlayback();
+    void forgetFile();
+    void fitToDevice();
+    void refreshLength();
+    void showLength();
+    void reopenIfReplaced();
+    void startPlaying();
+    void stopPlaying();
+    void stopForFault();
+    void setSliderPosition(std::int64_t position);
+    void moveTo(std::int64_t position, Button& button);
+    void redrawPositionLine();
+    void readStep(std::int64_t readSize, double ratio);
+    void armDisplay();
+    void endOfPlayback();
+    void reportError(const std::string& text) const;
+    std::int64_t bytesPerSecond() const;
+    unsigned fill(AudioBufferList& output) noexcept KA_REALTIME;
+    void sayEnd() noexcept KA_REALTIME;
+
     VmControler& m_controler;
-    std::unique_ptr<VmPlayList> m_dataSource;
-    std::unique_ptr<VmWaveView> m_waveView;
     std::string m_selectedName;
+    std::string m_playbackPath; ///< where the open file was found
+    double m_startSecond = 0.0; ///< second of the day at which the selected recording begins
 
     int m_stepFast = 10;
     std::unique_ptr<SoundFile> m_playbackFile;
@@ -149,6 +178,12 @@ private:
     std::int64_t m_fileReadPos = 0;
     std::unique_ptr<Timer> m_readTimer;
     std::unique_ptr<Timer> m_dispTimer;
+
+    bool m_playing = false;                   ///< from the press to the stop, also while paused for a drag
+    bool m_paused = true;                     ///< no cycle takes from the queue
+    std::atomic<std::int64_t> m_cycleTail{0}; ///< the tail position, for the cycles
+    double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
+    std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
 
     bool m_verifyDelete = true;
     std::string m_deleteFile;
