@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
+#include <span>
 #include <spawn.h>
 #include <string>
 #include <sys/resource.h>
@@ -41,16 +42,23 @@ std::string seconds(double value) {
     return text;
 }
 
-/// 2 GiB, the most that a file may have, with holes for sound: its pages are in memory once they were read.
+/// 2 GiB, the most that a file may have. Its sound is written: holes would be read from nowhere.
 std::string makeLongestSound(const std::string& folder) {
     std::string path = folder + "/_Velmoratide_20260302_000000~032300.aif";
     PosixVolume volume;
     auto created = SoundFile::create(volume, path, rate, 2);
-    if (!created.file || !created.file->close())
-        return {};
-    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(SoundFile::largestFile) / 4096 * 4096);
-    auto opened = SoundFile::openForUpdating(volume, path);
-    return opened.file && opened.file->close() ? path : std::string();
+    std::vector<std::int16_t> samples(1 << 20);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::int16_t>(i * 7919 % 65536 - 32768);
+    bool written = created.file != nullptr;
+    std::int64_t room = (SoundFile::largestFile - AiffHeader::soundAt) / 4 * 2; // samples, whole frames
+    for (std::int64_t at = 0; written && room > 0;) {
+        const auto count = std::min(static_cast<std::int64_t>(samples.size()), room);
+        written = created.file->writeSamples(at, std::span(samples).first(static_cast<std::size_t>(count)));
+        at += count * 2;
+        room -= count;
+    }
+    return written && created.file->close() ? path : std::string();
 }
 
 double readPages(const std::string& path) {
