@@ -6,13 +6,13 @@
 #include "library/WaveformPicture.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
-#include "support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
+#include <span>
 #include <spawn.h>
 #include <string>
 #include <sys/resource.h>
@@ -26,22 +26,39 @@ constexpr QSize size(480, 80);
 constexpr int rounds = 3;
 constexpr std::size_t pieceBytes = std::size_t{128} * 1024;
 
+/// Goes with all that is in it.
+struct Folder {
+    Folder() { path = ::mkdtemp(path.data()) == nullptr ? std::string() : path; }
+    ~Folder() {
+        std::error_code ignored; // it is the system's temporary folder
+        std::filesystem::remove_all(path, ignored);
+    }
+    std::string path = std::filesystem::temp_directory_path().string() + "/waveform-XXXXXX";
+};
+
 std::string seconds(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.2f s", value);
     return text;
 }
 
-/// 2 GiB, the most that a file may have, with holes for sound: its pages are in memory once they were read.
+/// 2 GiB, the most that a file may have. Its sound is written: holes would be read from nowhere.
 std::string makeLongestSound(const std::string& folder) {
     std::string path = folder + "/_Velmoratide_20260302_000000~032300.aif";
     PosixVolume volume;
     auto created = SoundFile::create(volume, path, rate, 2);
-    if (!created.file || !created.file->close())
-        return {};
-    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(SoundFile::largestFile) / 4096 * 4096);
-    auto opened = SoundFile::openForUpdating(volume, path);
-    return opened.file && opened.file->close() ? path : std::string();
+    std::vector<std::int16_t> samples(1 << 20);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::int16_t>(i * 7919 % 65536 - 32768);
+    bool written = created.file != nullptr;
+    std::int64_t room = (SoundFile::largestFile - AiffHeader::soundAt) / 4 * 2; // samples, whole frames
+    for (std::int64_t at = 0; written && room > 0;) {
+        const auto count = std::min(static_cast<std::int64_t>(samples.size()), room);
+        written = created.file->writeSamples(at, std::span(samples).first(static_cast<std::size_t>(count)));
+        at += count * 2;
+        room -= count;
+    }
+    return written && created.file->close() ? path : std::string();
 }
 
 double readPages(const std::string& path) {
@@ -100,10 +117,10 @@ double drawPackaged(const std::string& path, const std::string& folder) {
 } // namespace
 
 int main() {
-    const TemporaryFolder folder;
-    const std::string path = makeLongestSound(folder.path());
+    const Folder folder;
+    const std::string path = makeLongestSound(folder.path);
     if (path.empty()) {
-        std::fprintf(stderr, "WaveformBench: cannot make a sound file in %s\n", folder.path().c_str());
+        std::fprintf(stderr, "WaveformBench: cannot make a sound file in %s\n", folder.path.c_str());
         return 1;
     }
     readPages(path); // brings the pages into memory
@@ -121,7 +138,7 @@ int main() {
     std::printf("ten hours are three such files: reading %.2f s, drawing %.2f s\n", limit * 10.0 / 3.383,
                 ours * 10.0 / 3.383);
     reportFigure(what, seconds(ours), seconds(limit) + " reading the pages", ours / limit, Aim::atMost, 1.2);
-    if (const double packaged = drawPackaged(path, folder.path()); packaged > 0.0)
+    if (const double packaged = drawPackaged(path, folder.path); packaged > 0.0)
         reportFigure("packaged drawer (ffmpeg) against ours", seconds(packaged), seconds(ours) + " ours",
                      packaged / ours, Aim::atLeast, 5.0);
     else

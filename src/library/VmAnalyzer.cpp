@@ -11,7 +11,6 @@
 #include "library/VmWaveView.h"
 #include "library/WaveformEnvelope.h"
 #include "library/WaveformPicture.h"
-#include "storage/Paths.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
@@ -73,8 +72,7 @@ void VmAnalyzer::startWorker() {
 }
 
 bool VmAnalyzer::isProgressPath(const std::string& path) const {
-    const std::string name = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
-    return !name.empty() && path == Paths::inFolder(m_controler.mechanic().recordFolder(), name);
+    return path == m_controler.seams().defaults.stringForKey("ProgressSoundFileName"); // a full path
 }
 
 std::optional<QImage> VmAnalyzer::imageWithSoundFile(const std::string& path) {

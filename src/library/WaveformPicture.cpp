@@ -2,7 +2,6 @@
 
 #include "base/Formatted.h"
 #include "library/TiffFile.h"
-#include "storage/Paths.h"
 #include "storage/SoundFileNames.h"
 #include "storage/Volume.h"
 

@@ -152,9 +152,8 @@ TEST_F(VmAnalyzerTest, takesThePictureAway_whenTheSoundIsDeletedBeforeItIsDone) 
 }
 
 TEST_F(VmAnalyzerTest, handsTheProgressPictureOutOnceAndKeepsNone) {
-    const std::string name = "_Velmoratide_20071024_093000~093000.aif";
-    const std::string path = withSound(name);
-    desk.desk.defaults.set("ProgressSoundFileName", std::string_view(name));
+    const std::string path = withSound();
+    desk.desk.defaults.set("ProgressSoundFileName", std::string_view(path));
     analyzer->createImageFileWithSoundFile(path);
     letWork();
     EXPECT_EQ(made, Names{path});

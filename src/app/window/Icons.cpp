@@ -92,30 +92,12 @@ QPainterPath microphonePath() {
     return path;
 }
 
-/// A triangle that points to what comes next.
-QPainterPath playPath() {
-    QPainterPath path(QPointF(7, 4.5));
-    path.lineTo(19, 12);
-    path.lineTo(7, 19.5);
-    path.closeSubpath();
-    return path | stroked(path, 1.6);
-}
-
 /// An archive box.
 QPainterPath keepPath() {
     QPainterPath path = roundRect({3, 4, 18, 5}, 1.5);
     path |= stroked(polyline({{5, 11}, {5, 19.5}, {19, 19.5}, {19, 11}}));
     path |= stroked(polyline({{9.5, 13}, {14.5, 13}}));
     return path;
-}
-
-/// A closed padlock.
-QPainterPath lockPath() {
-    QPainterPath shackle(QPointF(8, 11));
-    shackle.lineTo(8, 8);
-    shackle.arcTo(QRectF(8, 4, 8, 8), 180, -180);
-    shackle.lineTo(16, 11);
-    return stroked(shackle) | roundRect({5, 10.5, 14, 10}, 2.5);
 }
 
 /// A cogwheel.
@@ -136,6 +118,53 @@ QPainterPath helpPath() {
     hook.cubicTo({9, 5.5}, {15, 5.5}, {15, 9.3});
     hook.cubicTo({15, 11.8}, {12, 11.6}, {12, 14});
     return stroked(circle(12, 12, 9.2), 1.8) | stroked(hook) | circle(12, 17.2, 1.3);
+}
+
+/// A triangle that points to the right, to the left with a negative `width`.
+QPainterPath arrow(double x, double width, double halfHeight) {
+    QPainterPath path = polyline({{x, 12 - halfHeight}, {x + width, 12}, {x, 12 + halfHeight}});
+    path.closeSubpath();
+    return path;
+}
+
+QPainterPath lockPath() {
+    QPainterPath bow(QPointF(8, 11));
+    bow.lineTo(8, 8);
+    bow.arcTo(QRectF(8, 3.5, 8, 8), 180, -180);
+    bow.lineTo(16, 11);
+    return roundRect({5, 10.5, 14, 10.5}, 2) | stroked(bow);
+}
+
+/// A pencil.
+QPainterPath notePath() {
+    QPainterPath pencil = polyline({{4, 20}, {5.2, 15}, {15.5, 4.7}, {19.3, 8.5}, {9, 18.8}});
+    pencil.closeSubpath();
+    return pencil | stroked(pencil, 1.0);
+}
+
+/// A bin.
+QPainterPath removePath() {
+    QPainterPath path = stroked(polyline({{4.5, 6.5}, {19.5, 6.5}}));
+    path |= stroked(polyline({{9.5, 6}, {9.5, 3.8}, {14.5, 3.8}, {14.5, 6}}), 1.8);
+    path |= stroked(polyline({{6.5, 7}, {7.4, 20.5}, {16.6, 20.5}, {17.5, 7}}));
+    path |= stroked(polyline({{10.2, 10}, {10.5, 17}}), 1.6);
+    return path | stroked(polyline({{13.8, 10}, {13.5, 17}}), 1.6);
+}
+
+/// An arrow that leaves a box.
+QPainterPath copyPath() {
+    QPainterPath path =
+        stroked(polyline({{8, 10}, {4.5, 10}, {4.5, 20.5}, {19.5, 20.5}, {19.5, 10}, {16, 10}}));
+    path |= stroked(polyline({{12, 15.5}, {12, 4}}));
+    return path | stroked(polyline({{7.8, 7.6}, {12, 3.4}, {16.2, 7.6}}));
+}
+
+QPainterPath speakerPath() {
+    QPainterPath cone = polyline({{3, 9}, {7, 9}, {12.5, 4}, {12.5, 20}, {7, 15}, {3, 15}});
+    cone.closeSubpath();
+    QPainterPath wave(QPointF(15.5, 9));
+    wave.arcTo(QRectF(10.5, 8, 8, 8), 40, -80);
+    return cone | stroked(cone, 1.0) | stroked(wave, 1.8);
 }
 
 void paintApplication(QPainter& painter) {
@@ -168,11 +197,27 @@ QPainterPath Icons::path(Glyph glyph) {
     case Glyph::microphone:
         return microphonePath();
     case Glyph::play:
-        return playPath();
-    case Glyph::keep:
-        return keepPath();
+        return arrow(6, 14, 8.5);
+    case Glyph::head:
+        return arrow(20, -12, 8) | roundRect({4.5, 4, 3, 16}, 1);
+    case Glyph::tail:
+        return arrow(4, 12, 8) | roundRect({16.5, 4, 3, 16}, 1);
+    case Glyph::back:
+        return arrow(12, -9.5, 7.5) | arrow(21.5, -9.5, 7.5);
+    case Glyph::fast:
+        return arrow(2.5, 9.5, 7.5) | arrow(12, 9.5, 7.5);
     case Glyph::lock:
         return lockPath();
+    case Glyph::note:
+        return notePath();
+    case Glyph::remove:
+        return removePath();
+    case Glyph::copy:
+        return copyPath();
+    case Glyph::speaker:
+        return speakerPath();
+    case Glyph::keep:
+        return keepPath();
     case Glyph::preferences:
         return preferencesPath();
     case Glyph::help:
@@ -182,19 +227,22 @@ QPainterPath Icons::path(Glyph glyph) {
 }
 
 std::optional<Glyph> Icons::named(std::string_view image) {
-    static constexpr std::array<std::pair<std::string_view, Glyph>, 13> names{{{"Record", Glyph::record},
-                                                                               {"RecordOff", Glyph::record},
-                                                                               {"RecordOn", Glyph::stop},
-                                                                               {"Stop", Glyph::stop},
-                                                                               {"Reserve", Glyph::timer},
-                                                                               {"ReserveOn", Glyph::timer},
-                                                                               {"Timer", Glyph::timer},
-                                                                               {"Monitor", Glyph::monitor},
-                                                                               {"MonitorOn", Glyph::monitor},
-                                                                               {"Hour", Glyph::hour},
-                                                                               {"HourOn", Glyph::hour},
-                                                                               {"Marker", Glyph::marker},
-                                                                               {"MarkerOn", Glyph::marker}}};
+    static constexpr std::array<std::pair<std::string_view, Glyph>, 15> names{
+        {{"Record", Glyph::record},
+         {"RecordOff", Glyph::record},
+         {"RecordOn", Glyph::stop},
+         {"Stop", Glyph::stop},
+         {"Reserve", Glyph::timer},
+         {"ReserveOn", Glyph::timer},
+         {"Timer", Glyph::timer},
+         {"Monitor", Glyph::monitor},
+         {"MonitorOn", Glyph::monitor},
+         {"Hour", Glyph::hour},
+         {"HourOn", Glyph::hour},
+         {"Marker", Glyph::marker},
+         {"MarkerOn", Glyph::marker},
+         {"PlayButton.png", Glyph::play},
+         {"StopButton.png", Glyph::stop}}};
     for (const auto& [name, glyph] : names)
         if (name == image)
             return glyph;

@@ -17,10 +17,18 @@ enum class Glyph {
     marker,
     microphone,
     play,
-    keep,
+    head,
+    tail,
+    back,
+    fast,
     lock,
+    note,
+    remove,
+    copy,
+    speaker
+    keep,
     preferences,
-    help
+    help,
 };
 
 /// Every drawing is a path, so that it takes any size and any colour.
@@ -28,7 +36,7 @@ namespace Icons {
 /// The path of a glyph in a square of 24 x 24.
 QPainterPath path(Glyph glyph);
 /// The glyph of a `Button`'s image name: "Record" or "RecordOff", "Stop" or "RecordOn", "Timer", and "Reserve",
-/// "Monitor", "Hour", "Marker" with or without "On".
+/// "Monitor", "Hour", "Marker" with or without "On"; "PlayButton.png", "StopButton.png".
 std::optional<Glyph> named(std::string_view image);
 void paint(QPainter& painter, Glyph glyph, const QRectF& square, const QColor& color);
 /// The application's icon, as in share/icons/velmoratide.svg.

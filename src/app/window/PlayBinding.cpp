@@ -1,0 +1,74 @@
+#include "app/window/PlayBinding.h"
+
+#include "app/window/FittingLabel.h"
+#include "app/window/SeekSlider.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QPointer>
+#include <QSignalBlocker>
+#include <QSpinBox>
+
+namespace {
+/// Calls `show` now and after every change, for as long as the widget lives.
+template <typename Model, typename Widget, typename Show>
+void follow(Model& control, Widget& widget, Show show) {
+    show(control, widget);
+    control.observe([&control, guarded = QPointer<Widget>(&widget), show] {
+        if (guarded)
+            show(control, *guarded);
+    });
+}
+} // namespace
+
+void PlayBinding::bind(Slider& control, SeekSlider& widget) {
+    follow(control, widget, [](const Slider& model, SeekSlider& view) {
+        const QSignalBlocker blocker(view);
+        view.setEnabled(model.enabled());
+        view.setRange(model.minimum(), model.maximum());
+        if (!view.isSliderDown())
+            view.setValue(model.value());
+    });
+    QObject::connect(&widget, &SeekSlider::valueChanged, &widget,
+                     [&control](int value) { control.move(value); });
+    QObject::connect(&widget, &SeekSlider::sliderReleased, &widget, [&control, &widget] {
+        control.move(widget.value());
+        const QSignalBlocker blocker(widget);
+        widget.setValue(control.value());
+    });
+}
+
+void PlayBinding::bind(Slider& control, QSpinBox& widget) {
+    follow(control, widget, [](const Slider& model, QSpinBox& view) {
+        const QSignalBlocker blocker(view);
+        view.setEnabled(model.enabled());
+        view.setRange(model.minimum(), model.maximum());
+        view.setValue(model.value());
+    });
+    QObject::connect(&widget, qOverload<int>(&QSpinBox::valueChanged), &widget,
+                     [&control](int value) { control.move(value); });
+}
+
+void PlayBinding::bind(Button& control, QCheckBox& widget) {
+    follow(control, widget, [](const Button& model, QCheckBox& view) {
+        view.setEnabled(model.enabled());
+        view.setChecked(model.isOn());
+    });
+    QObject::connect(&widget, &QCheckBox::clicked, &widget, [&control, &widget](bool on) {
+        control.press(on);
+        widget.setChecked(control.isOn());
+    });
+}
+
+void PlayBinding::bind(Button& control, QAction& action) {
+    follow(control, action, [](const Button& model, QAction& view) { view.setEnabled(model.enabled()); });
+    QObject::connect(&action, &QAction::triggered, &action, [&control] { control.press(!control.isOn()); });
+}
+
+void PlayBinding::bindDevice(Button& control, FittingLabel& widget) {
+    follow(control, widget, [](const Button& model, FittingLabel& view) {
+        view.setVisible(!model.toolTip().empty());
+        view.setTip(QString::fromStdString(model.toolTip()));
+        view.showText(QString::fromStdString(model.toolTip()), FittingLabel::Ink::secondary);
+    });
+}
