@@ -6,6 +6,7 @@
 #include "storage/HidingRename.h"
 #include "storage/StoragePlan.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -65,6 +66,7 @@ public:
 private:
     void setActions();
     void observeKeeper();
+    void onMainThread(std::function<void()> call) const;
     void edited();
 
     // Opening
@@ -116,7 +118,8 @@ private:
     double m_keptBytes = 0.0;       ///< of the keep folder, then
     std::unique_ptr<HidingRename> m_renaming;
     std::unique_ptr<Timer> m_renameTimer;
-    std::unique_ptr<Timer> m_figuresTimer; // while the drawer is open
+    std::unique_ptr<Timer> m_figuresTimer;                        // while the drawer is open
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from another thread
     NotificationCenter::Observation m_compressRatios;
     NotificationCenter::Observation m_compressEnds;
 };
