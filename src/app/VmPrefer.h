@@ -6,10 +6,12 @@
 #include "storage/HidingRename.h"
 #include "storage/StoragePlan.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class UserDefaults;
@@ -55,6 +57,9 @@ public:
     void dispDiskInfo();
     void resetControlState();
 
+    /// Asked before another record folder, an existing one, is taken into use: false keeps the present one.
+    void setFolderGuard(std::function<bool(const std::string&)> guard) { m_folderGuard = std::move(guard); }
+
     /// What the recording settings chosen in the controls need.
     StoragePlan plan() const;
     /// Bytes that are still to be filled by recordings.
@@ -65,6 +70,7 @@ public:
 private:
     void setActions();
     void observeKeeper();
+    void onMainThread(std::function<void()> call) const;
     void edited();
 
     // Opening
@@ -85,6 +91,7 @@ private:
     void applyMarker();
     void applyHiding();
     void applyStorage();
+    void applyFolder(const std::string& folder);
     void applyProgram();
     void applyReserver();
     void applyQuality();
@@ -114,9 +121,11 @@ private:
     float m_opacity = 1.0f;         ///< in force when the drawer was opened
     double m_recordedSeconds = 0.0; ///< of sound in the record folder, when the drawer was opened
     double m_keptBytes = 0.0;       ///< of the keep folder, then
+    std::function<bool(const std::string&)> m_folderGuard;
     std::unique_ptr<HidingRename> m_renaming;
     std::unique_ptr<Timer> m_renameTimer;
-    std::unique_ptr<Timer> m_figuresTimer; // while the drawer is open
+    std::unique_ptr<Timer> m_figuresTimer;                        // while the drawer is open
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from another thread
     NotificationCenter::Observation m_compressRatios;
     NotificationCenter::Observation m_compressEnds;
 };

@@ -2,6 +2,7 @@
 #include "app/VmControler.h"
 #include "app/VmPrefer.h"
 #include "audio/VmDevice.h"
+#include "base/Alert.h"
 #include "base/Clock.h"
 #include "base/Formatted.h"
 #include "base/NotificationCenter.h"
@@ -139,14 +140,26 @@ void VmPrefer::applyStorage() {
         mechanic.setMaxTotalTime(maxTotalText.value() * StoragePlan::secondsPerDay);
         post("KeepPeriodChange");
     }
-    if (isChanged(recordFolderText)) {
-        if (m_renaming != nullptr)
-            proceedRenaming(true); // in the folder that was meant
-        mechanic.setDirPath(Paths::expandingTilde(recordFolderText.text()));
-        post("RecordFolderChange");
-    }
+    if (isChanged(recordFolderText))
+        applyFolder(Paths::trimmed(Paths::expandingTilde(recordFolderText.text())));
     if (isChanged(maxRecordPopup) || isChanged(maxTotalText))
         mechanic.saveUserDefaults(); // a duty of days may end without a quit
+}
+
+void VmPrefer::applyFolder(const std::string& folder) {
+    const Seams& seams = m_controler.seams();
+    if (m_renaming != nullptr)
+        proceedRenaming(true); // in the folder that was meant
+    // Two recorders in one folder would take each other's work files for leftovers.
+    if (m_folderGuard && seams.volume.makeFolder(folder) && !m_folderGuard(folder)) {
+        const std::string message = "VmPrefer: another recorder uses the folder " + folder;
+        seams.log.log(message);
+        seams.notifications.postLogEvent("SomeErrorHappen", message);
+        seams.alert.tell({"FolderInUse", "FolderInUseInfo", "Understand"});
+        return;
+    }
+    m_controler.mechanic().setDirPath(folder);
+    post("RecordFolderChange");
 }
 
 void VmPrefer::applyReserver() {

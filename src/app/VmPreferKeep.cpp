@@ -27,14 +27,21 @@ void VmPrefer::observeKeeper() {
     const Seams& seams = m_controler.seams();
     m_compressRatios =
         seams.notifications.observe("CompressRatioNotification", [this](const Notification& notification) {
-            m_controler.seams().runLoop.post([this, notification] { compressRatioHandle(notification); });
+            onMainThread([this, notification] { compressRatioHandle(notification); });
         });
     // Also after a failure, which the keeper tells.
     m_compressEnds =
         seams.notifications.observe("CompressCompleteNotification", [this](const Notification& notification) {
             if (notification.object.ends_with(testExtension))
-                m_controler.seams().runLoop.post([this] { checkKeepActionEnded(); });
+                onMainThread([this] { checkKeepActionEnded(); });
         });
+}
+
+void VmPrefer::onMainThread(std::function<void()> call) const {
+    m_controler.seams().runLoop.post([alive = std::weak_ptr(m_alive), call = std::move(call)] {
+        if (!alive.expired())
+            call();
+    });
 }
 
 // --- what is in force ----------------------------------------------------------------------------------------

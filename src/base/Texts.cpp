@@ -13,7 +13,7 @@ static void registerTexts() {
 }
 
 namespace {
-constexpr std::array builtIn{std::string_view("en"), std::string_view("ja")};
+constexpr std::array builtIn{std::string_view("en"), std::string_view("ja"), std::string_view("de")};
 
 bool isBuiltIn(std::string_view language) {
     for (const std::string_view known : builtIn)

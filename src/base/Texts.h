@@ -9,7 +9,7 @@ class Texts {
 public:
     Texts() = default;
     explicit Texts(std::map<std::string, std::string, std::less<>> texts) : m_texts(std::move(texts)) {}
-    /// The texts built into the program for `language` ("en", "ja"); an unknown language yields English.
+    /// The texts built into the program for `language` ("en", "ja", "de"); an unknown language yields English.
     static Texts forLanguage(std::string_view language);
     /// The first built-in language of the environment's wishes (LC_ALL, LC_MESSAGES, LANG), English if none.
     static std::string wishedLanguage();

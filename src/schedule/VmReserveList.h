@@ -53,6 +53,9 @@ public:
     /// As `objectValue`; besides "NextSpan", the next recording of an enabled entry in words, and "EntryMark",
     /// what is wrong with an entry.
     std::string cell(int row, std::string_view column) const override;
+    void setCell(int row, std::string_view column, const std::string& text) override {
+        setObjectValue(column, row, text);
+    }
     /// Start and stop of the entry's next recording by its filters; none for one that is disabled.
     std::optional<EntryCalendar::Span> nextSpan(int row) const;
     /// Whether an enabled entry runs at the same time as another one, on some date.

@@ -80,6 +80,9 @@ public:
     int selectedRow() const { return m_selectedRow; } ///< -1 is none
     /// Shows the row's entry in the drawer.
     void setSelectedRow(int row);
+    /// The timer tab is shown, or another one: what follows the clock is read anew.
+    void mainTabSelected();
+    void mainTabUnselected() { timerTable.giveUpEditing(); }
     /// Opens or closes the drawer.
     void actTimerDrawer();
     /// A new entry, from the next five-minute mark, before the selected row.

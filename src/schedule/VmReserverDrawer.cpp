@@ -66,6 +66,11 @@ void VmReserver::setActions() {
         });
 }
 
+void VmReserver::mainTabSelected() {
+    m_controler.reservelist().initReserveList(); // inputs may have come or gone
+    listChanged();
+}
+
 void VmReserver::actTimerDrawer() {
     m_timerDrawerState = drawerButton.isOn();
     drawer.setOpen(m_timerDrawerState);

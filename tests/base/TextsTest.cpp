@@ -31,18 +31,20 @@ private:
 };
 } // namespace
 
-TEST(Texts, haveTheSameKeysInBothLanguages) {
+TEST(Texts, haveTheSameKeysInEveryLanguage) {
     const Texts english = Texts::forLanguage("en");
-    const Texts japanese = Texts::forLanguage("ja");
     ASSERT_GT(english.all().size(), 50u);
-    for (const auto& [key, text] : english.all())
-        EXPECT_TRUE(japanese.has(key)) << key;
-    for (const auto& [key, text] : japanese.all())
-        EXPECT_TRUE(english.has(key)) << key;
+    for (const char* language : {"ja", "de"}) {
+        const Texts other = Texts::forLanguage(language);
+        for (const auto& [key, text] : english.all())
+            EXPECT_TRUE(other.has(key)) << language << " " << key;
+        for (const auto& [key, text] : other.all())
+            EXPECT_TRUE(english.has(key)) << language << " " << key;
+    }
 }
 
 TEST(Texts, areNeverEmpty) {
-    for (const char* language : {"en", "ja"}) {
+    for (const char* language : {"en", "ja", "de"}) {
         const Texts texts = Texts::forLanguage(language);
         for (const auto& [key, text] : texts.all())
             EXPECT_FALSE(text.empty()) << language << " " << key;
@@ -104,6 +106,25 @@ TEST(Texts, showTheKey_whenThereIsNoText) {
     EXPECT_EQ(Texts()("NoSuchText"), "NoSuchText");
     std::map<std::string, std::string, std::less<>> known{{"Known", "text"}};
     EXPECT_EQ(Texts(known)("Known"), "text");
+}
+
+TEST(Texts, keepThePlacesOfNumbers_inEveryLanguage) {
+    const Texts english = Texts::forLanguage("en");
+    for (const char* language : {"ja", "de"}) {
+        const Texts other = Texts::forLanguage(language);
+        for (const auto& [key, text] : english.all())
+            for (const char* place : {"%1", "%2", "%@"})
+                EXPECT_EQ(text.find(place) == std::string::npos, other(key).find(place) == std::string::npos)
+                    << language << " " << key;
+    }
+}
+
+TEST(Texts, areGerman_forAGermanLocale) {
+    const Variable all("LC_ALL", nullptr);
+    const Variable messages("LC_MESSAGES", nullptr);
+    const Variable lang("LANG", "de_AT.UTF-8");
+    EXPECT_EQ(Texts::wishedLanguage(), "de");
+    EXPECT_EQ(Texts::forLanguage("de")("Recording"), "Aufnahme");
 }
 
 TEST(Texts, followTheFirstBuiltInLanguageOfTheEnvironment) {

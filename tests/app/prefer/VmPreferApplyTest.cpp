@@ -95,6 +95,22 @@ TEST(VmPreferApply, storesWhatWasApplied_forALaunchAfterACrash) {
     EXPECT_EQ(desk.stored("DefaultReserveDay").toInt(), 5);
 }
 
+TEST(VmPreferApply, keepsTheFolder_whenAnotherRecorderUsesTheNewOne) {
+    PreferDesk desk;
+    std::string asked;
+    desk.prefer().setFolderGuard([&](const std::string& folder) {
+        asked = folder;
+        return false;
+    });
+    desk.open();
+    desk.prefer().recordFolderText.enter(desk.folder.path() + "/tapes/");
+    desk.prefer().okButton.press(true);
+    EXPECT_EQ(asked, desk.folder.path() + "/tapes");
+    EXPECT_EQ(desk.mechanic().recordFolder(), desk.desk.recordFolder());
+    EXPECT_TRUE(changesOf(desk).empty());
+    EXPECT_EQ(desk.alerts(), Events{"FolderInUse/FolderInUseInfo/Understand"});
+}
+
 TEST(VmPreferApply, givesTheReserverItsDefaults) {
     PreferDesk desk;
     desk.open();

@@ -217,7 +217,7 @@ TEST(VmPrefer, remembersTheLastPage) {
 
 TEST(VmPrefer, hasATextForEveryCaption_andALineOfHelpForEverySetting) {
     PreferDesk desk;
-    for (const char* language : {"en", "ja"}) {
+    for (const char* language : {"en", "ja", "de"}) {
         const Texts texts = Texts::forLanguage(language);
         for (const PreferItem& item : desk.prefer().items()) {
             EXPECT_TRUE(texts.has(item.captionKey())) << item.captionKey();
