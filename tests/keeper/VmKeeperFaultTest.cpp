@@ -125,13 +125,15 @@ TEST(VmKeeperFault, believesASmallFileForSilence) {
 }
 
 TEST(VmKeeperFault, believesNoFileFromBefore) {
-    KeepingDesk duty({});
+    KeepingDesk duty(Settings{{"KeepOperation", false}});
+    duty.launch();
     duty.write(duty.kept(morningName), "sound");
     duty.write(duty.kept(morningName) + ".z", std::string(100, 'h')); // the half that a crash left
-    duty.write(duty.desk.folder + "/settings.json",
-               "{\"CommandPathString\": \"" + duty.compressor("exit 0") + "\"}");
-    duty.launch();
-    EXPECT_TRUE(duty.exists(duty.kept(morningName)));
+    duty.useCompressor("exit 0");
+    duty.keeper().setKeepOperation(true);
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(KeepingDesk::textOf(duty.kept(morningName)), "sound");
+    EXPECT_EQ(duty.lines("it left no compressed file"), 1u);
 }
 
 TEST(VmKeeperFault, keepsNoHalf_ofACompressorThatWorksOnInTheBackground) {
