@@ -45,9 +45,6 @@ public:
     /// Shows the list, and the drawer as it was left. Needs the list and the record sources.
     void awake();
     void saveUserDefaults();
-    /// Its tab is shown: the times of the next starts are told anew.
-    void mainTabSelected();
-    void mainTabUnselected() {}
 
     // Questions
     /// The first enabled entry that may run today and starts in this minute: the same one for the whole minute.
