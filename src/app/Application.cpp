@@ -6,10 +6,15 @@
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
 #include "app/VmPrefer.h"
+#include "app/window/KeepTab.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
+#include "app/window/PlayTab.h"
+#include "app/window/PreferPanel.h"
 #include "app/window/QtAlert.h"
 #include "app/window/QtWorkspace.h"
+#include "app/window/TimerDrawer.h"
+#include "app/window/TimerTab.h"
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "audio/hardware/simulated/SimulatedHardware.h"
 #include "audio/SourceList.h"
@@ -21,8 +26,11 @@
 #include "desktop/LogindSleep.h"
 #include "desktop/PolkitRight.h"
 #include "dutylog/VmDutyLog.h"
+#include "keeper/VmKeeper.h"
+#include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserver.h"
 #include "storage/Paths.h"
 #include "storage/PosixVolume.h"
 #include "storage/VmMechanic.h"
@@ -291,6 +299,19 @@ void Application::showWindow() {
         MainWindow::Events{.mayClose = mayClose,
                            .shown = [&recorder](bool shown) { recorder.setShown(shown); },
                            .activated = [this] { m_controler->applicationDidBecomeActive(); }});
+    VmPlayer& player = m_controler->player();
+    m_window->setPage(1, new PlayTab({player, m_controler->recordTable(), player.waveView()}, m_texts));
+    VmReserver& reserver = m_controler->reserver();
+    m_window->setPage(2, new TimerTab(reserver, m_texts));
+    VmKeeper& keeper = m_controler->keeper();
+    m_window->setPage(3,
+                      new KeepTab({m_controler->keepTable(), keeper.playButton(), keeper.copyButton(),
+                                   keeper.cancelCopyButton(), keeper.deleteButton(), keeper.copyProgressText(),
+                                   keeper.totalFilesText(), keeper.totalTimeText(), keeper.totalSizeText(),
+                                   keeper.compressIndicator()},
+                                  m_texts));
+    m_window->addDrawer(reserver.drawer, new TimerDrawer(reserver, m_texts));
+    m_window->addDrawer(m_controler->prefer().drawer, new PreferPanel(m_controler->prefer(), m_texts));
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
                          [this] { showLogBook(); });
     m_qtAlert->setParentWindow(m_window.get());

@@ -2,6 +2,7 @@
 
 #include "app/window/CaptionButton.h"
 #include "app/window/DigitView.h"
+#include "app/window/Follow.h"
 #include "app/window/IndicatorLamp.h"
 #include "app/window/LampView.h"
 #include "app/window/LevelSlider.h"
@@ -21,16 +22,6 @@ QString shown(const std::string& text) {
 
 QString either(const std::string& own, const QString& otherwise) {
     return own.empty() ? otherwise : shown(own);
-}
-
-/// Calls `show` now and after every change, for as long as the widget lives.
-template <typename Model, typename Widget, typename Show>
-void follow(Model& control, Widget& widget, Show show) {
-    show(control, widget);
-    control.observe([&control, guarded = QPointer<Widget>(&widget), show = std::move(show)] {
-        if (guarded)
-            show(control, *guarded);
-    });
 }
 
 void showButton(const Button& control, CaptionButton& widget, const ButtonFace& face) {

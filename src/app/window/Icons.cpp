@@ -92,6 +92,12 @@ QPainterPath microphonePath() {
     return path;
 }
 
+/// Two leaves, one behind the other.
+QPainterPath duplicatePath() {
+    QPainterPath path = stroked(roundRect({8.5, 8.5, 12, 12}, 2));
+    return path | stroked(polyline({{5, 15.5}, {3.5, 15.5}, {3.5, 3.5}, {15.5, 3.5}, {15.5, 5}}));
+}
+
 /// An archive box.
 QPainterPath keepPath() {
     QPainterPath path = roundRect({3, 4, 18, 5}, 1.5);
@@ -216,6 +222,8 @@ QPainterPath Icons::path(Glyph glyph) {
         return copyPath();
     case Glyph::speaker:
         return speakerPath();
+    case Glyph::duplicate:
+        return duplicatePath();
     case Glyph::keep:
         return keepPath();
     case Glyph::preferences:

@@ -25,10 +25,11 @@ enum class Glyph {
     note,
     remove,
     copy,
-    speaker
+    speaker,
+    duplicate,
     keep,
     preferences,
-    help,
+    help
 };
 
 /// Every drawing is a path, so that it takes any size and any colour.

@@ -3,8 +3,10 @@
 #include "app/MainWindowModel.h"
 #include "app/window/Icons.h"
 #include "app/window/RecordTab.h"
+#include "base/Drawer.h"
 #include "base/Texts.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <QAction>
 #include <QApplication>
@@ -24,7 +26,12 @@ MainWindow::MainWindow(const Controls& controls, const Texts& texts, Events even
     : m_model(controls.window), m_tabs(controls.strip.tabs), m_events(std::move(events)) {
     setWindowTitle(QString::fromStdString(texts("ApplicationName")));
     setWindowIcon(Icons::application());
-    auto* layout = new QVBoxLayout(this);
+    m_all = new QHBoxLayout(this);
+    m_all->setContentsMargins(0, 0, 0, 0);
+    m_all->setSpacing(0);
+    m_own = new QWidget;
+    m_all->addWidget(m_own, 0, Qt::AlignTop);
+    auto* layout = new QVBoxLayout(m_own);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(new TabStrip(controls.strip, texts));
@@ -37,7 +44,7 @@ MainWindow::MainWindow(const Controls& controls, const Texts& texts, Events even
     connect(quit, &QShortcut::activated, this, [this] { close(); });
     connect(&m_resizing, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& size) { setFixedSize(size.toSize()); });
-    setFixedSize(m_model.width(), m_model.height());
+    resizeTo(wantedSize());
     restoreFrame();
     m_model.observe([this] { follow(); });
     m_tabs.observe([this] { m_pages->setCurrentIndex(m_tabs.selected()); });
@@ -55,7 +62,7 @@ void MainWindow::setPage(int index, QWidget* page) {
 }
 
 void MainWindow::follow() {
-    resizeTo({m_model.width(), m_model.height()});
+    resizeTo(wantedSize());
     setWindowOpacity(static_cast<double>(m_model.opacity()));
     if (m_model.isVisible() == isVisible())
         return;
@@ -64,8 +71,30 @@ void MainWindow::follow() {
     m_closing = false;
 }
 
+void MainWindow::addDrawer(Drawer& drawer, QWidget* panel) {
+    m_all->addWidget(panel);
+    m_drawers.emplace_back(&drawer, panel);
+    const auto show = [this, &drawer, panel] {
+        panel->setVisible(drawer.isOpen());
+        resizeTo(wantedSize());
+        if (drawer.isOpen())
+            panel->setFocus();
+    };
+    drawer.observe(show);
+    show();
+}
+
+QSize MainWindow::wantedSize() const {
+    QSize size(m_model.width(), m_model.height());
+    for (const auto& [drawer, panel] : m_drawers)
+        if (drawer->isOpen())
+            size = {size.width() + panel->minimumWidth(), std::max(size.height(), panel->minimumHeight())};
+    return size;
+}
+
 /// The top edge stays, as the window grows and shrinks downwards and to the right.
 void MainWindow::resizeTo(const QSize& size) {
+    m_own->setFixedSize(m_model.width(), m_model.height());
     const int duration = style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this);
     if (m_resizing.endValue().toSize() == size && m_resizing.state() == QAbstractAnimation::Running)
         return;

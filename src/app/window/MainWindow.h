@@ -7,8 +7,12 @@
 #include <QKeySequence>
 #include <QVariantAnimation>
 #include <QWidget>
+#include <utility>
+#include <vector>
 
+class Drawer;
 class MainWindowModel;
+class QHBoxLayout;
 class QStackedWidget;
 class Texts;
 
@@ -30,6 +34,8 @@ public:
 
     /// Takes the place of the page of tab `index`.
     void setPage(int index, QWidget* page);
+    /// Shows `panel`, of a fixed width, at the right edge while `drawer` is open. The window grows by it.
+    void addDrawer(Drawer& drawer, QWidget* panel);
     /// Adds a command to the window's context menu, with its keys.
     void addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command);
 
@@ -42,6 +48,8 @@ protected:
 
 private:
     void follow();
+    /// The size with the open drawers.
+    QSize wantedSize() const;
     void resizeTo(const QSize& size);
     void restoreFrame();
     void tellShown() const;
@@ -50,6 +58,9 @@ private:
     TabView& m_tabs;
     const Events m_events;
     QStackedWidget* m_pages = nullptr;
+    QWidget* m_own = nullptr; // strip and pages, as large as the model says
+    QHBoxLayout* m_all = nullptr;
+    std::vector<std::pair<Drawer*, QWidget*>> m_drawers;
     QVariantAnimation m_resizing; // of the window's size
     bool m_closing = false;       // because the model says so
 };

@@ -1,6 +1,7 @@
 #include "app/window/PlayBinding.h"
 
 #include "app/window/FittingLabel.h"
+#include "app/window/Follow.h"
 #include "app/window/SeekSlider.h"
 
 #include <QAction>
@@ -8,18 +9,6 @@
 #include <QPointer>
 #include <QSignalBlocker>
 #include <QSpinBox>
-
-namespace {
-/// Calls `show` now and after every change, for as long as the widget lives.
-template <typename Model, typename Widget, typename Show>
-void follow(Model& control, Widget& widget, Show show) {
-    show(control, widget);
-    control.observe([&control, guarded = QPointer<Widget>(&widget), show] {
-        if (guarded)
-            show(control, *guarded);
-    });
-}
-} // namespace
 
 void PlayBinding::bind(Slider& control, SeekSlider& widget) {
     follow(control, widget, [](const Slider& model, SeekSlider& view) {
