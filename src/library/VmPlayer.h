@@ -141,6 +141,7 @@ private:
     void listRenewed();
     void followProgress();
     void takeRow();
+    std::string presentPath() const;
     void showImage();
     void showStepFast(int steps);
     void enablePlayback();

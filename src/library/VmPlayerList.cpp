@@ -1,5 +1,6 @@
 // The list of recordings, the selected one, and its picture.
 #include "app/VmControler.h"
+#include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "library/TimeStrings.h"
 #include "library/VmAnalyzer.h"
@@ -9,6 +10,7 @@
 #include "storage/Paths.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
+#include "storage/Volume.h"
 
 #include <array>
 #include <cstdio>
@@ -72,6 +74,16 @@ std::string VmPlayer::selectedPath() const {
     return m_selectedName.empty() ? std::string() : Paths::inFolder(m_dataSource->folder(), m_selectedName);
 }
 
+std::string VmPlayer::presentPath() const {
+    // The recording in progress gets another name every minute; the list learns it a little later.
+    std::string path = selectedPath();
+    if (m_controler.seams().volume.exists(path) ||
+        !m_dataSource->isInProgressAtRow(m_dataSource->rowOfFileName(m_selectedName)))
+        return path;
+    const std::string progress = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
+    return progress.empty() ? path : Paths::inFolder(m_dataSource->folder(), progress);
+}
+
 void VmPlayer::selectionDidChange() {
     const std::string name = m_dataSource->fileNameAtRow(m_controler.recordTable().selectedRow());
     if (!name.empty() && name == m_selectedName && isOpen())
@@ -82,7 +94,7 @@ void VmPlayer::selectionDidChange() {
     takeRow();
     showImage();
     if (!m_selectedName.empty())
-        openFile(selectedPath());
+        openFile(presentPath());
     dispRecordTime();
 }
 
