@@ -5,6 +5,7 @@
 #include "library/TimeStrings.h"
 #include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
+#include "library/VmPlayerFiles.h"
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "storage/Paths.h"
@@ -135,18 +136,9 @@ void VmPlayer::takeRow() {
     const int row = m_selectedName.empty() ? -1 : m_dataSource->rowOfFileName(m_selectedName);
     m_startSecond = TimeStrings::secondsWithTimeString(m_dataSource->startTimeStringAtRow(row));
     m_rowSeconds = m_dataSource->spendTimeAtRow(row);
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton, &m_copyButton})
-        button->setEnabled(row >= 0);
-    if (m_dataSource->isInProgressAtRow(row))
-        onlyCopyButtonSetEnable();
+    m_files->renewButtons();
     if (!isSelected())
         clearSelectRangeText();
-}
-
-void VmPlayer::onlyCopyButtonSetEnable() {
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton})
-        button->setEnabled(false);
-    m_copyButton.setEnabled(true);
 }
 
 void VmPlayer::showImage() {
