@@ -17,6 +17,7 @@
 class SoundFile;
 class UserDefaults;
 class VmControler;
+class VmPlayerFiles;
 class VmPlayList;
 class VmQueBuffer;
 class VmWaveView;
@@ -112,12 +113,14 @@ public:
     /// Seconds of the day at `x` view points of the waveform.
     double secondsAtPoint(double x) const;
     void onlyCopyButtonSetEnable();
-    bool verifyDelete() const { return m_verifyDelete; }
-    void setVerifyDelete(bool verifyDelete) { m_verifyDelete = verifyDelete; }
-    const std::string& deleteFile() const { return m_deleteFile; }
-    const std::string& deleteImage() const { return m_deleteImage; }
-    const std::string& originalFile() const { return m_originalFile; }
-    const std::string& destinationFile() const { return m_destinationFile; }
+    bool verifyDelete() const;
+    void setVerifyDelete(bool verifyDelete);
+    const std::string& deleteFile() const;
+    const std::string& deleteImage() const;
+    const std::string& originalFile() const;
+    const std::string& destinationFile() const;
+    /// The work above; its export shows how far it is.
+    VmPlayerFiles& files() const { return *m_files; }
 
     // I/O thread
     /// Fills one cycle of the play device. Never waits.
@@ -137,10 +140,12 @@ private:
     std::int64_t positionAt(double point, double width) const;
 
     void awakeList();
+    void awakeFiles();
     void bindControls();
     void listRenewed();
     void followProgress();
     void takeRow();
+    std::string presentPath() const;
     void showImage();
     void showStepFast(int steps);
     void enablePlayback();
@@ -197,11 +202,7 @@ private:
     double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
     std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
 
-    bool m_verifyDelete = true;
-    std::string m_deleteFile;
-    std::string m_deleteImage;
-    std::string m_originalFile;
-    std::string m_destinationFile;
+    std::unique_ptr<VmPlayerFiles> m_files; // works with what is above
 
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from other threads
     std::vector<NotificationCenter::Observation> m_observations;  // last: they end first

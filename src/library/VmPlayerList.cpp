@@ -1,14 +1,17 @@
 // The list of recordings, the selected one, and its picture.
 #include "app/VmControler.h"
+#include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "library/TimeStrings.h"
 #include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
+#include "library/VmPlayerFiles.h"
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "storage/Paths.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
+#include "storage/Volume.h"
 
 #include <array>
 #include <cstdio>
@@ -72,6 +75,16 @@ std::string VmPlayer::selectedPath() const {
     return m_selectedName.empty() ? std::string() : Paths::inFolder(m_dataSource->folder(), m_selectedName);
 }
 
+std::string VmPlayer::presentPath() const {
+    // The recording in progress gets another name every minute; the list learns it a little later.
+    std::string path = selectedPath();
+    if (m_controler.seams().volume.exists(path) ||
+        !m_dataSource->isInProgressAtRow(m_dataSource->rowOfFileName(m_selectedName)))
+        return path;
+    const std::string progress = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
+    return progress.empty() ? path : Paths::inFolder(m_dataSource->folder(), progress);
+}
+
 void VmPlayer::selectionDidChange() {
     const std::string name = m_dataSource->fileNameAtRow(m_controler.recordTable().selectedRow());
     if (!name.empty() && name == m_selectedName && isOpen())
@@ -82,7 +95,7 @@ void VmPlayer::selectionDidChange() {
     takeRow();
     showImage();
     if (!m_selectedName.empty())
-        openFile(selectedPath());
+        openFile(presentPath());
     dispRecordTime();
 }
 
@@ -123,18 +136,9 @@ void VmPlayer::takeRow() {
     const int row = m_selectedName.empty() ? -1 : m_dataSource->rowOfFileName(m_selectedName);
     m_startSecond = TimeStrings::secondsWithTimeString(m_dataSource->startTimeStringAtRow(row));
     m_rowSeconds = m_dataSource->spendTimeAtRow(row);
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton, &m_copyButton})
-        button->setEnabled(row >= 0);
-    if (m_dataSource->isInProgressAtRow(row))
-        onlyCopyButtonSetEnable();
+    m_files->renewButtons();
     if (!isSelected())
         clearSelectRangeText();
-}
-
-void VmPlayer::onlyCopyButtonSetEnable() {
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton})
-        button->setEnabled(false);
-    m_copyButton.setEnabled(true);
 }
 
 void VmPlayer::showImage() {
