@@ -35,10 +35,7 @@ VmPlayer::~VmPlayer() = default;
 void VmPlayer::awake() {
     const UserDefaults& defaults = m_controler.seams().defaults;
     m_endlessPlay = defaults.boolForKey("EndressPlayMode");
-    m_verifyDelete = defaults.boolForKey("VerifyDelete");
     m_endlessCheck.setOn(m_endlessPlay);
-    m_addDateCheck.setOn(defaults.boolForKey("AddDateName"));
-    m_addNoteCheck.setOn(defaults.boolForKey("AddNoteName"));
     m_playButton.setImage("PlayButton.png");
     const double steps = defaults.doubleForKey("StepFast");
     showStepFast(static_cast<int>(std::clamp(std::isfinite(steps) ? steps : 10.0, 0.0, double{largestStep})));
@@ -64,7 +61,7 @@ void VmPlayer::saveUserDefaults() {
     UserDefaults& defaults = m_controler.seams().defaults;
     defaults.set("StepFast", static_cast<double>(m_stepFast));
     defaults.set("EndressPlayMode", m_endlessPlay);
-    defaults.set("VerifyDelete", m_verifyDelete);
+    defaults.set("VerifyDelete", verifyDelete());
     defaults.synchronize();
 }
 

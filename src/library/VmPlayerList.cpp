@@ -5,6 +5,7 @@
 #include "library/TimeStrings.h"
 #include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
+#include "library/VmPlayerFiles.h"
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "storage/Paths.h"
@@ -18,6 +19,7 @@
 
 void VmPlayer::awakeList() {
     VmTableView& table = m_controler.recordTable();
+    m_files = std::make_unique<VmPlayerFiles>(m_controler, *m_dataSource, *this, filesHost());
     m_dataSource->attach(table);
     m_dataSource->setRenewedHandler([this] { listRenewed(); });
     table.setRowAction([this] { selectionDidChange(); });
@@ -47,6 +49,24 @@ void VmPlayer::awakeList() {
                 showImage();
         });
     }));
+}
+
+VmPlayerFiles::Host VmPlayer::filesHost() {
+    return {.stopPlayback = [this] { stopPlayback(); },
+            .renewListAndControl = [this] { renewListAndControl(); },
+            .selection =
+                [this] {
+                    refreshLength(); // what a growing recording holds by now
+                    const Range range = selection();
+                    return VmPlayerFiles::Selection{.start = range.start,
+                                                    .length = range.length,
+                                                    .width = range.width,
+                                                    .range = {headPosition(), tailPosition()}};
+                },
+            .deleteImageFile =
+                [this](const std::string& soundPath) {
+                    return VmAnalyzer::deleteImageFile(m_controler.seams().volume, soundPath);
+                }};
 }
 
 void VmPlayer::mainTabSelected() {
@@ -134,19 +154,9 @@ void VmPlayer::followProgress() {
 void VmPlayer::takeRow() {
     const int row = m_selectedName.empty() ? -1 : m_dataSource->rowOfFileName(m_selectedName);
     m_startSecond = TimeStrings::secondsWithTimeString(m_dataSource->startTimeStringAtRow(row));
-    m_rowSeconds = m_dataSource->spendTimeAtRow(row);
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton, &m_copyButton})
-        button->setEnabled(row >= 0);
-    if (m_dataSource->isInProgressAtRow(row))
-        onlyCopyButtonSetEnable();
+    m_files->renewButtons();
     if (!isSelected())
         clearSelectRangeText();
-}
-
-void VmPlayer::onlyCopyButtonSetEnable() {
-    for (Button* button : {&m_lockButton, &m_noteButton, &m_deleteButton})
-        button->setEnabled(false);
-    m_copyButton.setEnabled(true);
 }
 
 void VmPlayer::showImage() {
@@ -171,11 +181,6 @@ VmPlayer::Range VmPlayer::selection() const {
     const WaveRange range = m_waveView->selectedRange();
     return {static_cast<double>(range.location), static_cast<double>(range.length),
             static_cast<double>(m_waveView->bounds().width())};
-}
-
-double VmPlayer::secondsAtPoint(double x) const {
-    const double width = m_waveView->bounds().width();
-    return width > 0.0 ? m_startSecond + m_rowSeconds * x / width : m_startSecond;
 }
 
 void VmPlayer::dispSelectedRangeText(const Notification& change) {
@@ -207,4 +212,62 @@ void VmPlayer::redrawPositionLine() {
     analyzer.erasePositionLine();
     if (isOpen())
         analyzer.drawPositionLine(x);
+}
+
+// --- work on the selected recording --------------------------------------------------------------------------
+
+void VmPlayer::actLock() {
+    m_files->actLock();
+}
+
+void VmPlayer::actNote() {
+    m_files->actNote();
+}
+
+void VmPlayer::editNoteEndHandler(const std::string& text) {
+    m_files->editNoteEndHandler(text);
+}
+
+bool VmPlayer::writeNoteWithPath(const std::string& path, const std::string& note) {
+    return m_files->writeNoteWithPath(path, note);
+}
+
+void VmPlayer::actDelete() {
+    m_files->actDelete();
+}
+
+void VmPlayer::actCopy() {
+    m_files->actCopy();
+}
+
+double VmPlayer::secondsAtPoint(double x) const {
+    return m_files->secondsAtPoint(x);
+}
+
+void VmPlayer::onlyCopyButtonSetEnable() {
+    m_files->onlyCopyButtonSetEnable();
+}
+
+bool VmPlayer::verifyDelete() const {
+    return m_files->verifyDelete();
+}
+
+void VmPlayer::setVerifyDelete(bool verifyDelete) {
+    m_files->setVerifyDelete(verifyDelete);
+}
+
+const std::string& VmPlayer::deleteFile() const {
+    return m_files->deleteFile();
+}
+
+const std::string& VmPlayer::deleteImage() const {
+    return m_files->deleteImage();
+}
+
+const std::string& VmPlayer::originalFile() const {
+    return m_files->originalFile();
+}
+
+const std::string& VmPlayer::destinationFile() const {
+    return m_files->destinationFile();
 }
