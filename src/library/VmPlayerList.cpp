@@ -9,6 +9,7 @@
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "storage/Paths.h"
+#include "storage/RecordFolder.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -96,12 +97,13 @@ std::string VmPlayer::selectedPath() const {
 
 std::string VmPlayer::presentPath() const {
     // The recording in progress gets another name every minute; the list learns it a little later.
-    std::string path = selectedPath();
-    if (m_controler.seams().volume.exists(path) ||
-        !m_dataSource->isInProgressAtRow(m_dataSource->rowOfFileName(m_selectedName)))
-        return path;
-    const std::string progress = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
-    return progress.empty() ? path : Paths::inFolder(m_dataSource->folder(), progress);
+    constexpr std::size_t startLength = 28; // of a name, up to the time at which the recording began
+    const std::string path = selectedPath();
+    const std::string progress =
+        m_controler.seams().defaults.stringForKey("ProgressSoundFileName"); // full path
+    const bool renamed =
+        RecordFolder::bareName(progress).substr(0, startLength) == m_selectedName.substr(0, startLength);
+    return renamed && !m_controler.seams().volume.exists(path) ? progress : path;
 }
 
 void VmPlayer::selectionDidChange() {
