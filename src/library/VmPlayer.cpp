@@ -6,7 +6,6 @@
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "library/SoundTransform.h"
-#include "library/VmPlayerFiles.h"
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "recorder/VmQueBuffer.h"
@@ -41,7 +40,6 @@ void VmPlayer::awake() {
     const double steps = defaults.doubleForKey("StepFast");
     showStepFast(static_cast<int>(std::clamp(std::isfinite(steps) ? steps : 10.0, 0.0, double{largestStep})));
     bindControls();
-    awakeFiles();
     awakeList();
     enablePlayback();
     takeRow();

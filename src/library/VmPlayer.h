@@ -7,6 +7,7 @@
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
 #include "library/PlayerControls.h"
+#include "library/VmPlayerFiles.h"
 
 #include <atomic>
 #include <cstdint>
@@ -17,7 +18,6 @@
 class SoundFile;
 class UserDefaults;
 class VmControler;
-class VmPlayerFiles;
 class VmPlayList;
 class VmQueBuffer;
 class VmWaveView;
@@ -103,7 +103,8 @@ public:
     int fastSize() const { return m_fastSize; }
     bool isOpen() const { return m_playbackFile != nullptr; }
 
-    // Main thread: work on the selected recording
+    // Main thread: work on the selected recording; see VmPlayerFiles
+    VmPlayerFiles& files() const { return *m_files; }
     void actLock();
     void actNote();
     void editNoteEndHandler(const std::string& text);
@@ -119,8 +120,6 @@ public:
     const std::string& deleteImage() const;
     const std::string& originalFile() const;
     const std::string& destinationFile() const;
-    /// The work above; its export shows how far it is.
-    VmPlayerFiles& files() const { return *m_files; }
 
     // I/O thread
     /// Fills one cycle of the play device. Never waits.
@@ -140,7 +139,7 @@ private:
     std::int64_t positionAt(double point, double width) const;
 
     void awakeList();
-    void awakeFiles();
+    VmPlayerFiles::Host filesHost();
     void bindControls();
     void listRenewed();
     void followProgress();
@@ -174,7 +173,6 @@ private:
     std::string m_selectedName;
     std::string m_playbackPath;      ///< where the open file was found
     double m_startSecond = 0.0;      ///< second of the day at which the selected recording begins
-    double m_rowSeconds = 0.0;       ///< its length
     std::int64_t m_pictureDatas = 0; ///< bytes of sound that its picture shows
 
     int m_stepFast = 10;
@@ -202,7 +200,7 @@ private:
     double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
     std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
 
-    std::unique_ptr<VmPlayerFiles> m_files; // works with what is above
+    std::unique_ptr<VmPlayerFiles> m_files;
 
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from other threads
     std::vector<NotificationCenter::Observation> m_observations;  // last: they end first

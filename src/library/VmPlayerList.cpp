@@ -9,6 +9,7 @@
 #include "library/VmPlayList.h"
 #include "library/VmWaveView.h"
 #include "storage/Paths.h"
+#include "storage/RecordFolder.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -19,6 +20,7 @@
 
 void VmPlayer::awakeList() {
     VmTableView& table = m_controler.recordTable();
+    m_files = std::make_unique<VmPlayerFiles>(m_controler, *m_dataSource, *this, filesHost());
     m_dataSource->attach(table);
     m_dataSource->setRenewedHandler([this] { listRenewed(); });
     table.setRowAction([this] { selectionDidChange(); });
@@ -50,6 +52,24 @@ void VmPlayer::awakeList() {
     }));
 }
 
+VmPlayerFiles::Host VmPlayer::filesHost() {
+    return {.stopPlayback = [this] { stopPlayback(); },
+            .renewListAndControl = [this] { renewListAndControl(); },
+            .selection =
+                [this] {
+                    refreshLength(); // what a growing recording holds by now
+                    const Range range = selection();
+                    return VmPlayerFiles::Selection{.start = range.start,
+                                                    .length = range.length,
+                                                    .width = range.width,
+                                                    .range = {headPosition(), tailPosition()}};
+                },
+            .deleteImageFile =
+                [this](const std::string& soundPath) {
+                    return VmAnalyzer::deleteImageFile(m_controler.seams().volume, soundPath);
+                }};
+}
+
 void VmPlayer::mainTabSelected() {
     m_dataSource->setShown(true);
     renewListAndControl();
@@ -77,12 +97,13 @@ std::string VmPlayer::selectedPath() const {
 
 std::string VmPlayer::presentPath() const {
     // The recording in progress gets another name every minute; the list learns it a little later.
-    std::string path = selectedPath();
-    if (m_controler.seams().volume.exists(path) ||
-        !m_dataSource->isInProgressAtRow(m_dataSource->rowOfFileName(m_selectedName)))
-        return path;
-    const std::string progress = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
-    return progress.empty() ? path : Paths::inFolder(m_dataSource->folder(), progress);
+    constexpr std::size_t startLength = 28; // of a name, up to the time at which the recording began
+    const std::string path = selectedPath();
+    const std::string progress =
+        m_controler.seams().defaults.stringForKey("ProgressSoundFileName"); // full path
+    const bool renamed =
+        RecordFolder::bareName(progress).substr(0, startLength) == m_selectedName.substr(0, startLength);
+    return renamed && !m_controler.seams().volume.exists(path) ? progress : path;
 }
 
 void VmPlayer::selectionDidChange() {
@@ -135,7 +156,6 @@ void VmPlayer::followProgress() {
 void VmPlayer::takeRow() {
     const int row = m_selectedName.empty() ? -1 : m_dataSource->rowOfFileName(m_selectedName);
     m_startSecond = TimeStrings::secondsWithTimeString(m_dataSource->startTimeStringAtRow(row));
-    m_rowSeconds = m_dataSource->spendTimeAtRow(row);
     m_files->renewButtons();
     if (!isSelected())
         clearSelectRangeText();
@@ -163,11 +183,6 @@ VmPlayer::Range VmPlayer::selection() const {
     const WaveRange range = m_waveView->selectedRange();
     return {static_cast<double>(range.location), static_cast<double>(range.length),
             static_cast<double>(m_waveView->bounds().width())};
-}
-
-double VmPlayer::secondsAtPoint(double x) const {
-    const double width = m_waveView->bounds().width();
-    return width > 0.0 ? m_startSecond + m_rowSeconds * x / width : m_startSecond;
 }
 
 void VmPlayer::dispSelectedRangeText(const Notification& change) {
@@ -199,4 +214,62 @@ void VmPlayer::redrawPositionLine() {
     analyzer.erasePositionLine();
     if (isOpen())
         analyzer.drawPositionLine(x);
+}
+
+// --- work on the selected recording --------------------------------------------------------------------------
+
+void VmPlayer::actLock() {
+    m_files->actLock();
+}
+
+void VmPlayer::actNote() {
+    m_files->actNote();
+}
+
+void VmPlayer::editNoteEndHandler(const std::string& text) {
+    m_files->editNoteEndHandler(text);
+}
+
+bool VmPlayer::writeNoteWithPath(const std::string& path, const std::string& note) {
+    return m_files->writeNoteWithPath(path, note);
+}
+
+void VmPlayer::actDelete() {
+    m_files->actDelete();
+}
+
+void VmPlayer::actCopy() {
+    m_files->actCopy();
+}
+
+double VmPlayer::secondsAtPoint(double x) const {
+    return m_files->secondsAtPoint(x);
+}
+
+void VmPlayer::onlyCopyButtonSetEnable() {
+    m_files->onlyCopyButtonSetEnable();
+}
+
+bool VmPlayer::verifyDelete() const {
+    return m_files->verifyDelete();
+}
+
+void VmPlayer::setVerifyDelete(bool verifyDelete) {
+    m_files->setVerifyDelete(verifyDelete);
+}
+
+const std::string& VmPlayer::deleteFile() const {
+    return m_files->deleteFile();
+}
+
+const std::string& VmPlayer::deleteImage() const {
+    return m_files->deleteImage();
+}
+
+const std::string& VmPlayer::originalFile() const {
+    return m_files->originalFile();
+}
+
+const std::string& VmPlayer::destinationFile() const {
+    return m_files->destinationFile();
 }

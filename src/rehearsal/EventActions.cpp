@@ -173,7 +173,9 @@ const std::map<std::string, Action>& actions() {
         {"level", always([](Desk& desk, const Event& event) {
              desk.controler->recorder().levelSlider().move(event.integer("value"));
          })},
-        {"tab", always([](Desk&, const Event&) {})}, // the one tab there is, is shown
+        {"tab", always([](Desk& desk, const Event& event) {
+             desk.controler->mainTab().choose(event.integer("index"));
+         })},
         {"sleep", always([](Desk& desk, const Event&) { desk.controler->recorder().willSleepHandle(); })},
         {"wake", always([](Desk& desk, const Event&) { desk.controler->recorder().didWakeHandle(); })},
         {"unplug", always([](Desk& desk, const Event& event) { desk.hardware.unplug(event.text("uid")); })},
@@ -201,8 +203,6 @@ std::string EventActions::unsupportedField(const ScenarioEvent& event) {
         return {};
     if (!actions().contains(event.action))
         return "do";
-    if (event.action == "tab" && event.integer("index") != 0)
-        return "index";
     return {};
 }
 

@@ -1,5 +1,6 @@
 #include "rehearsal/StateLog.h"
 
+#include "app/MainWindowModel.h"
 #include "app/VmControler.h"
 #include "base/Controls.h"
 #include "recorder/VmLevelMeter.h"
@@ -27,9 +28,11 @@ StateLog::StateLog(LineFile& file, const Clock& clock, VmControler& controler) :
     add("condition", [this] { return numeral(m_lastCondition); });
     add("level", [this] { return numeral(m_lastLevel); });
     addControls(controler);
-    // The record tab is the only one there is, at its fixed size.
-    add("tab", [] { return numeral(0); });
-    add("windowSize", [] { return std::string("[352,262]"); });
+    TabView& tabs = controler.mainTab();
+    addAndObserve(tabs, "tab", [&tabs] { return numeral(tabs.selected()); });
+    MainWindowModel& window = controler.mainWindow();
+    addAndObserve(window, "windowSize",
+                  [&window] { return "[" + numeral(window.width()) + "," + numeral(window.height()) + "]"; });
     for (Row& row : m_rows)
         lookAt(row);
 }
