@@ -3,15 +3,18 @@
 #include "app/window/TableModel.h"
 #include "base/VmTableView.h"
 
+#include <algorithm>
 #include <QAbstractItemDelegate>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMetaProperty>
 #include <QPointer>
 #include <QScopedValueRollback>
 #include <QStyledItemDelegate>
+#include <utility>
 
 namespace {
-constexpr int rowHeight = 18;
+constexpr int lineHeight = 18;
 constexpr int headHeight = 20;
 } // namespace
 
@@ -57,8 +60,8 @@ TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
     setDefaultDropAction(Qt::CopyAction);
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setMinimumSectionSize(rowHeight);
-    verticalHeader()->setDefaultSectionSize(rowHeight);
+    verticalHeader()->setMinimumSectionSize(lineHeight);
+    verticalHeader()->setDefaultSectionSize(lineHeight);
     QHeaderView& heads = *horizontalHeader();
     heads.setFixedHeight(headHeight);
     heads.setMinimumSectionSize(24);
