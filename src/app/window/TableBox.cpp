@@ -82,7 +82,8 @@ TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
 void TableBox::showTable() {
     const QScopedValueRollback showing(m_showing, true);
     setEnabled(m_table.enabled());
-    if (m_generation != m_table.generation()) {
+    const bool reloads = m_generation != m_table.generation();
+    if (reloads) {
         m_generation = m_table.generation();
         m_model->reload();
     }
@@ -94,9 +95,15 @@ void TableBox::showTable() {
         clearSelection();
         setCurrentIndex({});
     } else if (currentIndex().row() != row || !selectionModel()->isRowSelected(row)) {
-        const int column = std::max(currentIndex().column(), 0);
-        setCurrentIndex(m_model->index(row, column));
+        const QModelIndex index = m_model->index(row, std::max(currentIndex().column(), 0));
+        setAutoScroll(!reloads); // rows that others bring do not move what a person looks at
+        setCurrentIndex(index);
         selectRow(row);
+        setAutoScroll(true);
+        if (!reloads) {
+            executeDelayedItemsLayout();
+            scrollTo(index);
+        }
     }
     showEditing();
 }
