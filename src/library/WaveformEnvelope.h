@@ -40,7 +40,8 @@ public:
     std::int64_t failedAt() const { return m_failedAt; }
 
 private:
-    bool readColumn(SoundFile& file, std::int64_t offset, Column& column, std::span<std::byte> buffer) const;
+    bool readColumn(SoundFile& file, std::int64_t offset, Column& column,
+                    std::span<std::uint32_t> buffer) const;
 
     std::int64_t m_samplesPerColumn = 0;
     std::int64_t m_failedAt = 0;

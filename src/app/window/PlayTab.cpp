@@ -26,14 +26,15 @@ constexpr int textHeight = 16;
 constexpr int buttonHeight = 26;
 constexpr int buttonWidth = 34;
 constexpr int groupGap = 8;
+constexpr int captionGap = 5;
 
 struct ColumnWidth {
     const char* identifier;
     int width;
 };
 /// The note gets the rest.
-constexpr ColumnWidth columnWidths[] = {{"LockFlag", 46}, {"RecordDate", 68}, {"StartTime", 66},
-                                        {"EndTime", 66},  {"RecordTime", 72}, {"FileSize", 62}};
+constexpr ColumnWidth columnWidths[] = {{"LockFlag", 42}, {"RecordDate", 64}, {"StartTime", 62},
+                                        {"EndTime", 62},  {"RecordTime", 66}, {"FileSize", 52}};
 } // namespace
 
 PlayTab::PlayTab(const PlayTabControls& controls, const Texts& texts, QWidget* parent)
@@ -89,31 +90,34 @@ QWidget* PlayTab::makeTable() {
     return table;
 }
 
-FittingLabel* PlayTab::makeText(TextField& control, const std::string& nameKey, Qt::Alignment alignment) {
+FittingLabel* PlayTab::makeText(TextField& control, const std::string& nameKey) {
     auto* label = new FittingLabel(text(nameKey));
-    label->setAlignment(alignment | Qt::AlignVCenter);
     label->setFixedHeight(textHeight);
+    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     ControlBinding::bind(control, *label, text(nameKey));
+    return label;
+}
+
+FittingLabel* PlayTab::makeCaption(const char* key) {
+    auto* label = new FittingLabel(text(key));
+    label->showText(text(key), FittingLabel::Ink::secondary);
+    label->setFixedHeight(textHeight);
+    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     return label;
 }
 
 QLayout* PlayTab::makeTotals() {
     PlayerControls& player = m_controls.player;
     auto* line = new QHBoxLayout;
-    line->setSpacing(groupGap);
-    const auto caption = [this](const char* key) {
-        auto* label = new FittingLabel(text(key));
-        label->showText(text(key), FittingLabel::Ink::secondary);
-        label->setFixedHeight(textHeight);
-        return label;
-    };
-    line->addWidget(caption("TotalFilesName"));
-    line->addWidget(makeText(player.totalFilesText(), "TotalFilesName", Qt::AlignLeft));
+    line->setSpacing(captionGap);
+    line->addWidget(makeCaption("TotalFilesName"));
+    line->addWidget(makeText(player.totalFilesText(), "TotalFilesName"));
     line->addSpacing(groupGap);
-    line->addWidget(makeText(player.totalTimeText(), "TotalLengthName", Qt::AlignLeft));
+    line->addWidget(makeText(player.totalTimeText(), "TotalLengthName"));
     line->addSpacing(groupGap);
-    line->addWidget(makeText(player.totalSizeText(), "TotalSizeName", Qt::AlignLeft));
-    line->addWidget(caption("Megabytes"));
+    line->addWidget(makeText(player.totalSizeText(), "TotalSizeName"));
+    line->addWidget(makeCaption("Megabytes"));
+    line->addSpacing(groupGap);
     line->addStretch();
     auto* device = new FittingLabel(text("PlayDeviceName"));
     device->setObjectName("PlayDevice");
@@ -126,12 +130,20 @@ QLayout* PlayTab::makeTotals() {
 
 QLayout* PlayTab::makeTimes() {
     PlayerControls& player = m_controls.player;
+    const std::pair<const char*, TextField*> times[] = {{"HeadTextName", &player.headText()},
+                                                        {"TailTextName", &player.tailText()},
+                                                        {"LengthName", &player.lengthText()},
+                                                        {"PositionName", &player.positionText()}};
     auto* line = new QHBoxLayout;
-    line->setSpacing(groupGap);
-    line->addWidget(makeText(player.headText(), "HeadTextName", Qt::AlignLeft), 1);
-    line->addWidget(makeText(player.positionText(), "PositionName", Qt::AlignHCenter), 1);
-    line->addWidget(makeText(player.lengthText(), "LengthName", Qt::AlignHCenter), 1);
-    line->addWidget(makeText(player.tailText(), "TailTextName", Qt::AlignRight), 1);
+    line->setSpacing(captionGap);
+    for (const auto& [key, control] : times) {
+        if (control == &player.positionText())
+            line->addStretch();
+        line->addWidget(makeCaption(key));
+        line->addWidget(makeText(*control, key));
+        if (control != &player.positionText())
+            line->addSpacing(groupGap);
+    }
     return line;
 }
 

@@ -38,7 +38,8 @@ private:
     QLayout* makeTotals();
     /// A button without a caption, whose texts' keys begin with `key`. A momentary one never shows itself on.
     CaptionButton* makeButton(Button& control, const std::string& key, Glyph glyph, bool momentary = true);
-    FittingLabel* makeText(TextField& control, const std::string& nameKey, Qt::Alignment alignment);
+    FittingLabel* makeCaption(const char* key);
+    FittingLabel* makeText(TextField& control, const std::string& nameKey);
     void orderTabs();
     QString text(const std::string& key) const;
 

@@ -3,15 +3,18 @@
 #include "app/window/TableModel.h"
 #include "base/VmTableView.h"
 
+#include <algorithm>
 #include <QAbstractItemDelegate>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMetaProperty>
 #include <QPointer>
 #include <QScopedValueRollback>
 #include <QStyledItemDelegate>
+#include <utility>
 
 namespace {
-constexpr int rowHeight = 18;
+constexpr int lineHeight = 18;
 constexpr int headHeight = 20;
 } // namespace
 
@@ -57,8 +60,8 @@ TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
     setDefaultDropAction(Qt::CopyAction);
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setMinimumSectionSize(rowHeight);
-    verticalHeader()->setDefaultSectionSize(rowHeight);
+    verticalHeader()->setMinimumSectionSize(lineHeight);
+    verticalHeader()->setDefaultSectionSize(lineHeight);
     QHeaderView& heads = *horizontalHeader();
     heads.setFixedHeight(headHeight);
     heads.setMinimumSectionSize(24);
@@ -79,7 +82,8 @@ TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
 void TableBox::showTable() {
     const QScopedValueRollback showing(m_showing, true);
     setEnabled(m_table.enabled());
-    if (m_generation != m_table.generation()) {
+    const bool reloads = m_generation != m_table.generation();
+    if (reloads) {
         m_generation = m_table.generation();
         m_model->reload();
     }
@@ -91,9 +95,15 @@ void TableBox::showTable() {
         clearSelection();
         setCurrentIndex({});
     } else if (currentIndex().row() != row || !selectionModel()->isRowSelected(row)) {
-        const int column = std::max(currentIndex().column(), 0);
-        setCurrentIndex(m_model->index(row, column));
+        const QModelIndex index = m_model->index(row, std::max(currentIndex().column(), 0));
+        setAutoScroll(!reloads); // rows that others bring do not move what a person looks at
+        setCurrentIndex(index);
         selectRow(row);
+        setAutoScroll(true);
+        if (!reloads) {
+            executeDelayedItemsLayout();
+            scrollTo(index);
+        }
     }
     showEditing();
 }

@@ -1,9 +1,10 @@
-// Renders the record tab in each state, its questions and the log book, in each theme and language:
-// velmoratide-pictures <folder>.
+// Renders the record tab and the play tab in each state, its questions and the log book, in each theme and
+// language: velmoratide-pictures <folder>.
 #include "app/MainWindowModel.h"
 #include "app/window/Icons.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
+#include "app/window/PlayPictures.h"
 #include "app/window/QtAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/Texts.h"
@@ -279,6 +280,11 @@ bool renderOne(const QDir& folder, const QString& theme, const QString& language
                   folder.filePath(QString("alert-%1-%2-%3.png").arg(name, theme, language))))
             return false;
     painter.end();
+    for (const auto& [name, picture] : PlayPictures::of(language.toStdString()))
+        if (!save(picture,
+                  folder.filePath(
+                      QString("play-%1-%2-%3.png").arg(QString::fromStdString(name), theme, language))))
+            return false;
     return save(sheet, folder.filePath(QString("all-%1-%2.png").arg(theme, language)));
 }
 
