@@ -293,9 +293,10 @@ int Application::runDuty() {
             m_qtAlert->dismissQuestion();
         m_runLoop->quit(0);
     });
-    m_controler = std::make_unique<VmControler>(Seams{
-        m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware, *m_volume,
-        m_administratorRight, m_savePanel, m_workspace, usualSoundFolders(), ConsoleUser::name()});
+    m_controler = std::make_unique<VmControler>(
+        Seams{m_clock, *m_runLoop, m_notifications, *m_defaults, m_log, *m_alert, m_texts, *m_hardware,
+              *m_volume, m_administratorRight, m_savePanel, m_workspace, usualSoundFolders(),
+              ConsoleUser::name(), &m_folderWatch});
     if (m_line.headless)
         m_controler->recorder().setShown(false);
     else

@@ -6,6 +6,7 @@
 #include "base/Alert.h"
 #include "base/LineWriter.h"
 #include "base/NotificationCenter.h"
+#include "base/QtFolderWatch.h"
 #include "base/SavePanel.h"
 #include "base/SystemClock.h"
 #include "base/SystemLog.h"
@@ -71,6 +72,7 @@ private:
     const Texts m_texts;
     NoAdministratorRight m_administratorRight; // until somebody can be asked
     NoSavePanel m_savePanel;
+    QtFolderWatch m_folderWatch;
     NoWorkspace m_workspace;
     std::unique_ptr<RunLoop> m_runLoop;
     std::unique_ptr<Volume> m_volume;

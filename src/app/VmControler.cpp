@@ -11,6 +11,7 @@
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
 #include "keeper/VmKeeper.h"
+#include "library/VmAnalyzer.h"
 #include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
@@ -53,6 +54,7 @@ VmControler::VmControler(const Seams& seams)
     m_keeper = std::make_unique<VmKeeper>(*this);
     m_prefer = std::make_unique<VmPrefer>(*this);
     m_player = std::make_unique<VmPlayer>(*this);
+    m_analyzer = std::make_unique<VmAnalyzer>(*this, m_player->waveView());
     m_devicer->awake();
     m_player->awake();
     m_reservelist->awake();

@@ -6,6 +6,7 @@
 #include <memory>
 
 class TabView;
+class VmAnalyzer;
 class VmDevice;
 class VmDutyLog;
 class VmKeeper;
@@ -31,6 +32,7 @@ public:
     VmControler& operator=(const VmControler&) = delete;
 
     const Seams& seams() const { return m_seams; }
+    VmAnalyzer& analyzer() const { return *m_analyzer; }
     VmDevice& devicer() const { return *m_devicer; }
     VmDutyLog& dutylog() const { return *m_dutylog; }
     VmKeeper& keeper() const { return *m_keeper; }
@@ -80,6 +82,7 @@ private:
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
     std::unique_ptr<VmPlayer> m_player;
+    std::unique_ptr<VmAnalyzer> m_analyzer; // draws into the player's view
     std::unique_ptr<VmDevice> m_devicer;
     std::unique_ptr<VmKeeper> m_keeper;
     std::unique_ptr<VmPrefer> m_prefer;

@@ -49,8 +49,8 @@ public:
     /// How soon the recorded sound must be handed on.
     void setLatencyNeed(AudioLatencyNeed need);
     void newMonitorConverter();
-    /// Whether there is an output to play to. One that has gone is replaced by another; when there is none, that
-    /// is told.
+    /// Whether there is an output to play to. One that has gone is replaced by another; when there is none,
+    /// that is told.
     bool securePlayDevice();
     void saveUserDefaults();
 

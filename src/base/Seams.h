@@ -7,6 +7,7 @@ class AdministratorRight;
 class Alert;
 class AudioHardware;
 class Clock;
+class FolderWatch;
 class NotificationCenter;
 class RunLoop;
 class SavePanel;
@@ -32,5 +33,6 @@ struct Seams {
     Workspace& workspace;
     /// Full paths of the folders of sounds: a person's own first, the bundled ones last.
     std::vector<std::string> soundFolders{};
-    std::string consoleUser = {}; ///< the name of whoever is logged in at the machine
+    std::string consoleUser = {};             ///< the name of whoever is logged in at the machine
+    FolderWatch* recordFolderWatch = nullptr; ///< none where nothing tells of changes
 };

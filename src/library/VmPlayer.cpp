@@ -6,6 +6,8 @@
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "library/SoundTransform.h"
+#include "library/VmPlayList.h"
+#include "library/VmWaveView.h"
 #include "recorder/VmQueBuffer.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
@@ -23,7 +25,10 @@ void VmPlayer::registerDefaults(UserDefaults& defaults) {
 }
 
 VmPlayer::VmPlayer(VmControler& controler)
-    : m_controler(controler), m_playbackQue(VmQueBuffer::initQueWithLength(0)) {}
+    : m_controler(controler),
+      m_dataSource(std::make_unique<VmPlayList>(controler)),
+      m_waveView(std::make_unique<VmWaveView>(controler.seams().notifications, controler.seams().log)),
+      m_playbackQue(VmQueBuffer::initQueWithLength(0)) {}
 
 VmPlayer::~VmPlayer() = default;
 
@@ -38,7 +43,9 @@ void VmPlayer::awake() {
     const double steps = defaults.doubleForKey("StepFast");
     showStepFast(static_cast<int>(std::clamp(std::isfinite(steps) ? steps : 10.0, 0.0, double{largestStep})));
     bindControls();
+    awakeList();
     enablePlayback();
+    takeRow();
 }
 
 void VmPlayer::bindControls() {

@@ -42,6 +42,8 @@ public:
     void renewListAndControl();
     /// Reads the record folder.
     void initDataSource();
+    VmPlayList& dataSource() const { return *m_dataSource; }
+    VmWaveView& waveView() const { return *m_waveView; }
     /// The row handler of the record table.
     void selectionDidChange();
     /// Full path of the selected recording; empty when none is.
@@ -69,7 +71,8 @@ public:
     void readSoundFileTimer();
     void dispPositionTimer();
     void dispRecordTime();
-    void dispSelectedRangeText();
+    /// `change` is one of the wave view's notifications.
+    void dispSelectedRangeText(const Notification& change);
     void clearSelectRangeText();
     void actHeadButton();
     void actTailButton();
@@ -133,7 +136,13 @@ private:
     bool isSelected() const;
     std::int64_t positionAt(double point, double width) const;
 
+    void awakeList();
     void bindControls();
+    void listRenewed();
+    void followProgress();
+    void takeRow();
+    std::string presentPath() const;
+    void showImage();
     void showStepFast(int steps);
     void enablePlayback();
     void forgetFile();
@@ -156,9 +165,13 @@ private:
     void sayEnd() noexcept KA_REALTIME;
 
     VmControler& m_controler;
+    std::unique_ptr<VmPlayList> m_dataSource;
+    std::unique_ptr<VmWaveView> m_waveView;
     std::string m_selectedName;
-    std::string m_playbackPath; ///< where the open file was found
-    double m_startSecond = 0.0; ///< second of the day at which the selected recording begins
+    std::string m_playbackPath;      ///< where the open file was found
+    double m_startSecond = 0.0;      ///< second of the day at which the selected recording begins
+    double m_rowSeconds = 0.0;       ///< its length
+    std::int64_t m_pictureDatas = 0; ///< bytes of sound that its picture shows
 
     int m_stepFast = 10;
     std::unique_ptr<SoundFile> m_playbackFile;
@@ -190,4 +203,7 @@ private:
     std::string m_deleteImage;
     std::string m_originalFile;
     std::string m_destinationFile;
+
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from other threads
+    std::vector<NotificationCenter::Observation> m_observations;  // last: they end first
 };

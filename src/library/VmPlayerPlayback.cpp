@@ -4,6 +4,7 @@
 #include "audio/VmDevice.h"
 #include "library/SoundTransform.h"
 #include "library/VmPlayer.h"
+#include "library/VmWaveView.h"
 #include "recorder/VmQueBuffer.h"
 #include "storage/SoundFile.h"
 
@@ -48,6 +49,7 @@ void VmPlayer::startPlaying() {
     m_cycleTail.store(tailPosition(), std::memory_order_relaxed);
     if (readPos() >= tailPosition() || readPos() < headPosition())
         resetReadPosition(headPosition());
+    m_waveView->setSelectEnabled(false);
     m_playing = true;
     m_playbacking = true;
     pausePlayback(false);
@@ -56,6 +58,7 @@ void VmPlayer::startPlaying() {
 void VmPlayer::stopPlaying() {
     m_playButton.setOn(false);
     m_playButton.setImage("PlayButton.png");
+    m_waveView->setSelectEnabled(true);
     m_playing = false;
     m_playbacking = false;
     readTimerStop();

@@ -20,10 +20,6 @@ std::int64_t VmPlayer::adjustReadPosition(std::int64_t position) const {
     return position / frame * frame;
 }
 
-VmPlayer::Range VmPlayer::selection() const {
-    return {};
-}
-
 bool VmPlayer::isSelected() const {
     const Range range = selection();
     return range.length > 0.0 && range.width > 0.0;
@@ -140,8 +136,6 @@ void VmPlayer::actEndlessCheck() {
 }
 
 // --- texts ---------------------------------------------------------------------------------------------------
-
-void VmPlayer::redrawPositionLine() {}
 
 std::int64_t VmPlayer::bytesPerSecond() const {
     return static_cast<std::int64_t>(m_sampleRate) * m_channels * 2;

@@ -4,6 +4,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "rehearsal/ManualFolderWatch.h"
 #include "rehearsal/RecordedSystemLog.h"
 #include "rehearsal/ScriptedAdministratorRight.h"
 #include "rehearsal/ScriptedAlert.h"
@@ -65,6 +66,7 @@ public:
     ScriptedVolume volume{files, clock};
     ScriptedAdministratorRight administratorRight;
     ScriptedSavePanel savePanel;
+    ManualFolderWatch folderWatch;
     ScriptedWorkspace workspace;
     /// Where marker sounds are looked for: under `folder`, then among the bundled ones.
     std::vector<std::string> soundFolders;

@@ -62,6 +62,10 @@ bool FileLock::isLocked(const std::string& path) {
     struct statx status {};
     if (const int error = statusOf(path, status); error != 0)
         return error != ENOENT && error != ENOTDIR;
+    return isLocked(path, status);
+}
+
+bool FileLock::isLocked(const std::string& path, const struct statx& status) {
     if (S_ISLNK(status.stx_mode))
         return false;
     return (status.stx_mode & S_IWUSR) == 0 || isImmutable(path, status);

@@ -2,12 +2,16 @@
 #pragma once
 #include <string>
 
+struct statx;
+
 /// A file is locked by the kernel's immutable flag where this process may set it and the file system has it,
 /// else by having no write permission at all. Either one found on a file means locked, whoever asks: the
 /// permission bits count for the superuser too. Links are not followed. Any thread.
 struct FileLock {
     /// A file about which nothing can be learned is taken for locked; one that does not exist is not.
     static bool isLocked(const std::string& path);
+    /// The same for one whose `status` is known, with type and mode, read without following a link.
+    static bool isLocked(const std::string& path, const struct statx& status);
     /// 0, or the errno of what failed. Regular files only (EINVAL). Unlocking clears both marks.
     static int setLocked(const std::string& path, bool locked);
 

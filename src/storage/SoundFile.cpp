@@ -136,21 +136,25 @@ bool SoundFile::writeSamples(std::int64_t byteOffset, std::span<const std::int16
     return true;
 }
 
-std::int64_t SoundFile::readSamples(std::int64_t byteOffset, std::span<std::int16_t> into) {
+std::int64_t SoundFile::readBytes(std::int64_t byteOffset, std::span<std::byte> into) {
     if (!m_file || byteOffset < 0) {
         fail(SoundFileError::readFailed);
         return -1;
     }
     if (byteOffset >= m_header.soundBytes)
         return 0;
-    const auto samples = static_cast<std::size_t>(
-        std::min((m_header.soundBytes - byteOffset) / 2, static_cast<std::int64_t>(into.size())));
-    const std::int64_t got =
-        m_file->readAt(m_header.soundOffset + byteOffset, std::as_writable_bytes(into.first(samples)));
-    if (got < 0) {
+    const auto bytes = static_cast<std::size_t>(
+        std::min(m_header.soundBytes - byteOffset, static_cast<std::int64_t>(into.size())));
+    const std::int64_t got = m_file->readAt(m_header.soundOffset + byteOffset, into.first(bytes));
+    if (got < 0)
         fail(SoundFileError::readFailed, errno);
+    return got;
+}
+
+std::int64_t SoundFile::readSamples(std::int64_t byteOffset, std::span<std::int16_t> into) {
+    const std::int64_t got = readBytes(byteOffset, std::as_writable_bytes(into));
+    if (got < 0)
         return -1;
-    }
     BigEndian::copySamples(into.data(), into.data(), static_cast<std::size_t>(got / 2));
     return got / 2;
 }

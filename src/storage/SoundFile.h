@@ -41,6 +41,9 @@ public:
     [[nodiscard]] bool writeSamples(std::int64_t byteOffset, std::span<const std::int16_t> samples);
     /// Samples read, fewer than `into` holds at the end of the sound; -1 on an error.
     std::int64_t readSamples(std::int64_t byteOffset, std::span<std::int16_t> into);
+    /// Sound as the file has it, in big-endian samples. Bytes read, fewer than `into` holds at the end of the
+    /// sound; -1 on an error.
+    std::int64_t readBytes(std::int64_t byteOffset, std::span<std::byte> into);
     /// Makes the header fit what was written: done after each block, it costs a crash at most one block.
     [[nodiscard]] bool updateHeader();
     /// Returns when all is on the disk.

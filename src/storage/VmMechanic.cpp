@@ -100,19 +100,24 @@ std::unique_ptr<SoundFile> VmMechanic::createAudioFileWithFormat(const SoundStre
     return std::move(created.file);
 }
 
-std::unique_ptr<SoundFile> VmMechanic::openAIFFFileWithPath(const std::string& path) {
+std::unique_ptr<SoundFile> VmMechanic::openAIFFFileForWorker(const std::string& path) const {
     if (!m_seams.volume.exists(path)) {
         m_seams.log.log("FSPathMakeRef error.");
         return nullptr;
     }
     SoundFile::Opened opened = SoundFile::openForReading(m_seams.volume, path);
-    if (!opened.file) {
+    if (!opened.file)
         reportError(messageFor(opened.error));
-        return nullptr;
-    }
-    m_audioFormatInput = SoundStreamDescription::ofSoundFile(opened.file->rate(), opened.file->channels());
-    m_numDatas = audioDataByteCount(*opened.file);
     return std::move(opened.file);
+}
+
+std::unique_ptr<SoundFile> VmMechanic::openAIFFFileWithPath(const std::string& path) {
+    std::unique_ptr<SoundFile> file = openAIFFFileForWorker(path);
+    if (!file)
+        return nullptr;
+    m_audioFormatInput = SoundStreamDescription::ofSoundFile(file->rate(), file->channels());
+    m_numDatas = audioDataByteCount(*file);
+    return file;
 }
 
 bool VmMechanic::setAIFFFileHeader(const std::string& path, unsigned channels) {

@@ -34,6 +34,8 @@ public:
                                                          const std::string& path);
     /// For reading; sets `audioFormatInput` and `numDatas`.
     std::unique_ptr<SoundFile> openAIFFFileWithPath(const std::string& path);
+    /// Any thread. The same for a worker: sets nothing.
+    std::unique_ptr<SoundFile> openAIFFFileForWorker(const std::string& path) const;
     /// Bytes of sound.
     static std::int64_t audioDataByteCount(const SoundFile& file) { return file.byteCount(); }
     const SoundStreamDescription& audioFormatOutput() const { return m_audioFormatOutput; }
