@@ -33,7 +33,7 @@ public:
         double timeLimit = 3600.0; ///< seconds, then the whole group is ended
         /// Only one task at a time runs for this folder, also of several processes of ours: a compressor that
         /// outlived a crash is waited for. Empty: no such lock.
-        std::string folder;
+        std::string folder = {};
     };
 
     /// Not the main thread: waits for the end. `stop` ends the program early.

@@ -95,6 +95,11 @@ VmKeeper::~VmKeeper() {
 
 void VmKeeper::awake() {
     VmTableView& table = m_controler.keepTable();
+    table.setColumns({{.identifier = "RecordDate", .titleKey = "RecordDate"},
+                      {.identifier = "StartTime", .titleKey = "StartTime"},
+                      {.identifier = "EndTime", .titleKey = "EndTime"},
+                      {.identifier = "RecordTime", .titleKey = "RecordTime", .rightAligned = true},
+                      {.identifier = "FileSize", .titleKey = "KeepFileSize", .rightAligned = true}});
     table.setRowAction([this] { changeSelectRow(); });
     table.setDoubleAction([this] { doubleAction(); });
     table.setSortAction([this] { renewListAndControl(); });

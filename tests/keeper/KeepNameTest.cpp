@@ -9,14 +9,15 @@ const KeepName names("_Velmoratide_", "aif");
 TEST(KeepName, knowsACompressedRecording) {
     EXPECT_EQ(names.headerLength(), 13u);
     EXPECT_TRUE(names.isKeepDataFile("_Velmoratide_20071024_093000~101500.aif.bz2"));
-    EXPECT_TRUE(names.isKeepDataFile(".Velmoratide_20071024_093000~101500.aif.bz2")) << "the first one may differ";
+    EXPECT_TRUE(names.isKeepDataFile(".Velmoratide_20071024_093000~101500.aif.bz2"))
+        << "the first one may differ";
     EXPECT_TRUE(names.isKeepDataFile("_Velmoratide_20071024_093000~101500+.aif.bz2"));
 }
 
 TEST(KeepName, passesOverWhatIsNone) {
     EXPECT_FALSE(names.isKeepDataFile("_Velmoratide_20071024_093000~101500.aif")) << "not compressed";
-    EXPECT_FALSE(names.isKeepDataFile("_Velmoratide_20071024_093000~101.b2")) << "too short by one";
-    EXPECT_TRUE(names.isKeepDataFile("_Velmoratide_20071024_093000~1015.bz2")) << "just long enough";
+    EXPECT_FALSE(names.isKeepDataFile("_Velmoratide_20071024_093000~101500.b2")) << "too short by one";
+    EXPECT_TRUE(names.isKeepDataFile("_Velmoratide_20071024_093000~101500.bz2")) << "just long enough";
     EXPECT_FALSE(names.isKeepDataFile("_Velmoratida_20071024_093000~101500.aif.bz2"));
     EXPECT_FALSE(names.isKeepDataFile("holiday pictures of the year before last.zip"));
     EXPECT_FALSE(names.isKeepDataFile(""));

@@ -1,0 +1,261 @@
+// What compressors and keep folders do that they should not.
+#include "keeper/KeepingDesk.h"
+
+namespace {
+/// Keeping and compressing one recording with a compressor of a few lines.
+class FaultyDuty : public KeepingDesk {
+public:
+    explicit FaultyDuty(const std::string& script, const Settings& settings = {}) : KeepingDesk(settings) {
+        launch();
+        useCompressor(script);
+        record(morningName);
+        sound = textOf(recorded(morningName));
+        keepOne();
+    }
+    void keepOne() {
+        mechanic().deleteOlderFile();
+        desk.runFor(1.0);
+    }
+    /// The recording is in the keep folder as it was, and it was said once why.
+    void expectKeptUncompressed() {
+        EXPECT_FALSE(exists(recorded(morningName)));
+        EXPECT_TRUE(textOf(kept(morningName)) == sound);
+        EXPECT_EQ(errors(), 1u);
+        EXPECT_EQ(alerts("CompressError", "CompressErrorInfo"), 1u);
+        EXPECT_EQ(posts("DataKeepCompleteNotification").size(), 1u);
+        EXPECT_FALSE(keeper().isCompressing());
+        EXPECT_FLOAT_EQ(keeper().compressRatio(), 0.66F);
+    }
+    std::string sound;
+};
+} // namespace
+
+// Compressors
+
+TEST(VmKeeperFault, survivesACompressorThatFails) {
+    FaultyDuty duty("exit 3");
+    duty.expectKeptUncompressed();
+    EXPECT_TRUE(duty.logged("File compress execute error."));
+    EXPECT_EQ(duty.posts("CompressCompleteNotification").at(0).userInfo,
+              (UserInfo{{"CompressErrorMessage", "CompresserExecuteError"}}));
+    duty.record(noonName);
+    duty.keepOne();
+    EXPECT_EQ(duty.errors(), 1u) << "one clear report";
+    EXPECT_EQ(duty.lines("File compress execute error."), 2u);
+}
+
+TEST(VmKeeperFault, survivesACompressorThatHangs) {
+    FaultyDuty duty("trap '' TERM; while :; do sleep 1; done", {{"CompressTimeLimit", 1}});
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("it took too long and was ended"), 1u);
+}
+
+TEST(VmKeeperFault, survivesACompressorThatCannotBeRun) {
+    FaultyDuty duty("");
+    duty.desk.runFor(1.0);
+    const std::size_t before = duty.errors();
+    std::filesystem::permissions(duty.desk.folder + "/compressor", std::filesystem::perms::owner_read);
+    duty.record(noonName);
+    duty.keepOne();
+    EXPECT_TRUE(duty.logged("Task create error."));
+    EXPECT_EQ(duty.errors(), before + 1) << "another reason is another report";
+    EXPECT_TRUE(duty.exists(duty.kept(noonName)));
+}
+
+TEST(VmKeeperFault, survivesACompressorThatPrintsMegabytes) {
+    for (const bool monitor : {false, true}) {
+        FaultyDuty duty("head -c 5000000 /dev/zero >&2; cp \"$1\" \"$1.z\"", {{"CompressTimeLimit", 20}});
+        duty.keeper().setMonitorCommand(monitor);
+        EXPECT_TRUE(duty.textOf(duty.kept(morningName) + ".z") == duty.sound);
+        EXPECT_FALSE(duty.exists(duty.kept(morningName)));
+        EXPECT_EQ(duty.errors(), 0u);
+    }
+}
+
+TEST(VmKeeperFault, putsBackWhatAFailingCompressorRemoved) {
+    FaultyDuty duty("rm \"$1\"; exit 1");
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("the compressor removed the recording, it was put back"), 1u);
+}
+
+TEST(VmKeeperFault, putsBackWhatALyingCompressorRemoved) {
+    FaultyDuty duty("rm \"$1\"");
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("said that it succeeded, but it left no compressed file"), 1u);
+}
+
+TEST(VmKeeperFault, believesNoCompressorThatDidNothing) {
+    FaultyDuty duty("exit 0");
+    duty.expectKeptUncompressed();
+}
+
+TEST(VmKeeperFault, believesNoEmptyFile) {
+    FaultyDuty duty("rm \"$1\"; : > \"$1.z\"");
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("but it left an empty file"), 1u);
+}
+
+TEST(VmKeeperFault, believesNoFileThatIsTooSmall) {
+    FaultyDuty duty("echo compressed > \"$1.z\"");
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("too small to hold the sound (11 bytes)"), 1u);
+}
+
+TEST(VmKeeperFault, believesNoSmallFileForMovingSound) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.useCompressor("head -c 900 \"$1\" > \"$1.z\"");
+    duty.record(morningName, 4'000'000);
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.exists(duty.kept(morningName)));
+    EXPECT_EQ(duty.lines("too small to hold the sound (900 bytes)"), 1u);
+}
+
+TEST(VmKeeperFault, believesASmallFileForSilence) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.write(duty.recorded(morningName), std::string(4'000'000, '\0'));
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_FALSE(duty.exists(duty.kept(morningName)));
+    EXPECT_TRUE(duty.exists(duty.kept(morningName) + ".bz2"));
+    EXPECT_LT(std::filesystem::file_size(duty.kept(morningName) + ".bz2"), 200u);
+    EXPECT_EQ(duty.errors(), 0u);
+}
+
+TEST(VmKeeperFault, believesNoFileFromBefore) {
+    KeepingDesk duty(Settings{{"KeepOperation", false}});
+    duty.launch();
+    duty.write(duty.kept(morningName), "sound");
+    duty.write(duty.kept(morningName) + ".z", std::string(100, 'h')); // the half that a crash left
+    duty.useCompressor("exit 0");
+    duty.keeper().setKeepOperation(true);
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(KeepingDesk::textOf(duty.kept(morningName)), "sound");
+    EXPECT_EQ(duty.lines("it left no compressed file"), 1u);
+}
+
+TEST(VmKeeperFault, keepsNoHalf_ofACompressorThatWorksOnInTheBackground) {
+    FaultyDuty duty("(head -c 400 \"$1\"; sleep 0.3; tail -c +401 \"$1\") > \"$1.z\" &");
+    EXPECT_TRUE(duty.textOf(duty.kept(morningName) + ".z") == duty.sound) << "its end was waited for";
+    EXPECT_FALSE(duty.exists(duty.kept(morningName)));
+}
+
+TEST(VmKeeperFault, leavesWhatWaits_toTheNextLaunch) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.write(duty.kept(morningName), "sound");
+    duty.useCompressor("rm \"$1\"");
+    duty.desk.runLoop.post([&] { duty.desk.controler.reset(); });
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(duty.lines("uncompressed recording is compressed now"), 1u);
+    EXPECT_TRUE(duty.exists(duty.kept(morningName)));
+    EXPECT_TRUE(duty.posts("CompressCompleteNotification").empty());
+}
+
+// Keep folders
+
+namespace {
+/// Two hours of recordings, ten minutes apart, of which the keep folder takes none.
+void expectOneReport(KeepingDesk& duty, const std::string& why) {
+    for (int times = 0; times < 12; ++times) {
+        EXPECT_TRUE(times > 0 || duty.mechanic().deleteOlderFile());
+        duty.mechanic().deleteOlderFile();
+        duty.desk.runFor(600.0);
+    }
+    EXPECT_TRUE(duty.exists(duty.recorded(morningName)));
+    EXPECT_TRUE(duty.exists(duty.recorded(noonName)));
+    EXPECT_EQ(duty.errors(), 1u);
+    EXPECT_EQ(duty.lines("VmKeeper: recording is not deleted, for it cannot be kept: " + why), 1u);
+    EXPECT_EQ(duty.alerts("KeepFileError", "KeepFileErrorInfo"), 1u);
+}
+
+void recordTwo(KeepingDesk& duty) {
+    duty.launch();
+    duty.record(morningName);
+    duty.record(noonName);
+}
+} // namespace
+
+TEST(VmKeeperFault, losesNothing_withTheKeepFolderGone) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    std::filesystem::remove(duty.keepFolder());
+    expectOneReport(duty,
+                    "the keep folder is not there (No such file or directory): " + duty.recorded(morningName));
+    std::filesystem::create_directory(duty.keepFolder());
+    duty.desk.runFor(600.0);
+    EXPECT_TRUE(duty.mechanic().deleteOlderFile());
+    duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.exists(duty.kept(morningName) + ".bz2"));
+    EXPECT_EQ(duty.lines("VmKeeper: recordings are kept again"), 1u);
+}
+
+TEST(VmKeeperFault, losesNothing_withAKeepFolderThatIsAFile) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    std::filesystem::remove(duty.keepFolder());
+    duty.write(duty.keepFolder(), "a file");
+    expectOneReport(duty, "the keep folder is not there");
+}
+
+TEST(VmKeeperFault, losesNothing_withTheKeepFolderReadOnly) {
+    if (geteuid() == 0)
+        GTEST_SKIP() << "the superuser writes everywhere";
+    KeepingDesk duty;
+    recordTwo(duty);
+    std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0500));
+    expectOneReport(duty, "it cannot be brought into the keep folder (Permission denied)");
+    std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0700));
+}
+
+// The compressor test
+
+TEST(VmKeeperCheck, measuresTheRatioOfTheSample) {
+    KeepingDesk duty(Settings{{"KeepOperation", false}, {"SampleDataFilePath", "sounds"}});
+    duty.launch();
+    const std::string sample = duty.keeper().sampleDataFile();
+    ASSERT_TRUE(duty.exists(sample)) << sample;
+    const std::string copy = duty.recorded("Blow.aiff.test");
+    std::filesystem::copy_file(sample, copy);
+    EXPECT_TRUE(duty.keeper().compressSampleFile(copy, {"/usr/bin/bzip2", "-f %@"}));
+    std::filesystem::remove(copy);
+    duty.desk.runFor(1.0);
+    const auto ratios = duty.posts("CompressRatioNotification");
+    ASSERT_EQ(ratios.size(), 1u);
+    EXPECT_GT(std::stof(ratios[0].object), 0.01F);
+    EXPECT_LT(std::stof(ratios[0].object), 1.1F);
+    EXPECT_EQ(duty.alerts("CompleteKeepAction", "CompleteKeepActionInfo"), 1u);
+    EXPECT_TRUE(std::filesystem::is_empty(duty.keepFolder()));
+    EXPECT_FLOAT_EQ(duty.keeper().compressRatio(), 0.66F) << "the person decides";
+    EXPECT_FALSE(duty.keeper().keepOperation());
+}
+
+TEST(VmKeeperCheck, saysWhatIsWrongWithTheCompressor) {
+    KeepingDesk duty;
+    duty.launch();
+    const std::string copy = duty.recorded("Blow.aiff.test");
+    duty.write(copy, "a sound");
+    duty.keeper().compressSampleFile(copy, {"/nowhere/compressor", "%@"});
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(duty.alerts("CheckKeepActionError", "NoCompresserExistInfo"), 1u);
+    duty.keeper().compressSampleFile(copy, {duty.compressor("exit 1"), "%@"});
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(duty.alerts("CheckKeepActionError", "CompressingErrorInfo"), 1u);
+    duty.keeper().compressSampleFile(copy, {duty.compressor("exit 0"), "%@"});
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(duty.alerts("CheckKeepActionError", "CompressingErrorInfo"), 2u);
+    EXPECT_TRUE(duty.posts("CompressRatioNotification").empty());
+    EXPECT_TRUE(std::filesystem::is_empty(duty.keepFolder()));
+    EXPECT_EQ(duty.errors(), 0u);
+}
+
+TEST(VmKeeperCheck, passesOverOtherFiles) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.write(duty.kept("letter.txt"), "dear");
+    duty.desk.notifications.post({"CompressCompleteNotification", duty.kept("letter.txt"), {}});
+    EXPECT_TRUE(duty.exists(duty.kept("letter.txt")));
+    EXPECT_TRUE(duty.desk.alert.shown().empty());
+}
