@@ -310,7 +310,7 @@ void Application::showWindow() {
                                    keeper.totalFilesText(), keeper.totalTimeText(), keeper.totalSizeText(),
                                    keeper.compressIndicator()},
                                   m_texts));
-    m_window->addDrawer(reserver.drawer, new TimerDrawer(reserver, m_texts));
+    m_window->addDrawer(reserver.drawer, new TimerDrawer(reserver, m_texts), 2);
     m_window->addDrawer(m_controler->prefer().drawer, new PreferPanel(m_controler->prefer(), m_texts));
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
                          [this] { showLogBook(); });

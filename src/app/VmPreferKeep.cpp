@@ -17,10 +17,20 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 constexpr std::string_view testExtension = ".test";
 constexpr float percent = 100.0f;
+
+/// Where a folder really lies, whatever links lead there.
+std::string placeOf(const std::string& folder) {
+    const std::string path = Paths::trimmed(Paths::expandingTilde(folder));
+    std::error_code fault;
+    const std::filesystem::path place = std::filesystem::weakly_canonical(path, fault);
+    return fault ? path : place.string();
+}
 } // namespace
 
 void VmPrefer::observeKeeper() {
@@ -79,9 +89,7 @@ std::string_view VmPrefer::keepFaultKey() const {
         return {};
     if (!isFolderPath(keepFolderText.text()))
         return "NoSuchKeepFolder";
-    const std::string keep = Paths::trimmed(Paths::expandingTilde(keepFolderText.text()));
-    const std::string record = Paths::trimmed(Paths::expandingTilde(recordFolderText.text()));
-    if (keep == record || m_controler.seams().volume.isSameFile(keep, record))
+    if (placeOf(keepFolderText.text()) == placeOf(recordFolderText.text()))
         return "KeepFolderIsRecordFolder";
     return commandFaultKey();
 }

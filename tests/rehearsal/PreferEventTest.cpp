@@ -57,13 +57,16 @@ TEST(PreferEvent, changesEveryPreference_andLogsTheChangesInOrder) {
     const QJsonObject wanted = QJsonDocument::fromJson(QByteArray::fromStdString("{" + every + "}")).object();
     const QJsonObject settings = stored(folder);
     for (const QString& key : wanted.keys()) {
-        if (key == QLatin1String("DirectoryPath") || key == QLatin1String("KeepFileKeepFolder"))
+        const bool isFolder =
+            key == QLatin1String("DirectoryPath") || key == QLatin1String("KeepFileKeepFolder");
+        if (isFolder) {
             EXPECT_EQ(settings[key].toString().toStdString(),
                       folder.folder() + "/" + wanted[key].toString().toStdString());
-        else if (wanted[key].isDouble())
+        } else if (wanted[key].isDouble()) {
             EXPECT_NEAR(settings[key].toDouble(), wanted[key].toDouble(), 1e-6) << key.toStdString();
-        else
+        } else {
             EXPECT_EQ(settings[key], wanted[key]) << key.toStdString();
+        }
     }
 }
 

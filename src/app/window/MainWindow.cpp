@@ -71,23 +71,28 @@ void MainWindow::follow() {
     m_closing = false;
 }
 
-void MainWindow::addDrawer(Drawer& drawer, QWidget* panel) {
+void MainWindow::addDrawer(Drawer& drawer, QWidget* panel, int tab) {
     m_all->addWidget(panel);
-    m_drawers.emplace_back(&drawer, panel);
-    const auto show = [this, &drawer, panel] {
-        panel->setVisible(drawer.isOpen());
+    m_panels.push_back(panel);
+    const auto show = [this, &drawer, panel, tab] {
+        const bool shown = drawer.isOpen() && (tab < 0 || tab == m_tabs.selected());
+        if (shown == !panel->isHidden())
+            return;
+        panel->setVisible(shown);
         resizeTo(wantedSize());
-        if (drawer.isOpen())
+        if (shown)
             panel->setFocus();
     };
+    panel->hide();
     drawer.observe(show);
+    m_tabs.observe(show);
     show();
 }
 
 QSize MainWindow::wantedSize() const {
     QSize size(m_model.width(), m_model.height());
-    for (const auto& [drawer, panel] : m_drawers)
-        if (drawer->isOpen())
+    for (const QWidget* panel : m_panels)
+        if (!panel->isHidden())
             size = {size.width() + panel->minimumWidth(), std::max(size.height(), panel->minimumHeight())};
     return size;
 }

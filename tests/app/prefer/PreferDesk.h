@@ -23,6 +23,7 @@ public:
     explicit PreferDesk(const Settings& settings = {})
         : Desk(settings, {slow(countingInput()), deskOutput(), secondOutput()}, preferMorning) {
         desk.texts = Texts::forLanguage("en");
+        desk.volume.limitRoom(folder.path(), {});
         desk.launch();
         desk.runFor(1.0);
         events.clear();

@@ -1,6 +1,8 @@
 // Opening, closing, limits and figures.
 #include "app/prefer/PreferDesk.h"
 
+#include <QJsonArray>
+
 using Events = std::vector<std::string>;
 using Alerts = std::vector<std::string>;
 
@@ -44,7 +46,7 @@ TEST(VmPrefer, offersTheMarkerSoundsByTheirNames) {
 }
 
 TEST(VmPrefer, offersAMarkerSoundThatIsGone_asLongAsItIsChosen) {
-    PreferDesk desk({{"MarkerSoundName", "Gong"}});
+    PreferDesk desk({RehearsalDesk::Setting{"MarkerSoundName", "Gong"}});
     desk.open();
     VmPrefer& prefer = desk.prefer();
     EXPECT_EQ(prefer.markerSoundPopup.items().back(), "Gong");
@@ -64,7 +66,8 @@ TEST(VmPrefer, disablesTheRecordButton_whileItIsOpen) {
 }
 
 TEST(VmPrefer, keepsTheRecordButtonDisabled_afterwards_whileTheTimetableIsOn) {
-    PreferDesk desk({{"TimerList", QJsonArray{QJsonArray{"Night", 1, 79200, 82800, 0, 1, 1, 0, 0, 0, 0}}}});
+    const QJsonArray night = {"Night", 1, 79200, 82800, 0, 1, 1, 0, 0, 0, 0};
+    PreferDesk desk({RehearsalDesk::Setting{"TimerList", QJsonArray({QJsonValue(night)})}});
     desk.open();
     desk.recorder().reserveButton().press(true);
     EXPECT_FALSE(desk.prefer().okButton.enabled());
@@ -109,7 +112,7 @@ TEST(VmPrefer, appliesNothing_whenARecordingBeganMeanwhile) {
 }
 
 TEST(VmPrefer, opensNothing_whenTheGateRefuses) {
-    PreferDesk desk({{"AuthorizationRequired", true}});
+    PreferDesk desk({RehearsalDesk::Setting{"AuthorizationRequired", true}});
     desk.desk.administratorRight.setGranted(false);
     desk.prefer().preferButton.press(true);
     EXPECT_FALSE(desk.prefer().drawer.isOpen());
@@ -173,7 +176,7 @@ TEST(VmPrefer, showsTheFiguresOfTheChoice) {
 }
 
 TEST(VmPrefer, givesTheOpacityBack_onCancel) {
-    PreferDesk desk({{"WindowOpacity", 0.855}});
+    PreferDesk desk({RehearsalDesk::Setting{"WindowOpacity", 0.855}});
     std::vector<float> seen;
     MainWindowModel& window = desk.desk.controler->mainWindow();
     window.observe([&] { seen.push_back(window.opacity()); });
@@ -230,8 +233,11 @@ TEST(VmPrefer, hasATextForEveryCaption_andALineOfHelpForEverySetting) {
 TEST(VmPrefer, namesTheUnitOfEveryNumber) {
     PreferDesk desk;
     const Texts texts = Texts::forLanguage("en");
-    for (const PreferItem& item : desk.prefer().items())
-        if (std::holds_alternative<NumberField*>(item.controlOf()) ||
-            std::holds_alternative<Slider*>(item.controlOf()))
+    for (const PreferItem& item : desk.prefer().items()) {
+        const bool isNumber = std::holds_alternative<NumberField*>(item.controlOf()) ||
+                              std::holds_alternative<Slider*>(item.controlOf());
+        if (isNumber) {
             EXPECT_NE(texts(item.captionKey()).find('('), std::string::npos) << item.captionKey();
+        }
+    }
 }
