@@ -68,7 +68,7 @@ RehearsalDesk::~RehearsalDesk() = default;
 void RehearsalDesk::makeControllers() {
     controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
                                                     hardware, volume, administratorRight, savePanel, workspace,
-                                                    soundFolders, "rehearsal", &folderWatch});
+                                                    soundFolders, "rehearsal", {}, {}, {}, &folderWatch});
 }
 
 void RehearsalDesk::launch() {

@@ -99,23 +99,6 @@ TEST(RehearseProgramTest, keepsHomeOutOfIt) {
     EXPECT_EQ(folder.recordings("tapes").size(), 1U);
 }
 
-<<<<<<< HEAD
-=======
-TEST(RehearseProgramTest, saysWhatItCannotRehearseYet) {
-    for (const char* event : {R"("lock")", R"("delete")", R"("export", "path": "x.aif")"}) {
-        Folder folder;
-        EXPECT_EQ(
-            folder.play(Folder::scenario(Folder::launch(std::string(R"({"at": 1, "do": )") + event + "}"))), 2);
-        EXPECT_TRUE(isOneLineWith(folder.errors(), "launches[0].events[0].do: this version cannot rehearse"))
-            << event;
-        EXPECT_FALSE(std::filesystem::exists(folder.folder()));
-    }
-    Folder folder;
-    EXPECT_EQ(folder.play(Folder::scenario(Folder::launch(R"({"at": 1, "do": "tab", "index": 2})"))), 2);
-    EXPECT_TRUE(isOneLineWith(folder.errors(), "events[0].index: this version cannot rehearse \"2\" yet"));
-}
-
->>>>>>> prefer
 TEST(RehearseProgramTest, leavesTheWholeFolder_andItsTotals) {
     Folder folder;
     ASSERT_EQ(folder.play(Folder::scenario(
