@@ -174,14 +174,17 @@ void VmKeeper::learnRatio(const std::string& target) {
         setCompressRatio(static_cast<float>((ratio + static_cast<double>(compressRatio())) * 0.5));
 }
 
-/// A compressor that failed may have removed the recording all the same.
+/// A compressor that failed may have removed the recording all the same, and what it left is worth nothing.
 void VmKeeper::putBack(const std::string& target) {
-    if (m_proof == nullptr || !m_proof->isGone())
+    if (m_proof == nullptr)
         return;
-    const std::string fault = m_proof->restore();
-    m_controler.seams().log.log(
-        "VmKeeper: the compressor removed the recording, " +
-        (fault.empty() ? "it was put back: " : "and it could not be put back, " + fault + ": ") + target);
+    if (m_proof->isGone()) {
+        const std::string fault = m_proof->restore();
+        m_controler.seams().log.log(
+            "VmKeeper: the compressor removed the recording, " +
+            (fault.empty() ? "it was put back: " : "and it could not be put back, " + fault + ": ") + target);
+    }
+    m_proof->discard();
 }
 
 void VmKeeper::reportUncompressed(const std::string& why, const std::string& target) {
