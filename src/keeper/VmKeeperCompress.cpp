@@ -46,7 +46,7 @@ bool VmKeeper::compressSampleFile(const std::string& path, const CompressCommand
         seams.alert.tell({"CheckKeepActionError", "CompressingErrorInfo", "Understand"});
         return false;
     }
-    m_compressions.append({.target = target, .command = command});
+    queueCompression({.target = target, .command = command});
     return true;
 }
 
@@ -80,6 +80,11 @@ int VmKeeper::execute(const std::string& path, const std::vector<std::string>& a
     return result.status;
 }
 
+void VmKeeper::takeInHand(const std::string& target) {
+    const std::lock_guard guard(m_mutex);
+    m_inHand = target;
+}
+
 void VmKeeper::compressFile(Compression& compression) {
     if (m_stopping)
         return;
@@ -90,6 +95,7 @@ void VmKeeper::compressFile(Compression& compression) {
         postComplete(target, noCompressor);
         return;
     }
+    takeInHand(target);
     const CompressionProof proof(seams.volume, target);
     const HostTime begin = seams.clock.hostTime();
     m_lockedFolder = Paths::folderOf(target);
@@ -103,6 +109,7 @@ void VmKeeper::compressFile(Compression& compression) {
     m_proof = &proof;
     postComplete(target, status == 0 ? "" : executeError);
     m_proof = nullptr;
+    takeInHand({});
     onMainThread([this] { renewIfShown(); });
 }
 
@@ -119,9 +126,10 @@ void VmKeeper::postComplete(const std::string& target, const std::string& error)
     m_controler.seams().notifications.post(notification);
 }
 
-void VmKeeper::postKeepComplete() const {
+void VmKeeper::postKeepComplete() {
     if (!m_compressions.isEmpty())
         return;
+    m_completeSaid = true;
     m_controler.seams().log.log("Notification to DateKeepComplete");
     m_controler.seams().notifications.post({"DataKeepCompleteNotification", {}, {}});
 }

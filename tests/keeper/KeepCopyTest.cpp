@@ -114,6 +114,14 @@ TEST_F(KeepCopyTest, findsWhatACrashLeft) {
     EXPECT_EQ(disk.list(keepFolder).size(), 1u);
 }
 
+TEST_F(KeepCopyTest, keepsNothingInTheRecordFolderItself) {
+    const std::string record = folder.path() + "/record";
+    std::filesystem::create_directory_symlink(record, folder.path() + "/alias");
+    for (const std::string& same : {record, record + "/", folder.path() + "/alias"})
+        EXPECT_EQ(KeepCopy::make(volume, recording, same, cancelled).result.error, EINVAL) << same;
+    EXPECT_EQ(disk.list(record).size(), 1u);
+}
+
 TEST_F(KeepCopyTest, makesNoFolder) {
     std::filesystem::remove(keepFolder);
     EXPECT_EQ(make().result.error, ENOENT);

@@ -215,6 +215,13 @@ TEST(VmKeeperFault, losesNothing_withTheKeepFolderReadOnly) {
     std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0700));
 }
 
+TEST(VmKeeperFault, losesNothing_withTheRecordFolderAsKeepFolder) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    duty.keeper().setKeepFolder(duty.desk.recordFolder());
+    expectOneReport(duty, "the keep folder is the record folder");
+}
+
 TEST(VmKeeperFault, losesNothing_withAKeepFolderThatTakesNothing) {
     KeepingDesk duty;
     recordTwo(duty);
