@@ -46,10 +46,23 @@ std::optional<CompressionProof::Output> CompressionProof::find(Volume& volume, c
     return Output{found.front().path, found.front().bytes};
 }
 
-std::string CompressionProof::fault() const {
+std::vector<CompressionProof::Stamp> CompressionProof::written() const {
     std::vector<Stamp> found = outputs(m_volume, m_target);
     std::erase_if(found,
                   [this](const Stamp& stamp) { return std::ranges::find(m_before, stamp) != m_before.end(); });
+    return found;
+}
+
+void CompressionProof::discard() const {
+    if (m_input == nullptr || m_volume.fileSize(m_target) != m_inputBytes)
+        return;
+    for (const Stamp& stamp : written())
+        if (!m_volume.isLocked(stamp.path))
+            m_volume.remove(stamp.path);
+}
+
+std::string CompressionProof::fault() const {
+    const std::vector<Stamp> found = written();
     if (found.empty())
         return "it left no compressed file";
     const Stamp& output = found.front();

@@ -32,6 +32,9 @@ public:
     /// Empty when a compressed file was written since, is of a size to be believed, and is on the disk; else
     /// what is wrong.
     std::string fault() const;
+    /// Removes what was written since: it is not to be taken for the sound. Nothing goes unless the sound
+    /// itself is there in its full length.
+    void discard() const;
     /// Puts the sound back if there is no file under its name any more. Empty, or what went wrong.
     std::string restore() const;
     bool isGone() const;
@@ -45,6 +48,7 @@ private:
         std::int64_t changed = 0; ///< nanoseconds
         bool operator==(const Stamp&) const = default;
     };
+    std::vector<Stamp> written() const;
     static std::vector<Stamp> outputs(Volume& volume, const std::string& target);
     /// Samples of the file that differ from those of their channel before.
     std::int64_t movingSamples() const;

@@ -43,6 +43,11 @@ KeepCopy KeepCopy::make(Volume& volume, const std::string& recording, const std:
         copy.result = failure("the keep folder is not there", ENOENT);
         return copy;
     }
+    // By what the paths lead to: there a second name would be the recording's own, and go with it.
+    if (volume.isSameFile(Paths::inFolder(folder, "."), Paths::inFolder(Paths::folderOf(recording), "."))) {
+        copy.result = failure("the keep folder is the record folder", EINVAL);
+        return copy;
+    }
     errno = 0;
     const std::vector<VolumeEntry> entries = volume.list(folder);
     if (errno != 0) {

@@ -269,7 +269,7 @@ void VmKeeper::keepingEnded(const std::string& recording, const KeepCopy& copy) 
     m_notBefore.erase(recording);
     m_reportedRecordings.erase(recording);
     if (m_controler.mechanic().deleteKept(recording))
-        m_compressions.append({.target = copy.target, .command = {}});
+        queueCompression({.target = copy.target, .command = {}});
     else
         withdraw(recording, copy.target);
     renewIfShown();
@@ -309,6 +309,16 @@ void VmKeeper::clearFolder() const {
     }
 }
 
+bool VmKeeper::isInHand(const std::string& target) const {
+    const std::lock_guard guard(m_mutex);
+    return m_inHand == target;
+}
+
+void VmKeeper::queueCompression(Compression compression) {
+    m_completeSaid = false;
+    m_compressions.append(std::move(compression));
+}
+
 /// Later, for several settings may change together.
 void VmKeeper::queueLeftoversSoon() {
     if (!std::exchange(m_leftoversAwaited, true))
@@ -329,10 +339,11 @@ void VmKeeper::queueLeftovers() {
         const std::string target = Paths::inFolder(m_keepFolder, entry.name);
         const bool isStillARecording =
             seams.volume.isSameFile(target, Paths::inFolder(recordFolder, entry.name));
-        const bool waits = m_compressions.has([&](const Compression& other) { return other.target == target; });
+        const bool waits = isInHand(target) ||
+                           m_compressions.has([&](const Compression& other) { return other.target == target; });
         if (isStillARecording || waits || seams.volume.isLocked(target))
             continue;
         seams.log.log("VmKeeper: uncompressed recording is compressed now: " + target);
-        m_compressions.append({.target = target, .command = {}});
+        queueCompression({.target = target, .command = {}});
     }
 }

@@ -102,8 +102,9 @@ public:
     Indicator& compressIndicator() { return m_compressIndicator; }
 
     // Any thread
-    /// A compression runs, or is about to.
-    bool isCompressing() const { return m_compressions.isRunning(); }
+    /// A compression runs, or is about to: "DataKeepCompleteNotification" will be posted. Whoever waits for it
+    /// observes it first, and asks then.
+    bool isCompressing() const { return m_compressions.isRunning() && !m_completeSaid; }
     bool monitorCommand() const { return m_monitorCommand; }
     int compressTimeLimit() const { return m_compressTimeLimit; } ///< seconds
     float compressRatio() const { return m_compressRatio; }       ///< compressed by uncompressed size
@@ -139,6 +140,9 @@ private:
     void keepingEnded(const std::string& recording, const KeepCopy& copy);
     void reportUnkept(const std::string& recording, const std::string& why);
     void withdraw(const std::string& recording, const std::string& target);
+    bool isInHand(const std::string& target) const;
+    void takeInHand(const std::string& target);
+    void queueCompression(Compression compression);
     void queueLeftovers();
     void queueLeftoversSoon();
     void clearFolder() const;
@@ -154,7 +158,7 @@ private:
     void learnRatio(const std::string& target);
     void putBack(const std::string& target);
     void reportUncompressed(const std::string& why, const std::string& target);
-    void postKeepComplete() const;
+    void postKeepComplete();
     void setAnimating(bool animating);
 
     // The keep tab
@@ -172,8 +176,9 @@ private:
     std::atomic<bool> m_monitorCommand{true};
     std::atomic<int> m_compressTimeLimit{3600};
     std::atomic<float> m_compressRatio{1.0F};
-    mutable std::mutex m_mutex; // guards the next
+    mutable std::mutex m_mutex; // guards the next two
     CompressCommand m_command;
+    std::string m_inHand; // what is being compressed
 
     std::set<std::string> m_underWay;            // recordings being kept
     std::map<std::string, HostTime> m_notBefore; // recordings that could not be kept are tried again then
@@ -195,6 +200,7 @@ private:
     TextField m_totalFilesText;
     Indicator m_compressIndicator;
 
+    std::atomic<bool> m_completeSaid{false}; // since the last one was queued
     std::atomic<bool> m_stopping{false};
     std::atomic<bool> m_copyCancelled{false};
     const std::shared_ptr<VmKeeper*> m_alive = std::make_shared<VmKeeper*>(this); // for calls that were posted

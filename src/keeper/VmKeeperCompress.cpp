@@ -46,7 +46,7 @@ bool VmKeeper::compressSampleFile(const std::string& path, const CompressCommand
         seams.alert.tell({"CheckKeepActionError", "CompressingErrorInfo", "Understand"});
         return false;
     }
-    m_compressions.append({.target = target, .command = command});
+    queueCompression({.target = target, .command = command});
     return true;
 }
 
@@ -80,6 +80,11 @@ int VmKeeper::execute(const std::string& path, const std::vector<std::string>& a
     return result.status;
 }
 
+void VmKeeper::takeInHand(const std::string& target) {
+    const std::lock_guard guard(m_mutex);
+    m_inHand = target;
+}
+
 void VmKeeper::compressFile(Compression& compression) {
     if (m_stopping)
         return;
@@ -90,6 +95,7 @@ void VmKeeper::compressFile(Compression& compression) {
         postComplete(target, noCompressor);
         return;
     }
+    takeInHand(target);
     const CompressionProof proof(seams.volume, target);
     const HostTime begin = seams.clock.hostTime();
     m_lockedFolder = Paths::folderOf(target);
@@ -103,6 +109,7 @@ void VmKeeper::compressFile(Compression& compression) {
     m_proof = &proof;
     postComplete(target, status == 0 ? "" : executeError);
     m_proof = nullptr;
+    takeInHand({});
     onMainThread([this] { renewIfShown(); });
 }
 
@@ -119,9 +126,10 @@ void VmKeeper::postComplete(const std::string& target, const std::string& error)
     m_controler.seams().notifications.post(notification);
 }
 
-void VmKeeper::postKeepComplete() const {
+void VmKeeper::postKeepComplete() {
     if (!m_compressions.isEmpty())
         return;
+    m_completeSaid = true;
     m_controler.seams().log.log("Notification to DateKeepComplete");
     m_controler.seams().notifications.post({"DataKeepCompleteNotification", {}, {}});
 }
@@ -174,14 +182,17 @@ void VmKeeper::learnRatio(const std::string& target) {
         setCompressRatio(static_cast<float>((ratio + static_cast<double>(compressRatio())) * 0.5));
 }
 
-/// A compressor that failed may have removed the recording all the same.
+/// A compressor that failed may have removed the recording all the same, and what it left is worth nothing.
 void VmKeeper::putBack(const std::string& target) {
-    if (m_proof == nullptr || !m_proof->isGone())
+    if (m_proof == nullptr)
         return;
-    const std::string fault = m_proof->restore();
-    m_controler.seams().log.log(
-        "VmKeeper: the compressor removed the recording, " +
-        (fault.empty() ? "it was put back: " : "and it could not be put back, " + fault + ": ") + target);
+    if (m_proof->isGone()) {
+        const std::string fault = m_proof->restore();
+        m_controler.seams().log.log(
+            "VmKeeper: the compressor removed the recording, " +
+            (fault.empty() ? "it was put back: " : "and it could not be put back, " + fault + ": ") + target);
+    }
+    m_proof->discard();
 }
 
 void VmKeeper::reportUncompressed(const std::string& why, const std::string& target) {

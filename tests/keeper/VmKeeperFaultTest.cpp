@@ -1,6 +1,9 @@
 // What compressors and keep folders do that they should not.
 #include "keeper/KeepingDesk.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 /// Keeping and compressing one recording with a compressor of a few lines.
 class FaultyDuty : public KeepingDesk {
@@ -20,6 +23,7 @@ public:
     void expectKeptUncompressed() {
         EXPECT_FALSE(exists(recorded(morningName)));
         EXPECT_TRUE(textOf(kept(morningName)) == sound);
+        EXPECT_FALSE(exists(kept(morningName) + ".z"));
         EXPECT_EQ(errors(), 1u);
         EXPECT_EQ(alerts("CompressError", "CompressErrorInfo"), 1u);
         EXPECT_EQ(posts("DataKeepCompleteNotification").size(), 1u);
@@ -133,6 +137,7 @@ TEST(VmKeeperFault, believesNoFileFromBefore) {
     duty.keeper().setKeepOperation(true);
     duty.desk.runFor(1.0);
     EXPECT_EQ(KeepingDesk::textOf(duty.kept(morningName)), "sound");
+    EXPECT_TRUE(duty.exists(duty.kept(morningName) + ".z")) << "nobody knows whose it is";
     EXPECT_EQ(duty.lines("it left no compressed file"), 1u);
 }
 
@@ -208,6 +213,41 @@ TEST(VmKeeperFault, losesNothing_withTheKeepFolderReadOnly) {
     std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0500));
     expectOneReport(duty, "it cannot be brought into the keep folder (Permission denied)");
     std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0700));
+}
+
+TEST(VmKeeperFault, losesNothing_withTheRecordFolderAsKeepFolder) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    duty.keeper().setKeepFolder(duty.desk.recordFolder());
+    expectOneReport(duty, "the keep folder is the record folder");
+}
+
+TEST(VmKeeperFault, losesNothing_withAKeepFolderThatTakesNothing) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    duty.keeper().setKeepFolder("/proc/self"); // nobody writes there, not even the superuser
+    expectOneReport(duty, "");
+}
+
+TEST(VmKeeperFault, losesNothing_withTheKeepFolderFull) {
+    KeepingDesk duty;
+    recordTwo(duty);
+    struct stat own {};
+    struct stat other {};
+    if (::stat("/dev/shm", &other) != 0 || ::stat(duty.keepFolder().c_str(), &own) != 0 ||
+        own.st_dev == other.st_dev || ::access("/dev/shm", W_OK) != 0)
+        GTEST_SKIP() << "there is no second volume";
+    const std::string folder = "/dev/shm/" + std::filesystem::path(duty.desk.folder).filename().string();
+    duty.keeper().setKeepFolder(folder);
+    duty.desk.volume.limitRoom(duty.desk.folder, {.freeBytes = 1000.0, .usedBytes = 1e9});
+    duty.desk.volume.setFreeBytes(1000.0);
+    expectOneReport(duty, "there is too little room for the copy (No space left on device)");
+    duty.desk.volume.setFreeBytes(1e9);
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_FALSE(duty.exists(duty.recorded(morningName)));
+    EXPECT_TRUE(duty.exists(folder + "/" + morningName + ".bz2"));
+    std::filesystem::remove_all(folder);
 }
 
 // The compressor test

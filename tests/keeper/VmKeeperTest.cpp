@@ -146,6 +146,26 @@ TEST(VmKeeper, leavesARecordingThatWasLockedMeanwhile_andTakesItsCopyBack) {
     EXPECT_TRUE(duty.posts("CompressCompleteNotification").empty());
 }
 
+TEST(VmKeeper, isNoLongerCompressing_whenItSaysThatItIsComplete) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.useCompressor(moves);
+    std::vector<bool> during;
+    const auto complete =
+        duty.desk.notifications.observe("CompressCompleteNotification", [&](const Notification&) {
+            during.push_back(duty.keeper().isCompressing());
+        });
+    const auto end = duty.desk.notifications.observe("DataKeepCompleteNotification", [&](const Notification&) {
+        during.push_back(duty.keeper().isCompressing());
+    });
+    duty.record(morningName);
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    // The keeper observes first, so it has said that all is complete before others hear of the compression.
+    EXPECT_EQ(during, (std::vector<bool>{false, false}));
+    EXPECT_FALSE(duty.keeper().isCompressing());
+}
+
 // The ratio
 
 TEST(VmKeeper, learnsARunningMeanOfTheRatio) {

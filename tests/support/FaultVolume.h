@@ -19,6 +19,8 @@ public:
     void failSynchronizing(int error) { m_synchronizeError = error; }
     void failReading(bool failing) { m_readFails = failing; }
     void failOpening(bool failing) { m_openFails = failing; }
+    /// Linking fails with `error` from now on, as EXDEV between two volumes.
+    void failLinking(int error) { m_linkError = error; }
     int writes() const { return m_writes; }
     int synchronizations() const { return m_synchronizations; }
 
@@ -36,7 +38,7 @@ public:
         return m_files.renameWithoutReplacing(from, to);
     }
     int makeLink(const std::string& existing, const std::string& link) override {
-        return m_files.makeLink(existing, link);
+        return m_linkError != 0 ? m_linkError : m_files.makeLink(existing, link);
     }
     int remove(const std::string& path) override { return m_files.remove(path); }
     int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
@@ -54,6 +56,7 @@ private:
     int m_failingWrite = 0;
     int m_writeError = 0;
     int m_synchronizeError = 0;
+    int m_linkError = 0;
     bool m_readFails = false;
     bool m_openFails = false;
     int m_writes = 0;
