@@ -292,7 +292,7 @@ void Application::showWindow() {
     m_window = std::make_unique<MainWindow>(
         MainWindow::Controls{m_controler->mainWindow(),
                              {m_controler->mainTab(), m_controler->authorizationButton(),
-                              m_controler->prefer().preferButton(),
+                              m_controler->prefer().preferButton,
                               [this] { m_controler->openHelp("index.html"); }},
                              controls},
         m_texts,
