@@ -9,6 +9,8 @@
 #include "base/UserDefaults.h"
 #include "base/VmTableView.h"
 #include "dutylog/VmDutyLog.h"
+#include "library/VmAnalyzer.h"
+#include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserveList.h"
@@ -23,6 +25,7 @@ void VmControler::registerDefaults(UserDefaults& defaults) {
     VmReserveList::registerDefaults(defaults);
     VmRecorder::registerDefaults(defaults);
     VmLevelMeter::registerDefaults(defaults);
+    VmPlayer::registerDefaults(defaults);
     VmDevice::registerDefaults(defaults);
 }
 
@@ -39,7 +42,10 @@ VmControler::VmControler(const Seams& seams)
     m_devicer = std::make_unique<VmDevice>(*this);
     m_recorder = std::make_unique<VmRecorder>(*this);
     m_meter = std::make_unique<VmLevelMeter>(*this);
+    m_player = std::make_unique<VmPlayer>(*this);
+    m_analyzer = std::make_unique<VmAnalyzer>(*this, m_player->waveView());
     m_devicer->awake();
+    m_player->awake();
     m_reservelist->awake();
 }
 
@@ -58,6 +64,7 @@ void VmControler::applicationDidFinishLaunching() {
     m_recorder->dispRecordMode();
     m_recorder->recordSourceChanged();
     m_recorder->monitorSourceChanged();
+    m_player->playSourceChanged();
     m_devicer->recordDeviceStart();
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
@@ -90,6 +97,7 @@ void VmControler::applicationWillTerminate() {
 void VmControler::saveUserDefaults() {
     m_recorder->saveUserDefaults();
     m_mechanic->saveUserDefaults();
+    m_player->saveUserDefaults();
     m_reserver->saveUserDefaults();
     m_reservelist->saveUserDefaults();
     m_dutylog->saveUserDefaults();

@@ -5,10 +5,12 @@
 #include <memory>
 
 class TabView;
+class VmAnalyzer;
 class VmDevice;
 class VmDutyLog;
 class VmLevelMeter;
 class VmMechanic;
+class VmPlayer;
 class VmRecorder;
 class VmReserveList;
 class VmReserver;
@@ -27,10 +29,12 @@ public:
     VmControler& operator=(const VmControler&) = delete;
 
     const Seams& seams() const { return m_seams; }
+    VmAnalyzer& analyzer() const { return *m_analyzer; }
     VmDevice& devicer() const { return *m_devicer; }
     VmDutyLog& dutylog() const { return *m_dutylog; }
     VmMechanic& mechanic() const { return *m_mechanic; }
     VmLevelMeter& meter() const { return *m_meter; }
+    VmPlayer& player() const { return *m_player; }
     VmRecorder& recorder() const { return *m_recorder; }
     VmReserver& reserver() const { return *m_reserver; }
     VmReserveList& reservelist() const { return *m_reservelist; }
@@ -63,5 +67,7 @@ private:
     std::unique_ptr<VmReserveList> m_reservelist;
     std::unique_ptr<VmRecorder> m_recorder;
     std::unique_ptr<VmLevelMeter> m_meter;
+    std::unique_ptr<VmPlayer> m_player;
+    std::unique_ptr<VmAnalyzer> m_analyzer; // draws into the player's view
     std::unique_ptr<VmDevice> m_devicer;
 };

@@ -10,6 +10,7 @@
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
+#include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 
@@ -92,6 +93,7 @@ void VmDevice::setRecordSource(int index) {
 void VmDevice::setPlaySource(int index) {
     m_play.source = index;
     renewPlaySource();
+    m_controler.player().playSourceChanged();
 }
 
 void VmDevice::setMonitorSource(int index) {
@@ -140,11 +142,24 @@ void VmDevice::stopDevices() {
     m_play.device.reset();
 }
 
-void VmDevice::playDevicePause(bool pause) {
+bool VmDevice::playDevicePause(bool pause) {
     if (m_play.device == nullptr)
-        return;
-    m_play.device->deviceStart();
+        return pause;
+    if (!pause && !m_play.device->deviceStart())
+        return false;
     m_play.device->setDevicePaused(pause);
+    if (pause)
+        m_play.device->deviceStop();
+    return true;
+}
+
+bool VmDevice::securePlayDevice() {
+    if (m_play.device == nullptr || !followList(m_play, AudioDirection::output))
+        setPlaySource(m_play.source);
+    if (m_play.device != nullptr)
+        return true;
+    noPlayDeviceAlert();
+    return false;
 }
 
 void VmDevice::monitorDevicePaused(bool paused) {
@@ -181,13 +196,15 @@ bool VmDevice::findSource(Path& path, AudioDirection direction, const char* miss
     return true;
 }
 
-void VmDevice::followList(Path& path, AudioDirection direction) const {
+bool VmDevice::followList(Path& path, AudioDirection direction) const {
     const auto all = sources(direction);
     const auto same = std::find_if(all.begin(), all.end(), [&path](const AudioSource& other) {
         return other.device == path.chosen.device && other.name == path.chosen.name;
     });
-    if (same != all.end())
-        path.source = static_cast<int>(same - all.begin());
+    if (same == all.end())
+        return false;
+    path.source = static_cast<int>(same - all.begin());
+    return true;
 }
 
 void VmDevice::setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direction) const {
@@ -228,8 +245,15 @@ void VmDevice::renewPlaySource() {
     if (!findSource(m_play, AudioDirection::output, "No playback device is exist."))
         return;
     m_play.device = std::make_unique<KaCoreAudioDevice>(m_system, m_play.chosen.device);
+    m_controler.player().setPlayIOTargetWithDevice(*m_play.device);
     setUp(m_play, *m_play.device, AudioDirection::output);
-    m_play.device->setDevicePaused(true);
+    if (m_play.sampleRate <= 0.0 || m_play.bufferSize <= 0 || m_play.channels <= 0) {
+        // It went away while it was asked; it is found again when the list changes.
+        m_play.device.reset();
+        m_play.source = -1;
+        return;
+    }
+    playDevicePause(true);
 }
 
 void VmDevice::renewMonitorSource() {
@@ -296,6 +320,8 @@ void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
     case AudioHardwareEvent::Kind::serverLost:
         if (concerns(m_monitor, event))
             recorder.monitorOutputLost();
+        if (concerns(m_play, event))
+            m_controler.player().playOutputLost();
         break;
     case AudioHardwareEvent::Kind::hole:
         if (concerns(m_record, event))
@@ -332,4 +358,8 @@ void VmDevice::deviceListChanged() {
     }
     if (m_monitorConverter == nullptr)
         newMonitorConverter();
+    if (m_play.device != nullptr)
+        followList(m_play, AudioDirection::output);
+    else if (playSourceCount() > 0)
+        setPlaySource(checkPlaySource(m_controler.seams().defaults.integerForKey("PlaybackSourceDevice")));
 }

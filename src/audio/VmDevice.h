@@ -41,12 +41,16 @@ public:
     void recordDeviceStart();
     /// Ends all three paths: no cycle reaches a client afterwards.
     void stopDevices();
-    void playDevicePause(bool pause);
-    /// A paused monitor is stopped: an output that runs silently all day keeps the machine awake.
+    /// A paused output is stopped, here and below: one that runs silently all day keeps the machine awake.
+    /// False when the device is to run and cannot.
+    bool playDevicePause(bool pause);
     void monitorDevicePaused(bool paused);
     /// How soon the recorded sound must be handed on.
     void setLatencyNeed(AudioLatencyNeed need);
     void newMonitorConverter();
+    /// Whether there is an output to play to. One that has gone is replaced by another; when there is none,
+    /// that is told.
+    bool securePlayDevice();
     void saveUserDefaults();
 
     // Source lists; a name or device is empty, a number 0, where the index is out of range
@@ -68,6 +72,7 @@ public:
     std::string presentJapanRecordSourceName() const {
         return convertJapanRecordSourceName(m_record.chosen.name);
     }
+    std::string presentJapanPlaySourceName() const { return convertJapanPlaySourceName(m_play.chosen.name); }
     std::string presentJapanMonitorSourceName() const {
         return convertJapanPlaySourceName(m_monitor.chosen.name);
     }
@@ -145,7 +150,8 @@ private:
     void renewPlaySource();
     void renewMonitorSource();
     bool findSource(Path& path, AudioDirection direction, const char* missing);
-    void followList(Path& path, AudioDirection direction) const;
+    /// False when the source is not in the list any more.
+    bool followList(Path& path, AudioDirection direction) const;
     void deviceListChanged();
     void setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direction) const;
     void makeConverter();

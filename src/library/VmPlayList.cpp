@@ -47,8 +47,8 @@ VmPlayList::VmPlayList(VmControler& controler)
     : m_controler(controler),
       m_mechanic(controler.mechanic()),
       m_read(std::make_shared<const RecordListing>()),
-      m_reader(std::make_unique<BackgroundWork>(controler.seams().clock, controler.seams().runLoop,
-                                                "record list")) {}
+      m_reader(std::make_unique<JobThread>(controler.seams().clock, controler.seams().runLoop, "record list")) {
+}
 
 VmPlayList::~VmPlayList() {
     if (m_superseded != nullptr)
@@ -104,7 +104,7 @@ void VmPlayList::startRenewal(const std::string& path) {
         std::make_shared<Renewal>(Renewal{.request = request(path), .sort = m_sort, .known = m_read});
     m_superseded = std::make_shared<std::atomic<bool>>(false);
     m_reader->perform([this, renewal, superseded = m_superseded,
-                       &volume = m_controler.seams().volume]() -> BackgroundWork::Report {
+                       &volume = m_controler.seams().volume]() -> JobThread::Report {
         RecordListing listing = RecordListing::read(volume, renewal->request, *renewal->known, *superseded);
         if (*superseded)
             return nullptr;
@@ -183,7 +183,7 @@ void VmPlayList::putRow(int row, RecordRow renewed) {
 
 void VmPlayList::readProgressRow(const std::string& name) {
     m_reader->perform([this, name, asked = request(m_shown.folder),
-                       &volume = m_controler.seams().volume]() -> BackgroundWork::Report {
+                       &volume = m_controler.seams().volume]() -> JobThread::Report {
         RecordRow renewed;
         if (!RecordListing::readRow(volume, asked, name, renewed))
             return nullptr; // it has another name by now

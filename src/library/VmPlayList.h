@@ -1,6 +1,6 @@
 // library/VmPlayList.h — the model behind the table of recordings.
 #pragma once
-#include "base/BackgroundWork.h"
+#include "base/JobThread.h"
 #include "base/RunLoop.h"
 #include "base/VmTableView.h"
 #include "library/RecordListing.h"
@@ -108,6 +108,6 @@ private:
     bool m_unreadable = false;
     int m_ticks = 0;
     std::unique_ptr<Timer> m_tick;
-    std::unique_ptr<Timer> m_burst;           // runs while further changes are waited for
-    std::unique_ptr<BackgroundWork> m_reader; // last: ends before what it reports to
+    std::unique_ptr<Timer> m_burst;      // runs while further changes are waited for
+    std::unique_ptr<JobThread> m_reader; // last: ends before what it reports to
 };

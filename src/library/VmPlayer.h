@@ -7,6 +7,7 @@
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
 #include "library/PlayerControls.h"
+#include "library/VmPlayerFiles.h"
 
 #include <atomic>
 #include <cstdint>
@@ -71,7 +72,8 @@ public:
     void readSoundFileTimer();
     void dispPositionTimer();
     void dispRecordTime();
-    void dispSelectedRangeText();
+    /// `change` is one of the wave view's notifications.
+    void dispSelectedRangeText(const Notification& change);
     void clearSelectRangeText();
     void actHeadButton();
     void actTailButton();
@@ -101,7 +103,8 @@ public:
     int fastSize() const { return m_fastSize; }
     bool isOpen() const { return m_playbackFile != nullptr; }
 
-    // Main thread: work on the selected recording
+    // Main thread: work on the selected recording; see VmPlayerFiles
+    VmPlayerFiles& files() const { return *m_files; }
     void actLock();
     void actNote();
     void editNoteEndHandler(const std::string& text);
@@ -111,12 +114,12 @@ public:
     /// Seconds of the day at `x` view points of the waveform.
     double secondsAtPoint(double x) const;
     void onlyCopyButtonSetEnable();
-    bool verifyDelete() const { return m_verifyDelete; }
-    void setVerifyDelete(bool verifyDelete) { m_verifyDelete = verifyDelete; }
-    const std::string& deleteFile() const { return m_deleteFile; }
-    const std::string& deleteImage() const { return m_deleteImage; }
-    const std::string& originalFile() const { return m_originalFile; }
-    const std::string& destinationFile() const { return m_destinationFile; }
+    bool verifyDelete() const;
+    void setVerifyDelete(bool verifyDelete);
+    const std::string& deleteFile() const;
+    const std::string& deleteImage() const;
+    const std::string& originalFile() const;
+    const std::string& destinationFile() const;
 
     // I/O thread
     /// Fills one cycle of the play device. Never waits.
@@ -126,10 +129,51 @@ public:
                                  void* clientData) noexcept KA_REALTIME;
 
 private:
+    struct Range {
+        double start = 0.0;  ///< view points
+        double length = 0.0; ///< 0 is no selection
+        double width = 0.0;  ///< of the whole view
+    };
+    Range selection() const;
+    bool isSelected() const;
+    std::int64_t positionAt(double point, double width) const;
+
+    void awakeList();
+    VmPlayerFiles::Host filesHost();
+    void bindControls();
+    void listRenewed();
+    void followProgress();
+    void takeRow();
+    std::string presentPath() const;
+    void showImage();
+    void showStepFast(int steps);
+    void enablePlayback();
+    void forgetFile();
+    void fitToDevice();
+    void refreshLength();
+    void showLength();
+    void reopenIfReplaced();
+    void startPlaying();
+    void stopPlaying();
+    void stopForFault();
+    void setSliderPosition(std::int64_t position);
+    void moveTo(std::int64_t position, Button& button);
+    void redrawPositionLine();
+    void readStep(std::int64_t readSize, double ratio);
+    void armDisplay();
+    void endOfPlayback();
+    void reportError(const std::string& text) const;
+    std::int64_t bytesPerSecond() const;
+    unsigned fill(AudioBufferList& output) noexcept KA_REALTIME;
+    void sayEnd() noexcept KA_REALTIME;
+
     VmControler& m_controler;
     std::unique_ptr<VmPlayList> m_dataSource;
     std::unique_ptr<VmWaveView> m_waveView;
     std::string m_selectedName;
+    std::string m_playbackPath;      ///< where the open file was found
+    double m_startSecond = 0.0;      ///< second of the day at which the selected recording begins
+    std::int64_t m_pictureDatas = 0; ///< bytes of sound that its picture shows
 
     int m_stepFast = 10;
     std::unique_ptr<SoundFile> m_playbackFile;
@@ -150,9 +194,14 @@ private:
     std::unique_ptr<Timer> m_readTimer;
     std::unique_ptr<Timer> m_dispTimer;
 
-    bool m_verifyDelete = true;
-    std::string m_deleteFile;
-    std::string m_deleteImage;
-    std::string m_originalFile;
-    std::string m_destinationFile;
+    bool m_playing = false;                   ///< from the press to the stop, also while paused for a drag
+    bool m_paused = true;                     ///< no cycle takes from the queue
+    std::atomic<std::int64_t> m_cycleTail{0}; ///< the tail position, for the cycles
+    double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
+    std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
+
+    std::unique_ptr<VmPlayerFiles> m_files;
+
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // for calls posted from other threads
+    std::vector<NotificationCenter::Observation> m_observations;  // last: they end first
 };

@@ -170,6 +170,19 @@ bool SoundFile::synchronize() {
     return outcome(m_file ? m_file->synchronize() : EBADF);
 }
 
+bool SoundFile::refresh() {
+    AiffHeader fresh;
+    if (!m_file)
+        return fail(SoundFileError::readFailed);
+    if (const SoundFileError error = fresh.read(*m_file); error != SoundFileError::none)
+        return fail(error);
+    if (fresh.rate != m_header.rate || fresh.channels != m_header.channels ||
+        fresh.soundOffset != m_header.soundOffset)
+        return fail(SoundFileError::unsupportedFormat);
+    m_header.soundBytes = fresh.soundBytes;
+    return true;
+}
+
 bool SoundFile::close() {
     if (!m_file)
         return true;

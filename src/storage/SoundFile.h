@@ -48,6 +48,11 @@ public:
     [[nodiscard]] bool updateHeader();
     /// Returns when all is on the disk.
     [[nodiscard]] bool synchronize();
+    /// Reads the header of a file that another one may have made longer or shorter. The old length holds when
+    /// the file can no longer be read, or has become one of another form.
+    bool refresh();
+    /// Whether `path` names this file, also through a link.
+    bool isAt(const std::string& path) { return m_file && m_file->isAt(path); }
     /// After writing: header, then disk. Nothing else works afterwards; closing again does nothing.
     [[nodiscard]] bool close();
 

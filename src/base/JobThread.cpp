@@ -1,4 +1,4 @@
-#include "base/BackgroundWork.h"
+#include "base/JobThread.h"
 
 #include "base/Clock.h"
 #include "base/RunLoop.h"
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <utility>
 
-struct BackgroundWork::State : std::enable_shared_from_this<State> {
+struct JobThread::State : std::enable_shared_from_this<State> {
     State(Clock& ofClock, RunLoop& loop) : clock(ofClock), runLoop(loop), nap(ofClock.makeNap()) {}
 
     /// Empty when there is none; a job that is handed out is in progress.
@@ -39,10 +39,10 @@ struct BackgroundWork::State : std::enable_shared_from_this<State> {
     std::atomic<bool> ended{false}; // set with the mutex held
 };
 
-BackgroundWork::BackgroundWork(Clock& clock, RunLoop& runLoop, std::string name)
+JobThread::JobThread(Clock& clock, RunLoop& runLoop, std::string name)
     : m_clock(clock), m_name(std::move(name)), m_state(std::make_shared<State>(clock, runLoop)) {}
 
-BackgroundWork::~BackgroundWork() {
+JobThread::~JobThread() {
     {
         const std::lock_guard guard(m_state->mutex);
         m_state->ended = true;
@@ -53,7 +53,7 @@ BackgroundWork::~BackgroundWork() {
         m_clock.sleep(0.001);
 }
 
-void BackgroundWork::perform(Job job) {
+void JobThread::perform(Job job) {
     {
         const std::lock_guard guard(m_state->mutex);
         m_state->jobs.push_back(std::move(job));
@@ -66,7 +66,7 @@ void BackgroundWork::perform(Job job) {
     m_clock.detachThread(m_name, [state = m_state] { run(*state); });
 }
 
-void BackgroundWork::run(State& state) {
+void JobThread::run(State& state) {
     constexpr double longestNap = 86400.0; // seconds
     while (!state.ended) {
         if (Job job = state.nextJob()) {
