@@ -7,6 +7,7 @@
 #include <QAbstractItemDelegate>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMetaProperty>
 #include <QPointer>
 #include <QScopedValueRollback>
@@ -21,30 +22,43 @@ constexpr int headHeight = 20;
 /// Hands the text of an editor to the table, or tells it that the editing was given up.
 class TableBox::NoteDelegate : public QStyledItemDelegate {
 public:
-    explicit NoteDelegate(TableBox& box) : QStyledItemDelegate(&box), m_box(box) {}
+    explicit NoteDelegate(TableBox& box) : QStyledItemDelegate(&box), m_box(&box) {}
+    /// The box goes; its editor will go after it.
+    void leave() { m_box = nullptr; }
 
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override {
+        if (editor->property(begun).toBool())
+            return; // rows that are read anew do not undo what was typed
+        QStyledItemDelegate::setEditorData(editor, index);
+        editor->setProperty(begun, true);
+    }
     void setModelData(QWidget* editor, QAbstractItemModel*, const QModelIndex&) const override {
         const QByteArray name = editor->metaObject()->userProperty().name();
-        m_box.m_editing = false;
-        m_box.m_table.endEditing(editor->property(name).toString().toStdString());
+        m_box->m_editing = Editing::handedOver;
+        m_box->m_table.endEditing(editor->property(name).toString().toStdString());
     }
     void destroyEditor(QWidget* editor, const QModelIndex& index) const override {
-        if (std::exchange(m_box.m_editing, false))
-            m_box.m_table.giveUpEditing();
         QStyledItemDelegate::destroyEditor(editor, index);
+        if (m_box == nullptr)
+            return;
+        if (std::exchange(m_box->m_editing, Editing::none) == Editing::open)
+            m_box->m_table.giveUpEditing();
+        m_box->showTable();
     }
 
 private:
-    TableBox& m_box;
+    static constexpr const char* begun = "begun";
+    TableBox* m_box;
 };
 
 TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
     : QTableView(parent),
       m_table(table),
       m_model(new TableModel(table, texts, this)),
+      m_delegate(new NoteDelegate(*this)),
       m_generation(table.generation()) {
     setModel(m_model);
-    setItemDelegate(new NoteDelegate(*this));
+    setItemDelegate(m_delegate);
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
     setEditTriggers(NoEditTriggers);
@@ -79,6 +93,12 @@ TableBox::TableBox(VmTableView& table, const Texts& texts, QWidget* parent)
     });
 }
 
+TableBox::~TableBox() {
+    m_delegate->leave();
+    if (m_editing == Editing::open)
+        m_table.giveUpEditing();
+}
+
 void TableBox::showTable() {
     const QScopedValueRollback showing(m_showing, true);
     setEnabled(m_table.enabled());
@@ -90,6 +110,13 @@ void TableBox::showTable() {
     const SortDescriptor& sort = m_table.sortDescriptor();
     horizontalHeader()->setSortIndicator(m_model->columnNamed(sort.column),
                                          sort.ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
+    // Another selection would close the editor; it is shown when the editing has ended.
+    if (m_editing == Editing::none)
+        showSelection(reloads);
+    showEditing();
+}
+
+void TableBox::showSelection(bool reloads) {
     const int row = m_table.selectedRow();
     if (row < 0) {
         clearSelection();
@@ -105,24 +132,23 @@ void TableBox::showTable() {
             scrollTo(index);
         }
     }
-    showEditing();
 }
 
 void TableBox::showEditing() {
-    if (m_editing == m_table.isEditing())
-        return;
-    const QModelIndex index = m_model->index(m_table.editedRow(), m_model->columnNamed(m_table.editedColumn()));
-    if (!m_table.isEditing()) {
-        m_editing = false; // it was ended elsewhere
-        if (QWidget* editor = indexWidget(currentIndex()); editor != nullptr)
+    if (m_editing == Editing::open && !m_table.isEditing()) {
+        m_editing = Editing::handedOver; // it was ended elsewhere
+        if (auto* editor = viewport()->findChild<QLineEdit*>(); editor != nullptr)
             closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
         return;
     }
+    if (m_editing != Editing::none || !m_table.isEditing())
+        return;
+    const QModelIndex index = m_model->index(m_table.editedRow(), m_model->columnNamed(m_table.editedColumn()));
     if (!index.isValid())
         return;
-    scrollTo(index);
-    m_editing = true;
     setCurrentIndex(index);
+    scrollTo(index);
+    m_editing = Editing::open;
     edit(index);
 }
 

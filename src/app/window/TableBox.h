@@ -13,6 +13,8 @@ class TableBox : public QTableView {
 public:
     /// `table` must outlive the box; `texts` is read while constructing only.
     TableBox(VmTableView& table, const Texts& texts, QWidget* parent = nullptr);
+    /// Gives up an editing under way.
+    ~TableBox() override;
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -21,12 +23,15 @@ protected:
 
 private:
     class NoteDelegate;
+    enum class Editing { none, open, handedOver }; ///< the editor is about to close in the last
     void showTable();
+    void showSelection(bool reloads);
     void showEditing();
 
     VmTableView& m_table;
     TableModel* m_model;
+    NoteDelegate* m_delegate;
     unsigned m_generation;
     bool m_showing = false; ///< what changes now was not a person's doing
-    bool m_editing = false; ///< an editor is open
+    Editing m_editing = Editing::none;
 };

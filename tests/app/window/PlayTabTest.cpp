@@ -168,7 +168,7 @@ TEST_F(PlayTabTest, keepsSelectionAndPlace_whenTheRowsAreReadAnew) {
 TEST_F(PlayTabTest, asksForTheRowsThatItShowsOnly_ofTenThousand) {
     models.asked = 0;
     models.setRows(10'000);
-    QApplication::processEvents();
+    tab->grab();
     EXPECT_GT(models.asked, 0);
     EXPECT_LT(models.asked, 2000);
 }
@@ -194,6 +194,33 @@ TEST_F(PlayTabTest, editsTheNoteInItsPlace_andHandsItsTextOver) {
     EXPECT_FALSE(models.table.isEditing());
 }
 
+TEST_F(PlayTabTest, keepsTheSelection_whileTheNoteOfItsRowIsEdited) {
+    clickRow(1);
+    int chosen = 0;
+    models.table.setRowAction([&] { ++chosen; });
+    models.table.editCell(1, "Remark", [&](const std::string&) { models.setRows(3); });
+    QTest::keyClick(table().findChild<QLineEdit*>(), Qt::Key_Return);
+    QApplication::processEvents();
+    EXPECT_EQ(models.table.selectedRow(), 1);
+    EXPECT_TRUE(table().selectionModel()->isRowSelected(1));
+    EXPECT_EQ(chosen, 0);
+}
+
+TEST_F(PlayTabTest, endsTheEditing_whenTheTabGoes) {
+    models.table.editCell(1, "Remark", [](const std::string& text) { EXPECT_EQ(text, "Remark 1"); });
+    EXPECT_TRUE(models.table.isEditing());
+    tab.reset();
+    EXPECT_FALSE(models.table.isEditing());
+}
+
+TEST_F(PlayTabTest, closesTheEditor_whenTheEditingEndsElsewhere) {
+    models.table.editCell(1, "Remark", [](const std::string&) {});
+    ASSERT_NE(table().findChild<QLineEdit*>(), nullptr);
+    models.table.giveUpEditing();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(table().findChild<QLineEdit*>(), nullptr);
+}
+
 TEST_F(PlayTabTest, givesTheEditingUp_onEscape) {
     bool ended = false;
     models.table.editCell(1, "Remark", [&](const std::string&) { ended = true; });
@@ -217,7 +244,8 @@ TEST_F(PlayTabTest, keepsWhatIsTyped_whenTheRowsAreReadAnewMeanwhile) {
     ASSERT_EQ(table().findChild<QLineEdit*>(), editor);
     QTest::keyClick(editor, Qt::Key_Space);
     QTest::keyClick(editor, Qt::Key_Return);
-    EXPECT_TRUE(text == "half a word " || text == "Remark 1 ") << text;
+    QApplication::processEvents();
+    EXPECT_EQ(text, "half a word ");
 }
 
 TEST_F(PlayTabTest, pressesEveryButton_whenItIsClicked) {
@@ -255,6 +283,7 @@ TEST_F(PlayTabTest, goesBackForwardAndToTheEnds_byTheKeyboard) {
     EXPECT_EQ(pressesOf(player.headButton(), [&] { QTest::keyClick(&slider, Qt::Key_Home); }), 1);
     EXPECT_EQ(pressesOf(player.tailButton(), [&] { QTest::keyClick(&slider, Qt::Key_End); }), 1);
     EXPECT_EQ(pressesOf(player.backButton(), [&] { QTest::keyClick(&table(), Qt::Key_Left); }), 1);
+    table().setFocus();
     EXPECT_EQ(pressesOf(player.deleteButton(), [&] { QTest::keyClick(&table(), Qt::Key_Delete); }), 1);
     EXPECT_EQ(pressesOf(player.noteButton(), [&] { QTest::keyClick(&table(), Qt::Key_F2); }), 1);
 }
