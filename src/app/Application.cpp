@@ -5,16 +5,12 @@
 #include "app/RecordForDuty.h"
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
-#include "app/VmPrefer.h"
-#include "app/window/KeepTab.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
-#include "app/window/PlayTab.h"
-#include "app/window/PreferPanel.h"
 #include "app/window/QtAlert.h"
+#include "app/window/QtSavePanel.h"
 #include "app/window/QtWorkspace.h"
-#include "app/window/TimerDrawer.h"
-#include "app/window/TimerTab.h"
+#include "app/WindowAssembly.h"
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "audio/hardware/simulated/SimulatedHardware.h"
 #include "audio/SourceList.h"
@@ -26,11 +22,7 @@
 #include "desktop/LogindSleep.h"
 #include "desktop/PolkitRight.h"
 #include "dutylog/VmDutyLog.h"
-#include "keeper/VmKeeper.h"
-#include "library/VmPlayer.h"
-#include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
-#include "schedule/VmReserver.h"
 #include "storage/Paths.h"
 #include "storage/PosixVolume.h"
 #include "storage/VmMechanic.h"
@@ -274,47 +266,17 @@ void Application::printFinishedFiles() {
 }
 
 void Application::showWindow() {
-    VmRecorder& recorder = m_controler->recorder();
-    const RecordTabControls controls{
-        recorder.recordButton(),      recorder.reserveButton(),    recorder.monitorButton(),
-        recorder.hourButton(),        recorder.markerButton(),     recorder.conditionField(),
-        recorder.modeField(),         recorder.sourceField(),      recorder.rateField(),
-        recorder.recordTimeField(),   recorder.totalTimeField(),   recorder.messageField(),
-        recorder.reserveNameField(),  recorder.reserveTimeField(), recorder.levelSlider(),
-        m_controler->meter().lamps(), recorder.sourcePopup(),      recorder.writeIndicator()};
-    const auto mayClose = [this] {
+    m_controler->setTerminateReplyHandler([this] { m_runLoop->quit(0); });
+    m_window = assembleWindow(*m_controler, m_texts, [this] {
         const VmControler::TerminateReply reply = m_controler->applicationShouldTerminate();
         if (reply == VmControler::TerminateReply::now)
             m_runLoop->quit(0);
         return reply != VmControler::TerminateReply::cancel;
-    };
-    m_controler->setTerminateReplyHandler([this] { m_runLoop->quit(0); });
-    m_window = std::make_unique<MainWindow>(
-        MainWindow::Controls{m_controler->mainWindow(),
-                             {m_controler->mainTab(), m_controler->authorizationButton(),
-                              m_controler->prefer().preferButton,
-                              [this] { m_controler->openHelp("index.html"); }},
-                             controls},
-        m_texts,
-        MainWindow::Events{.mayClose = mayClose,
-                           .shown = [&recorder](bool shown) { recorder.setShown(shown); },
-                           .activated = [this] { m_controler->applicationDidBecomeActive(); }});
-    VmPlayer& player = m_controler->player();
-    m_window->setPage(1, new PlayTab({player, m_controler->recordTable(), player.waveView()}, m_texts));
-    VmReserver& reserver = m_controler->reserver();
-    m_window->setPage(2, new TimerTab(reserver, m_texts));
-    VmKeeper& keeper = m_controler->keeper();
-    m_window->setPage(3,
-                      new KeepTab({m_controler->keepTable(), keeper.playButton(), keeper.copyButton(),
-                                   keeper.cancelCopyButton(), keeper.deleteButton(), keeper.copyProgressText(),
-                                   keeper.totalFilesText(), keeper.totalTimeText(), keeper.totalSizeText(),
-                                   keeper.compressIndicator()},
-                                  m_texts));
-    m_window->addDrawer(reserver.drawer, new TimerDrawer(reserver, m_texts), 2);
-    m_window->addDrawer(m_controler->prefer().drawer, new PreferPanel(m_controler->prefer(), m_texts));
+    });
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
                          [this] { showLogBook(); });
     m_qtAlert->setParentWindow(m_window.get());
+    m_qtSavePanel->setParentWindow(m_window.get());
 }
 
 void Application::showLogBook() {
@@ -335,6 +297,8 @@ void Application::watchSleep() {
 }
 
 void Application::tellDuty() {
+    if (m_sleep == nullptr)
+        return; // the program ends
     VmRecorder& recorder = m_controler->recorder();
     m_sleep->setOnDuty(recorder.recordButton().isOn() || recorder.reserveButton().isOn());
 }
@@ -355,7 +319,9 @@ void Application::makeDesktop() {
     m_qtAlert = alert.get();
     m_alert = std::move(alert);
     m_administratorRight = std::make_unique<PolkitRight>(m_log);
-    m_savePanel = std::make_unique<NoSavePanel>();
+    auto savePanel = std::make_unique<QtSavePanel>(m_texts);
+    m_qtSavePanel = savePanel.get();
+    m_savePanel = std::move(savePanel);
     m_workspace = std::make_unique<QtWorkspace>();
 }
 

@@ -25,6 +25,7 @@ class LogindSleep;
 class MainWindow;
 class QCoreApplication;
 class QtAlert;
+class QtSavePanel;
 class RecordForDuty;
 class RunLoop;
 class TerminationSignals;
@@ -84,6 +85,7 @@ private:
     std::unique_ptr<UserDefaults> m_defaults;
     std::unique_ptr<AudioHardware> m_hardware;
     QtAlert* m_qtAlert = nullptr; // when there is a window
+    QtSavePanel* m_qtSavePanel = nullptr;
     std::unique_ptr<Alert> m_alert;
     std::unique_ptr<VmControler> m_controler;
     std::unique_ptr<MainWindow> m_window;

@@ -9,7 +9,7 @@ class SystemLog;
 
 /// Shows notifications through org.freedesktop.Notifications on the session bus.
 ///
-/// The interface: https://specifications.freedesktop.org/notification-spec/latest/
+/// The interface: "Desktop Notifications", freedesktop.org.
 ///
 /// Main thread only; nothing waits for the desktop. One that cannot show anything is a line in the system log,
 /// once.

@@ -66,9 +66,24 @@ void RehearsalDesk::makeFolders() {
 RehearsalDesk::~RehearsalDesk() = default;
 
 void RehearsalDesk::makeControllers() {
-    controler = std::make_unique<VmControler>(Seams{clock, runLoop, notifications, defaults, log, alert, texts,
-                                                    hardware, volume, administratorRight, savePanel, workspace,
-                                                    soundFolders, "rehearsal", {}, {}, {}, &folderWatch});
+    controler = std::make_unique<VmControler>(Seams{clock,
+                                                    runLoop,
+                                                    notifications,
+                                                    defaults,
+                                                    log,
+                                                    alert,
+                                                    texts,
+                                                    hardware,
+                                                    volume,
+                                                    administratorRight,
+                                                    savePanel,
+                                                    workspace,
+                                                    soundFolders,
+                                                    "rehearsal",
+                                                    {},
+                                                    {},
+                                                    {},
+                                                    &folderWatch});
 }
 
 void RehearsalDesk::launch() {

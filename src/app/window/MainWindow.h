@@ -34,8 +34,8 @@ public:
 
     /// Takes the place of the page of tab `index`.
     void setPage(int index, QWidget* page);
-    /// Shows `panel`, of a fixed width, at the right edge while `drawer` is open and tab `tab` is shown; -1: any tab.
-    /// The window grows by it.
+    /// Shows `panel`, of a fixed width, at the right edge while `drawer` is open and tab `tab` is shown; -1:
+    /// any tab. The window grows by it.
     void addDrawer(Drawer& drawer, QWidget* panel, int tab = -1);
     /// Adds a command to the window's context menu, with its keys.
     void addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command);
@@ -62,6 +62,6 @@ private:
     QWidget* m_own = nullptr; // strip and pages, as large as the model says
     QHBoxLayout* m_all = nullptr;
     std::vector<QWidget*> m_panels; // at the right edge
-    QVariantAnimation m_resizing; // of the window's size
-    bool m_closing = false;       // because the model says so
+    QVariantAnimation m_resizing;   // of the window's size
+    bool m_closing = false;         // because the model says so
 };

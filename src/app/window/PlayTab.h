@@ -21,8 +21,8 @@ enum class Glyph;
 /// deletes, F2 writes a note; on the waveform left and right belong to the range. Main thread only.
 class PlayTab : public QWidget {
 public:
-    static constexpr int width = 510; ///< points
-    static constexpr int height = 318;
+    static constexpr int width = 510;  ///< points
+    static constexpr int height = 290; ///< of the window's 318; the rest is the strip of tabs
 
     /// `texts` is read while constructing only.
     PlayTab(const PlayTabControls& controls, const Texts& texts, QWidget* parent = nullptr);

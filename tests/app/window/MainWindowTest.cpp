@@ -7,9 +7,19 @@
 #include <gtest/gtest.h>
 #include <QAction>
 #include <QIcon>
+#include <QProxyStyle>
 #include <QtTest>
 
 namespace {
+/// Moves nothing: what is to come is there at once.
+class StillStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override {
+        return hint == SH_Widget_Animation_Duration ? 0 : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+};
+
 struct MainWindowTest : testing::Test {
     TabModels models;
     Texts texts = Texts::forLanguage("en");
@@ -38,15 +48,17 @@ TEST_F(MainWindowTest, hasTheFixedSizeOfTheRecordTab) {
 }
 
 TEST_F(MainWindowTest, takesTheSizeOfItsModel_andKeepsItsTopEdge) {
+    QApplication::setStyle(new StillStyle);
     window.move(40, 50);
     window.show();
     const int top = window.geometry().top();
     models.mainWindow.setSize(706, 318);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return window.size() == QSize(706, 318); }));
+    EXPECT_EQ(window.size(), QSize(706, 318));
     EXPECT_EQ(window.geometry().top(), top);
     models.mainWindow.setSize(352, 262);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return window.size() == QSize(352, 262); }));
+    EXPECT_EQ(window.size(), QSize(352, 262));
     EXPECT_EQ(window.geometry().top(), top);
+    QApplication::setStyle("Fusion");
 }
 
 TEST_F(MainWindowTest, asksForTheTabThatAPersonChooses) {

@@ -71,9 +71,9 @@ struct PlayTabTest : testing::Test {
 } // namespace
 
 TEST_F(PlayTabTest, hasItsSizeWhateverItShows) {
-    EXPECT_EQ(tab->size(), QSize(510, 318));
+    EXPECT_EQ(tab->size(), QSize(510, 290));
     models.setRows(10'000);
-    EXPECT_EQ(tab->size(), QSize(510, 318));
+    EXPECT_EQ(tab->size(), QSize(510, 290));
 }
 
 TEST_F(PlayTabTest, selectsFrom80To100_afterARealDragFrom100To150AndBackTo80) {
