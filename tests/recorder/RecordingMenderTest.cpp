@@ -66,10 +66,7 @@ TEST_F(NewestRecordings, areReadableInFull_whenTheirHeaderWasTorn) {
     for (const std::int64_t word : {4, 22, 4084}) {
         leave(name);
         write(name, word, std::string("\x7f\x7f", 2));
-        RecordingMender({desk.clock, desk.runLoop, desk.notifications, desk.defaults, desk.log, desk.alert,
-                         desk.texts, desk.hardware, desk.volume, desk.administratorRight},
-                        desk.controler->mechanic())
-            .mendNewest('I');
+        RecordingMender(desk.controler->seams(), desk.controler->mechanic()).mendNewest('I');
         EXPECT_EQ(framesOf(name), 80000) << word;
     }
     EXPECT_EQ(logged("the header of a recording is repaired: " + name), 3);
@@ -97,10 +94,7 @@ TEST_F(NewestRecordings, loseASecondNameThatCouldNotBeRemoved) {
         leave(name);
         write(name, 256, isInformed ? "_Velmoratide_20260302_095000~0950108000SI" : "_Velmoratide_20260302");
         ASSERT_EQ(desk.files.makeLink(pathOf(name), pathOf(progress)), 0);
-        RecordingMender({desk.clock, desk.runLoop, desk.notifications, desk.defaults, desk.log, desk.alert,
-                         desk.texts, desk.hardware, desk.volume, desk.administratorRight},
-                        desk.controler->mechanic())
-            .mendNewest('I');
+        RecordingMender(desk.controler->seams(), desk.controler->mechanic()).mendNewest('I');
         EXPECT_EQ(files(), Names{name});
         EXPECT_EQ(framesOf(name), 80000);
     }
