@@ -59,6 +59,8 @@ void VmControler::applicationDidFinishLaunching() {
     m_recorder->recordSourceChanged();
     m_recorder->monitorSourceChanged();
     m_devicer->recordDeviceStart();
+    if (m_seams.defaults.isOfLaterVersion())
+        m_seams.alert.tell({"SettingsOfLaterVersion", "LaterSettingsKept", "Understand"});
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
     m_recorder->rescueTempFile();
