@@ -87,6 +87,8 @@ void VmControler::applicationDidFinishLaunching() {
     m_mainTab->select(0);
     tabViewDidSelectTabViewItem(0);
     m_mainWindow->show();
+    if (m_seams.defaults.isOfLaterVersion())
+        m_seams.alert.tell({"SettingsOfLaterVersion", "LaterSettingsKept", "Understand"});
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
     m_recorder->rescueTempFile();

@@ -46,6 +46,8 @@ public:
     bool synchronize();
 
     const std::string& path() const { return m_path; }
+    /// Whether the file was written by a later version than this one.
+    bool isOfLaterVersion() const { return m_isOfLaterVersion; }
 
 private:
     void load();

@@ -65,6 +65,15 @@ void LogBook::retry() {
         m_dropped = 0;
 }
 
+void LogBook::restoreFolder() {
+    if (!isOpen())
+        return;
+    const std::string folder = Paths::folderOf(m_path);
+    if (!m_volume.isFolder(folder))
+        m_volume.makeFolder(folder); // whether it is there, the next write sees
+    retry();
+}
+
 void LogBook::hold(std::string block) {
     // Once some were dropped the later ones are too, until there is a place to say so: the order stays true.
     if (m_dropped != 0 || m_backlogBytes + block.size() > longestBacklog) {
@@ -102,14 +111,15 @@ bool LogBook::isInPlace() {
     if (m_file->isAt(m_path))
         return true;
     // Somebody removed the book or put another file in its place: what goes on in the old one would be lost.
+    if (!m_volume.isFolder(Paths::folderOf(m_path))) {
+        if (std::exchange(m_isFolderGone, true)) // it could not be made anew
+            sayFailure(ENOENT);
+        return false;
+    }
+    m_isFolderGone = false;
     errno = 0;
-    const std::string folder = Paths::folderOf(m_path);
-    std::unique_ptr<VolumeFile> file;
     const bool isReplaced = m_volume.fileSize(m_path).has_value();
-    if (isReplaced)
-        file = m_volume.openForUpdating(m_path);
-    else if (m_volume.isFolder(folder) || m_volume.makeFolder(folder))
-        file = m_volume.create(m_path);
+    std::unique_ptr<VolumeFile> file = isReplaced ? m_volume.openForUpdating(m_path) : m_volume.create(m_path);
     if (file == nullptr) {
         sayFailure(errno != 0 ? errno : EIO);
         return false;
@@ -131,12 +141,15 @@ std::unique_ptr<DiskFlusher> LogBook::close() {
     if (!isOpen())
         return nullptr;
     retry();
+    if (m_isFolderGone)
+        restoreFolder();
     if (const std::size_t lost = m_backlog.size() + m_dropped; lost != 0)
         m_log.log("VmDutyLog: " + std::to_string(lost) + " events are missing in the log book.");
     m_backlog.clear();
     m_backlogBytes = 0;
     m_dropped = 0;
     m_failureSaid = false;
+    m_isFolderGone = false;
     m_file.reset();
     m_path.clear();
     return std::move(m_flusher);

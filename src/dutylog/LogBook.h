@@ -43,8 +43,13 @@ public:
     void append(std::string block);
     /// Tries again to write what waits.
     void retry();
-    /// Tries once more to write what waits, and closes. Returns what brings the book to the disk: destroying it
-    /// waits for that.
+    /// Whether blocks wait because the book's folder has vanished. Whoever has the folder makes it anew, and
+    /// says so; nobody else would know that its recordings are gone.
+    bool isFolderGone() const { return m_isFolderGone; }
+    /// Makes the book's folder if it is still missing, and tries again to write what waits.
+    void restoreFolder();
+    /// Tries once more to write what waits, if need be in a new folder, and closes. Returns what brings the
+    /// book to the disk: destroying it waits for that.
     std::unique_ptr<DiskFlusher> close();
 
 private:
@@ -67,5 +72,6 @@ private:
     unsigned long m_dropped = 0;
     std::int64_t m_tornAt = -1; ///< where a part of a block stands that could not be cut off
     bool m_startsOnNewLine = false;
+    bool m_isFolderGone = false;
     bool m_failureSaid = false;
 };

@@ -82,6 +82,18 @@ void VmDutyLog::patrolTimerPeriodic(bool byTimer) {
     schedulePatrol();
     const std::lock_guard guard(m_mutex);
     m_logBook.retry(); // a quiet duty has no later event that would
+    watchFolder();
+}
+
+void VmDutyLog::watchFolder() {
+    if (m_logBook.isFolderGone())
+        m_controler.seams().runLoop.post([this] { restoreFolder(); });
+}
+
+void VmDutyLog::restoreFolder() {
+    m_controler.mechanic().restoreFolder();
+    const std::lock_guard guard(m_mutex);
+    m_logBook.restoreFolder(); // the record folder may be another one by now
 }
 
 // --- events --------------------------------------------------------------------------------------------------
@@ -100,6 +112,7 @@ void VmDutyLog::logEventNotificationHandler(const Notification& notification) {
         m_logBook.append(std::move(block));
     if (notification.object == "DutyFinish")
         flusher = m_logBook.close();
+    watchFolder();
 }
 
 void VmDutyLog::beginDuty() {

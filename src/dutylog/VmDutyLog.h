@@ -18,8 +18,8 @@ class VmControler;
 /// The controller of the log book: hears every log event and writes its block, in the order in which they are
 /// handled. A book that cannot be written disturbs nothing; see `LogBook`.
 ///
-/// Must be destroyed after everything that posts log events on other threads. No log event is ever posted from
-/// here: it would come back.
+/// Must be destroyed after everything that posts log events on other threads. No log event is ever posted while
+/// one is handled: it would come back.
 class VmDutyLog {
 public:
     /// The files that the player's last operations were about.
@@ -58,7 +58,12 @@ public:
     static bool isLogFile(std::string_view name) { return name.starts_with("VelmoratideLog."); }
 
 private:
+    // Main thread
+    /// Makes a record folder that has vanished anew, and says so: in the book, too.
+    void restoreFolder();
+
     // All with the lock held
+    void watchFolder();
     void beginDuty();
     bool openBook(const std::string& path, std::string& text);
     std::string blockOf(const Notification& notification, const std::string& now);

@@ -1,11 +1,13 @@
 #include "recorder/RecordingMender.h"
 
+#include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/Seams.h"
 #include "base/SystemLog.h"
 #include "storage/AiffHeader.h"
 #include "storage/BigEndian.h"
 #include "storage/Paths.h"
+#include "storage/RecordingName.h"
 #include "storage/SoundFileNames.h"
 #include "storage/VmMechanic.h"
 #include "storage/Volume.h"
@@ -18,6 +20,16 @@
 
 namespace {
 constexpr std::size_t startLength = std::string_view("_Velmoratide_20071024_093000~").size();
+/// Of start and end: where a person's note follows in the information.
+constexpr std::size_t spanLength = startLength + std::string_view("101500").size();
+static_assert(AiffHeader::recordInformationAt + spanLength == AiffHeader::noteAt);
+
+/// Whether `information` is what a recording bears before it is finished: its start and an offset from UTC.
+bool isInterim(const std::string& information) {
+    return information.size() > startLength && information.starts_with(SoundFileNames::headerString) &&
+           information[startLength - 1] == '~' &&
+           (information[startLength] == '+' || information[startLength] == '-');
+}
 
 bool isRecording(const VolumeEntry& entry) {
     return !entry.isFolder && !entry.isLink && entry.name.starts_with(SoundFileNames::headerString) &&
@@ -48,7 +60,7 @@ void RecordingMender::report(std::string_view event, const std::string& text) co
     m_notifications.postLogEvent(event, text);
 }
 
-void RecordingMender::mendNewest() {
+void RecordingMender::mendNewest(char sourceLetter) {
     std::vector<std::string> names;
     errno = 0;
     for (const VolumeEntry& entry : m_volume.list(m_mechanic.recordFolder()))
@@ -66,15 +78,17 @@ void RecordingMender::mendNewest() {
                 removeSecondName(names[i], names[later]);
     for (const std::string& name : names)
         mendHeader(name);
+    for (const std::string& name : names)
+        mendInformation(name, sourceLetter);
 }
 
-std::string RecordingMender::information(const std::string& name) const {
+std::string RecordingMender::informationBytes(const std::string& name) const {
     std::array<char, 64> bytes{};
     const auto file = m_volume.openForReading(pathOf(name));
     if (file == nullptr ||
         file->readAt(AiffHeader::recordInformationAt, std::as_writable_bytes(std::span(bytes))) < 64)
         return {};
-    return {bytes.data(), strnlen(bytes.data(), bytes.size())};
+    return {bytes.data(), bytes.size()};
 }
 
 void RecordingMender::removeSecondName(const std::string& name, const std::string& other) {
@@ -108,4 +122,24 @@ void RecordingMender::mendHeader(const std::string& name) {
             file->truncate(file->size() - excess);
     if (m_mechanic.setAIFFFileHeader(path, header.channels))
         report("SomeReportHappen", "VmRecorder: the header of a recording is repaired: " + name);
+}
+
+void RecordingMender::mendInformation(const std::string& name, char sourceLetter) {
+    const std::string bytes = informationBytes(name);
+    const std::string interim = bytes.c_str();
+    const std::string whole = name.substr(0, spanLength);
+    AiffHeader header;
+    if (!isInterim(interim) || !RecordingName::of(whole + ".aif") || m_volume.isLocked(pathOf(name)))
+        return;
+    const auto file = m_volume.openForUpdating(pathOf(name));
+    if (file == nullptr || header.read(*file) != SoundFileError::none || !header.ownLayout)
+        return;
+    const std::string form =
+        formatted("%d%c%c*", static_cast<int>(header.rate), header.channels == 1 ? 'M' : 'S', sourceLetter);
+    const bool isNoted = interim.size() < spanLength && bytes[spanLength] != '\0'; // by a person: it stays
+    const std::string text = isNoted ? whole : whole + form + std::string(1, '\0');
+    if (file->writeAt(AiffHeader::recordInformationAt, std::as_bytes(std::span(text))) != 0)
+        report("SomeErrorHappen", "VmRecorder: record information write error.");
+    else
+        report("SomeReportHappen", "VmRecorder: the information of a recording is completed: " + name);
 }

@@ -10,8 +10,8 @@ class VmMechanic;
 class Volume;
 struct Seams;
 
-/// A recording may have got its name while its header could not be written any more, or a second name of it
-/// could not be removed. The launch after that finds both here. Main thread only.
+/// A recording may have got its name while its header or its information could not be written any more, or a
+/// second name of it could not be removed. The launch after that finds them here. Main thread only.
 class RecordingMender {
 public:
     /// A disk can have spoilt no more of them before somebody looked: without it, nothing is recorded.
@@ -19,13 +19,16 @@ public:
 
     RecordingMender(const Seams& seams, VmMechanic& mechanic);
 
-    /// Looks at the newest recordings of the record folder. What is in order is not touched.
-    void mendNewest();
+    /// Looks at the newest recordings of the record folder. What is in order is not touched. `sourceLetter`
+    /// stands in the information of those that have none yet.
+    void mendNewest(char sourceLetter);
 
 private:
     void mendHeader(const std::string& name);
+    void mendInformation(const std::string& name, char sourceLetter);
     void removeSecondName(const std::string& name, const std::string& other);
-    std::string information(const std::string& name) const;
+    std::string informationBytes(const std::string& name) const;
+    std::string information(const std::string& name) const { return informationBytes(name).c_str(); }
     std::string pathOf(const std::string& name) const;
     void report(std::string_view event, const std::string& text) const;
 

@@ -272,7 +272,7 @@ DutyFrames VmRecorder::dutyFrames() const {
     DutyFrames frames = m_dutyFrames;
     for (const OwedSound& owed : m_owed)
         frames.captured += owed.to.frame - owed.from.frame;
-    if (m_interruption)
+    if (m_interruption && !m_asleep)
         frames.captured += std::max<std::int64_t>(soundEnd().frame - m_interruption->from.frame, 0);
     return frames;
 }
@@ -288,7 +288,7 @@ void VmRecorder::say(std::string_view event, const std::string& text) {
 
 void VmRecorder::rescueTempFile() {
     rescueLeftover();
-    RecordingMender(m_controler.seams(), m_controler.mechanic()).mendNewest();
+    RecordingMender(m_controler.seams(), m_controler.mechanic()).mendNewest(sourceLetter());
 }
 
 void VmRecorder::rescueLeftover() {

@@ -62,6 +62,8 @@ void VmRecorder::retryDisk() {
         m_retryTimer.reset();
         return;
     }
+    if (m_asleep)
+        return; // nothing is recorded before the machine wakes
     const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
     m_retryTimer.reset();
     m_messageField.setText("");

@@ -27,7 +27,7 @@ void VmRecorder::noteUnwritten(const StreamMoment& from, const StreamMoment& to)
 }
 
 void VmRecorder::owe(const StreamMoment& from, const StreamMoment& to) {
-    if (from.frame >= to.frame)
+    if (m_asleep || from.frame >= to.frame) // what is heard during a sleep belongs to nobody
         return;
     // An interruption that nobody could write a file in: what it would have been.
     const bool isKnown = m_fileRate > 0.0;

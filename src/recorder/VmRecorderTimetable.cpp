@@ -205,6 +205,10 @@ void VmRecorder::willSleepHandle() {
     const bool recording = condition() == RecordCondition::recording;
     const Date date = now();
     m_controler.seams().notifications.postLogEvent("SleepIn", "VmRecorder: Sleep in.");
+    if (m_interruption) {
+        owe(m_interruption->from, soundEnd());
+        m_interruption->from = soundEnd();
+    }
     m_asleep = true;
     if (recording) {
         m_actionMethod = 5;
@@ -216,6 +220,8 @@ void VmRecorder::willSleepHandle() {
 void VmRecorder::didWakeHandle() {
     m_controler.seams().notifications.postLogEvent("WakeUp", "VmRecorder: Wake up.");
     m_asleep = false;
+    if (m_interruption && !m_inputLoss)
+        m_interruption->from = present();
     if (!m_sleepinDate) {
         resetCondition();
         return;

@@ -18,6 +18,7 @@
 
 namespace {
 constexpr const char* timerListKey = "TimerList";
+constexpr const char* unreadableTimersKey = "UnreadableTimers";
 constexpr qsizetype deviceIndex = 7;
 constexpr std::ptrdiff_t saidBytes = 400; // of an entry that cannot be read
 
@@ -42,7 +43,7 @@ void VmReserveList::registerDefaults(UserDefaults& defaults) {
     // A table without texts shows the keys: the name is looked up when the entry is made.
     const VmReserverElement element{Texts()};
     defaults.registerDefault(timerListKey, QJsonArray{element.valueArray()});
-    defaults.registerDefault("UnreadableTimers", QJsonArray());
+    defaults.registerDefault(unreadableTimersKey, QJsonArray());
 }
 
 void VmReserveList::awake() {
@@ -74,7 +75,11 @@ void VmReserveList::load() {
     if (unreadable.isEmpty())
         return;
     // The list is stored without them: they stay where a person can find them.
-    seams.defaults.set("UnreadableTimers", unreadable);
+    QJsonArray kept = seams.defaults.valueForKey(unreadableTimersKey).toArray();
+    for (const QJsonValue entry : unreadable)
+        if (!kept.contains(entry)) // as long as the list is not stored, each launch meets it again
+            kept.append(entry);
+    seams.defaults.set(unreadableTimersKey, kept);
     if (m_timers.empty())
         append(VmReserverElement(seams.texts));
 }

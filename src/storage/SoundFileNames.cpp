@@ -1,5 +1,7 @@
 #include "storage/SoundFileNames.h"
 
+#include <algorithm>
+
 namespace {
 constexpr std::string_view header = SoundFileNames::headerString;
 /// Start date, tilde, stop time, ".aif".
@@ -32,11 +34,16 @@ std::string SoundFileNames::finalName(std::string_view leading, std::string_view
 }
 
 std::string SoundFileNames::freeName(std::string name, const std::function<bool(const std::string&)>& exists) {
-    while (exists(name)) {
-        const std::size_t dot = dotOf(name);
-        name.insert(dot == std::string::npos ? name.size() : dot, 1, '+');
+    const std::size_t end = std::min(dotOf(name), name.size());
+    for (std::string free = name; free.size() <= longestName; free.insert(end, 1, '+'))
+        if (!exists(free))
+            return free;
+    for (std::size_t number = longestName - name.size() + 1;; ++number) {
+        std::string free = name;
+        free.insert(end, "+" + std::to_string(number));
+        if (!exists(free))
+            return free;
     }
-    return name;
 }
 
 bool SoundFileNames::isSoundFile(std::string_view name) {

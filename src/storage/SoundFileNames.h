@@ -20,7 +20,9 @@ struct SoundFileNames {
     /// there is no dot either.
     static std::string finalName(std::string_view leading, std::string_view start, std::string_view stop,
                                  std::optional<std::string_view> extension);
-    /// `name` with as many "+" before its extension as it takes until `exists` denies it.
+    static constexpr std::size_t longestName = 255; ///< that a folder takes
+    /// `name` with as many "+" before its extension as it takes until `exists` denies it; with one "+" and a
+    /// number where that many would make it too long.
     static std::string freeName(std::string name, const std::function<bool(const std::string&)>& exists);
     /// A recording's name, visible or hidden. A name made free by a "+" is none.
     static bool isSoundFile(std::string_view name);

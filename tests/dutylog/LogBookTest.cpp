@@ -153,10 +153,45 @@ TEST_F(LogBookTest, saysWhatIsMissing_whenItIsClosedTooEarly) {
 TEST_F(LogBookTest, beginsAnew_whenItsFileIsRemoved) {
     ASSERT_TRUE(book.create(path));
     book.append("one\n\n");
-    std::filesystem::remove_all(folder.path() + "/deep");
+    std::filesystem::remove(path);
     book.append("two\n\n");
     EXPECT_EQ(text(), "two\n\n");
     EXPECT_EQ(said("log book was removed, a new one is begun"), 1);
+}
+
+TEST_F(LogBookTest, leavesAFolderThatVanishedToWhoeverHasIt) {
+    ASSERT_TRUE(book.create(path));
+    std::filesystem::remove_all(folder.path() + "/deep");
+    book.append("one\n\n");
+    EXPECT_TRUE(book.isFolderGone());
+    EXPECT_FALSE(std::filesystem::exists(folder.path() + "/deep"));
+    EXPECT_EQ(said("log book write error"), 0);
+    ASSERT_TRUE(disk.makeFolder(folder.path() + "/deep/below"));
+    book.append("two\n\n");
+    EXPECT_FALSE(book.isFolderGone());
+    EXPECT_EQ(text(), "one\n\ntwo\n\n");
+}
+
+TEST_F(LogBookTest, saysThatItCannotBeWritten_whenItsFolderCannotBeMadeAnew) {
+    ASSERT_TRUE(book.create(path));
+    std::filesystem::remove_all(folder.path() + "/deep");
+    std::ofstream(folder.path() + "/deep") << "a file";
+    book.append("one\n\n");
+    book.restoreFolder();
+    EXPECT_TRUE(book.isFolderGone());
+    EXPECT_EQ(said("log book write error"), 1);
+    std::filesystem::remove(folder.path() + "/deep");
+    book.restoreFolder();
+    EXPECT_EQ(text(), "one\n\n");
+}
+
+TEST_F(LogBookTest, makesItsFolderAnew_whenItIsClosed) {
+    ASSERT_TRUE(book.create(path));
+    std::filesystem::remove_all(folder.path() + "/deep");
+    book.append("one\n\n");
+    book.close().reset();
+    EXPECT_EQ(text(), "one\n\n");
+    EXPECT_EQ(said("events are missing"), 0);
 }
 
 TEST_F(LogBookTest, goesOnInTheFileThatTookItsPlace_alsoOfTheSameSize) {

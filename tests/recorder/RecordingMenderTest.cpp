@@ -28,6 +28,13 @@ protected:
         const auto opened = SoundFile::openForReading(desk.files, pathOf(file));
         return opened.file == nullptr ? -1 : opened.file->frames();
     }
+    std::string informationOf(const std::string& file) const {
+        std::ifstream in(pathOf(file), std::ios::binary);
+        in.seekg(256);
+        std::string text;
+        std::getline(in, text, '\0');
+        return text;
+    }
     Names files() {
         Names names;
         for (const VolumeEntry& entry : desk.files.list(desk.recordFolder()))
@@ -59,10 +66,7 @@ TEST_F(NewestRecordings, areReadableInFull_whenTheirHeaderWasTorn) {
     for (const std::int64_t word : {4, 22, 4084}) {
         leave(name);
         write(name, word, std::string("\x7f\x7f", 2));
-        RecordingMender({desk.clock, desk.runLoop, desk.notifications, desk.defaults, desk.log, desk.alert,
-                         desk.texts, desk.hardware, desk.volume, desk.administratorRight},
-                        desk.controler->mechanic())
-            .mendNewest();
+        RecordingMender(desk.controler->seams(), desk.controler->mechanic()).mendNewest('I');
         EXPECT_EQ(framesOf(name), 80000) << word;
     }
     EXPECT_EQ(logged("the header of a recording is repaired: " + name), 3);
@@ -90,10 +94,7 @@ TEST_F(NewestRecordings, loseASecondNameThatCouldNotBeRemoved) {
         leave(name);
         write(name, 256, isInformed ? "_Velmoratide_20260302_095000~0950108000SI" : "_Velmoratide_20260302");
         ASSERT_EQ(desk.files.makeLink(pathOf(name), pathOf(progress)), 0);
-        RecordingMender({desk.clock, desk.runLoop, desk.notifications, desk.defaults, desk.log, desk.alert,
-                         desk.texts, desk.hardware, desk.volume, desk.administratorRight},
-                        desk.controler->mechanic())
-            .mendNewest();
+        RecordingMender(desk.controler->seams(), desk.controler->mechanic()).mendNewest('I');
         EXPECT_EQ(files(), Names{name});
         EXPECT_EQ(framesOf(name), 80000);
     }
@@ -113,4 +114,23 @@ TEST_F(NewestRecordings, keepBothNames_whenTheyAreTwoFiles) {
     leave(progress);
     launch();
     EXPECT_EQ(files().size(), 2U);
+}
+
+TEST_F(NewestRecordings, areGivenTheInformationThatTheirNameTells_whenACrashCameBeforeIt) {
+    const std::string free = "_Velmoratide_20260302_095020~095030+.aif";
+    const std::string noted = "_Velmoratide_20260302_095040~095050.aif";
+    for (const std::string& each : {name, free, noted})
+        leave(each);
+    write(name, 256, "_Velmoratide_20260302_095000~+12600");
+    write(free, 256, "_Velmoratide_20260302_095020~+3600");
+    write(noted, 256, "_Velmoratide_20260302_095040~+3600");
+    write(noted, 291, "A note");
+    launch();
+    EXPECT_EQ(informationOf(name), "_Velmoratide_20260302_095000~0950108000SI*");
+    EXPECT_EQ(informationOf(free), "_Velmoratide_20260302_095020~0950308000SI*");
+    EXPECT_EQ(informationOf(noted), "_Velmoratide_20260302_095040~095050A note");
+    EXPECT_EQ(logged("the information of a recording is completed: "), 3);
+    launch();
+    EXPECT_EQ(logged("the information of a recording is completed: "), 3);
+    EXPECT_EQ(framesOf(name), 80000);
 }

@@ -3,7 +3,9 @@
 #include "support/DeskOfATest.h"
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 
 namespace {
 namespace files = std::filesystem;
@@ -25,6 +27,10 @@ public:
         m_desk.terminate();
     }
     void runFor(double seconds) { m_desk.runFor(seconds); }
+    std::string book() const {
+        std::ifstream file(folder + "/VelmoratideLog.txt");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     VmRecorder& recorder() { return m_desk.controler->recorder(); }
     bool logged(const std::string& part) const {
         const auto lines = m_desk.log.lines();
@@ -111,6 +117,20 @@ TEST(VmRecorderFolder, isMadeAnew_whenItIsGone) {
     MovedFolder it;
     it.finish(88.0);
     EXPECT_TRUE(it.logged("VmRecorder: record file rename error.")); // the first one went with its folder
+    it.expectAllIn({it.folder, it.away}, 100.0);
+}
+
+TEST(VmRecorderFolder, isMadeAnew_withAWordInTheBook_alsoWhenTheBookMissesItFirst) {
+    MovedFolder it;
+    it.recorder().hourButton().press(false); // a block of the book
+    it.runFor(0.5);                          // long before the next file
+    EXPECT_TRUE(it.logged("VmMechanic: record folder was gone, it is made anew."));
+    EXPECT_FALSE(it.logged("VmDutyLog: log book write error"));
+    const std::string book = it.book();
+    EXPECT_LT(book.find("ON THE HOUR SWITCH CHANGED"), book.find("record folder was gone, it is made anew."))
+        << book;
+    EXPECT_NE(book.find("record folder was gone, it is made anew."), std::string::npos) << book;
+    it.finish(87.5);
     it.expectAllIn({it.folder, it.away}, 100.0);
 }
 

@@ -139,3 +139,14 @@ TEST_F(Crashes, doNotHinderTheNextRecording) {
     EXPECT_EQ(files(),
               (Names{"VelmoratideUnreadable_20260302_100010.data", "_Velmoratide_20260302_100011~100015.aif"}));
 }
+
+TEST_F(Crashes, leaveARecordingThatGetsAName_howeverManyOfTheSameSecondThereAre) {
+    leaveOwn();
+    const std::string stem = folder.path() + "/record/_Velmoratide_20260302_100000~100010";
+    for (std::size_t pluses = 0; pluses <= 216; ++pluses)
+        std::ofstream(stem + std::string(pluses, '+') + ".aif") << "of the same second";
+    launch({});
+    EXPECT_TRUE(std::filesystem::exists(stem + "+217.aif"));
+    EXPECT_FALSE(std::filesystem::exists(temporary()));
+    EXPECT_EQ(std::filesystem::file_size(stem + std::string(216, '+') + ".aif"), 18U);
+}

@@ -117,6 +117,15 @@ TEST(VmReserveList, reportsAnEntryThatIsNoArray) {
               "SomeErrorHappen: VmReserveList: timer entry 3 cannot be read and is left out: null");
 }
 
+TEST(VmReserveList, keepsEachEntryThatCannotBeRead_alsoWhenALaterLaunchMeetsAnother) {
+    const QJsonArray first{"two", 1};
+    const QJsonArray second{"three", 2};
+    ScheduleDesk desk(Settings{{"TimerList", QJsonArray{StoredTimer{}.values(), second, first}},
+                               {"UnreadableTimers", QJsonArray{first}}});
+    EXPECT_EQ(desk.desk().defaults.valueForKey("UnreadableTimers"), QJsonValue(QJsonArray{first, second}));
+    ASSERT_EQ(desk.events.size(), 2U);
+}
+
 TEST(VmReserveList, usesTheDefaultEntry_whenNoneCanBeRead) {
     ScheduleDesk desk(Settings{{"TimerList", QJsonArray{QJsonArray{"short"}}}});
     ASSERT_EQ(desk.reserver().count(), 1);

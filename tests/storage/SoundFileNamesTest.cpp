@@ -2,6 +2,7 @@
 
 #include "storage/FileRate.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -29,6 +30,22 @@ TEST(SoundFileNames, putsAPlusBeforeTheExtension_whileTheNameIsTaken) {
     EXPECT_EQ(SoundFileNames::freeName(example(), exists), "_Velmoratide_20071024_093000~101500++.aif");
     taken.insert(".Velmoratide_x");
     EXPECT_EQ(SoundFileNames::freeName(".Velmoratide_x", exists), ".Velmoratide_x+");
+}
+
+TEST(SoundFileNames, putsANumberBehindThePlus_whenSoManyPlusesWouldBeTooLong) {
+    std::set<std::string> taken;
+    const auto exists = [&](const std::string& name) { return taken.contains(name); };
+    std::size_t longest = 0;
+    for (int count = 0; count < 1000; ++count) {
+        const std::string free = SoundFileNames::freeName(example(), exists);
+        ASSERT_TRUE(taken.insert(free).second) << free;
+        ASSERT_FALSE(count > 0 && SoundFileNames::isSoundFile(free)) << free;
+        longest = std::max(longest, free.size());
+    }
+    EXPECT_EQ(longest, SoundFileNames::longestName);
+    EXPECT_TRUE(taken.contains("_Velmoratide_20071024_093000~101500" + std::string(216, '+') + ".aif"));
+    EXPECT_TRUE(taken.contains("_Velmoratide_20071024_093000~101500+217.aif"));
+    EXPECT_TRUE(taken.contains("_Velmoratide_20071024_093000~101500+999.aif"));
 }
 
 TEST(SoundFileNames, recognisesVisibleAndHiddenRecordings) {
