@@ -4,6 +4,7 @@
 #include "app/MainWindowModel.h"
 #include "app/VmPrefer.h"
 #include "audio/VmDevice.h"
+#include "base/Alert.h"
 #include "base/Controls.h"
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
