@@ -112,8 +112,8 @@ bool LogBook::isInPlace() {
         return true;
     // Somebody removed the book or put another file in its place: what goes on in the old one would be lost.
     if (!m_volume.isFolder(Paths::folderOf(m_path))) {
-        if (std::exchange(m_isFolderGone, true)) // it could not be made anew
-            sayFailure(ENOENT);
+        m_isFolderGone = true;
+        sayFailure(ENOENT);
         return false;
     }
     m_isFolderGone = false;

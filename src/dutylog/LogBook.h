@@ -43,8 +43,8 @@ public:
     void append(std::string block);
     /// Tries again to write what waits.
     void retry();
-    /// Whether blocks wait because the book's folder has vanished. Whoever has the folder makes it anew, and
-    /// says so; nobody else would know that its recordings are gone.
+    /// Whether blocks wait because the book's folder has vanished. It may come back; whoever has it knows when
+    /// it must be made anew, and says that its recordings are gone.
     bool isFolderGone() const { return m_isFolderGone; }
     /// Makes the book's folder if it is still missing, and tries again to write what waits.
     void restoreFolder();

@@ -80,14 +80,13 @@ void VmDutyLog::patrolTimerPeriodic(bool byTimer) {
     if (!byTimer)
         return;
     schedulePatrol();
-    const std::lock_guard guard(m_mutex);
-    m_logBook.retry(); // a quiet duty has no later event that would
-    watchFolder();
-}
-
-void VmDutyLog::watchFolder() {
-    if (m_logBook.isFolderGone())
-        m_controler.seams().runLoop.post([this] { restoreFolder(); });
+    const bool isFolderGone = [this] {
+        const std::lock_guard guard(m_mutex);
+        m_logBook.retry(); // a quiet duty has no later event that would
+        return m_logBook.isFolderGone();
+    }();
+    if (isFolderGone) // and no recording needed it so far
+        restoreFolder();
 }
 
 void VmDutyLog::restoreFolder() {
@@ -112,7 +111,6 @@ void VmDutyLog::logEventNotificationHandler(const Notification& notification) {
         m_logBook.append(std::move(block));
     if (notification.object == "DutyFinish")
         flusher = m_logBook.close();
-    watchFolder();
 }
 
 void VmDutyLog::beginDuty() {

@@ -63,7 +63,6 @@ private:
     void restoreFolder();
 
     // All with the lock held
-    void watchFolder();
     void beginDuty();
     bool openBook(const std::string& path, std::string& text);
     std::string blockOf(const Notification& notification, const std::string& now);

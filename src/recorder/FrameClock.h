@@ -24,6 +24,8 @@ public:
     };
     /// Seconds. Less than that is the jitter of a loaded machine.
     static constexpr double leapTolerance = 0.5;
+    /// Seconds after which most of what was ahead is forgotten.
+    static constexpr double aheadSeconds = 10.0;
 
     // Main thread, while no cycle runs
     /// Forgets everything noted. `rate` is frames a second.
@@ -32,6 +34,7 @@ public:
         m_sequence.store(0, std::memory_order_release);
         m_leapsTaken.store(m_leapsNoted.load());
         m_untold = 0;
+        m_ahead = 0;
     }
 
     // I/O thread
@@ -100,17 +103,33 @@ private:
 
     /// I/O thread, from its second note on.
     void noteLeap(std::int64_t frame, HostTime captured) noexcept KA_REALTIME {
-        const HostTime expected = m_captured.load(std::memory_order_relaxed) +
-                                  length(frame - m_frame.load(std::memory_order_relaxed), m_rate);
-        if (captured - expected < hostTimeFromSeconds(leapTolerance))
+        const HostTime last = m_captured.load(std::memory_order_relaxed);
+        const HostTime expected = last + length(frame - m_frame.load(std::memory_order_relaxed), m_rate);
+        const HostTime late = beyondAhead(captured - last, captured - expected);
+        if (late < hostTimeFromSeconds(leapTolerance))
             return;
-        m_untold += captured - expected;
+        m_untold += late;
         const std::uint32_t noted = m_leapsNoted.load(std::memory_order_relaxed);
         if (noted - m_leapsTaken.load(std::memory_order_acquire) >= m_leaps.size())
             return; // nobody has looked for long: the next one that is told says how much it was altogether
-        m_leaps[noted % m_leaps.size()] = {{frame, expected, m_untold}, captured - expected};
+        m_leaps[noted % m_leaps.size()] = {{frame, captured - late, m_untold}, late};
         m_untold = 0;
         m_leapsNoted.store(noted + 1, std::memory_order_release);
+    }
+
+    /// I/O thread. How late a cycle is, `elapsed` after the one before, when it is `late` by its own. A device
+    /// that has just handed out more than it captured, as some do while they start, only comes back to its
+    /// time: that is no sound missing. What is ahead for longer is the device's rate, and forgotten.
+    HostTime beyondAhead(HostTime elapsed, HostTime late) noexcept KA_REALTIME {
+        const double share = static_cast<double>(elapsed) * 1e-9 / aheadSeconds;
+        m_ahead -= std::llround(static_cast<double>(m_ahead) * std::clamp(share, 0.0, 1.0));
+        if (late <= 0) {
+            m_ahead -= late;
+            return 0;
+        }
+        const HostTime made = std::min(late, m_ahead);
+        m_ahead -= made;
+        return late - made;
     }
 
     std::optional<Note> latest() const noexcept {
@@ -134,4 +153,5 @@ private:
     std::atomic<std::uint32_t> m_leapsNoted{0};
     std::atomic<std::uint32_t> m_leapsTaken{0};
     HostTime m_untold = 0; // of the I/O thread, as m_leapsNoted
+    HostTime m_ahead = 0;  // of the I/O thread: by how much more was handed out than captured lately
 };

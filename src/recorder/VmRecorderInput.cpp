@@ -9,6 +9,8 @@
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 
+#include <algorithm>
+
 // --- I/O targets ---------------------------------------------------------------------------------------------
 
 void VmRecorder::setRecordIOTargetWithDevice(KaCoreAudioDevice& device) {
@@ -262,7 +264,8 @@ void VmRecorder::lookForInput() {
 }
 
 void VmRecorder::reportGap(HostTime end, const char* what) {
-    const double gap = static_cast<double>(end - m_inputLoss->time) * 1e-9;
+    // Sound that was only late has no gap; its times jitter.
+    const double gap = std::max(static_cast<double>(end - m_inputLoss->time) * 1e-9, 0.0);
     say("SomeReportHappen", "VmRecorder: sound input \"" + m_sourceField.text() + "\" " + what +
                                 ", no sound since " +
                                 m_controler.seams().clock.format(m_inputLoss->date, "%Y-%m-%d %H:%M:%S") +

@@ -55,6 +55,20 @@ TEST_F(VmDutyLogFaultTest, losesNothing_whenTheDiskIsFullForAWhile) {
     EXPECT_EQ(it.said("VmDutyLog: log book is written again."), 1U);
 }
 
+TEST_F(VmDutyLogFaultTest, losesNothing_whenTheFolderVanishesWhileNothingIsRecorded) {
+    LogDesk it(folder);
+    it.desk.launch();
+    std::filesystem::remove_all(it.desk.recordFolder());
+    it.post("SomeErrorHappen", "one");
+    it.desk.runFor(1.0);
+    EXPECT_FALSE(it.hasBook());
+    it.desk.runFor(300.0); // the patrol
+    EXPECT_EQ(it.book(), "2007.10.24 09:30:00 ERROR HAPPEN\n\tone\t\n\n"
+                         "2007.10.24 09:35:00 ERROR HAPPEN\n"
+                         "\tVmMechanic: record folder was gone, it is made anew.\t\n\n");
+    EXPECT_EQ(it.said("VmMechanic: record folder was gone, it is made anew."), 1U);
+}
+
 TEST_F(VmDutyLogFaultTest, saysInTheBookWhatHadToBeDropped) {
     LogDesk it(folder);
     it.desk.launch();

@@ -172,3 +172,61 @@ TEST(FrameClock, forgetsALeap_whenItIsReset) {
     noteTenths(clock, 0, 30, 0);
     EXPECT_FALSE(clock.takeLeap());
 }
+
+TEST(FrameClock, tellsNoLeap_whenADeviceThatRanAheadComesBackToItsTime) {
+    FrameClock clock;
+    clock.reset(1000.0);
+    std::int64_t frame = 0;
+    for (int cycle = 0; cycle < 42; ++cycle) { // 4.2 s of sound in 2 s
+        clock.note(frame, cycle * second / 21);
+        frame += 100;
+    }
+    for (int cycle = 0; cycle < 40; ++cycle) { // 0.9 s later than the frames say
+        clock.note(frame, 2 * second + 9 * second / 10 + cycle * second / 10);
+        frame += 100;
+    }
+    EXPECT_FALSE(clock.takeLeap());
+}
+
+TEST(FrameClock, tellsOfALeap_whenTheDeviceRanAheadLongBefore) {
+    FrameClock clock;
+    clock.reset(1000.0);
+    clock.note(0, 0);
+    clock.note(2000, second); // a second ahead
+    std::int64_t frame = 2000;
+    HostTime captured = second;
+    for (int cycle = 0; cycle < 1200; ++cycle) { // two minutes on time
+        frame += 100;
+        captured += second / 10;
+        clock.note(frame, captured);
+    }
+    for (int cycle = 0; cycle < 20; ++cycle) {
+        frame += 100;
+        captured += second / 10 + (cycle == 0 ? 2 * second : 0);
+        clock.note(frame, captured);
+    }
+    const auto leap = clock.takeLeap();
+    ASSERT_TRUE(leap);
+    EXPECT_NEAR(static_cast<double>(leap->missing) * 1e-9, 2.0, 0.01);
+}
+
+TEST(FrameClock, tellsALeapWhole_onADeviceThatIsAlwaysFast) {
+    FrameClock clock;
+    clock.reset(1000.0);
+    std::int64_t frame = 0;
+    HostTime captured = 0;
+    for (int cycle = 0; cycle < 36000; ++cycle) { // an hour at 100.5 %
+        clock.note(frame, captured);
+        frame += 100;
+        captured += second * 995 / 10000;
+    }
+    captured += 8 * second;
+    for (int cycle = 0; cycle < 20; ++cycle) {
+        clock.note(frame, captured);
+        frame += 100;
+        captured += second * 995 / 10000;
+    }
+    const auto leap = clock.takeLeap();
+    ASSERT_TRUE(leap);
+    EXPECT_NEAR(static_cast<double>(leap->missing) * 1e-9, 8.0, 0.1);
+}
