@@ -6,6 +6,7 @@
 #include "storage/Volume.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 std::string textOf(const std::optional<KeepName::TimeOfDay>& time) {
@@ -13,10 +14,13 @@ std::string textOf(const std::optional<KeepName::TimeOfDay>& time) {
 }
 } // namespace
 
-void VmKeepList::initWithDirPath(const std::string& path) {
+int VmKeepList::initWithDirPath(const std::string& path) {
     m_rows.clear();
     m_folder = path;
-    for (const VolumeEntry& entry : m_volume.list(path)) {
+    errno = 0;
+    const std::vector<VolumeEntry> entries = m_volume.list(path);
+    const int error = errno;
+    for (const VolumeEntry& entry : entries) {
         if (entry.isFolder || entry.isLink || !m_names.isKeepDataFile(entry.name))
             continue;
         const KeepName::TimeOfDay length = m_names.recordedLength(entry.name);
@@ -31,6 +35,7 @@ void VmKeepList::initWithDirPath(const std::string& path) {
             {"FileSize", formatted("%.0f", row.bytes)}};
         m_rows.push_back(std::move(row));
     }
+    return error;
 }
 
 void VmKeepList::sort(const SortDescriptor& order) {

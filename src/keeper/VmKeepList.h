@@ -16,8 +16,9 @@ class VmKeepList final : public TableSource {
 public:
     VmKeepList(Volume& volume, KeepName names) : m_volume(volume), m_names(std::move(names)) {}
 
-    /// Reads the folder anew. Folders and links are no kept files, nor is what lies in folders below.
-    void initWithDirPath(const std::string& path);
+    /// Reads the folder anew. Folders and links are no kept files, nor is what lies in folders below. 0, or the
+    /// errno of a folder that could not be read to its end.
+    int initWithDirPath(const std::string& path);
     void sort(const SortDescriptor& order);
 
     int numberOfRowsInTableView() const { return static_cast<int>(m_rows.size()); }

@@ -15,7 +15,9 @@
 #include "storage/Volume.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -297,10 +299,23 @@ void VmKeeper::reportUnkept(const std::string& recording, const std::string& why
 }
 
 /// Removes the hidden recordings and the halves of copies that were interrupted.
+std::vector<VolumeEntry> VmKeeper::entriesOfFolder() const {
+    errno = 0;
+    std::vector<VolumeEntry> entries = m_controler.seams().volume.list(m_keepFolder);
+    if (const int error = errno; error != 0)
+        reportUnreadable(error);
+    return entries;
+}
+
+void VmKeeper::reportUnreadable(int error) const {
+    m_controler.seams().log.log("VmKeeper: keep folder cannot be read (" + std::string(std::strerror(error)) +
+                                "): " + m_keepFolder);
+}
+
 void VmKeeper::clearFolder() const {
     m_controler.mechanic().deleteDotFileInFolder(m_keepFolder);
     const Seams& seams = m_controler.seams();
-    for (const VolumeEntry& entry : seams.volume.list(m_keepFolder)) {
+    for (const VolumeEntry& entry : entriesOfFolder()) {
         if (entry.isFolder || entry.isLink || !FileCopier::isAside(entry.name))
             continue;
         const std::string path = Paths::inFolder(m_keepFolder, entry.name);
@@ -333,7 +348,7 @@ void VmKeeper::queueLeftovers() {
         return;
     const Seams& seams = m_controler.seams();
     const std::string& recordFolder = m_controler.mechanic().recordFolder();
-    for (const VolumeEntry& entry : seams.volume.list(m_keepFolder)) {
+    for (const VolumeEntry& entry : entriesOfFolder()) {
         if (entry.isFolder || entry.isLink || !m_names.isUncompressed(entry.name))
             continue;
         const std::string target = Paths::inFolder(m_keepFolder, entry.name);

@@ -146,6 +146,9 @@ private:
     void queueLeftovers();
     void queueLeftoversSoon();
     void clearFolder() const;
+    /// Those that can be had; the system log tells when that are not all.
+    std::vector<VolumeEntry> entriesOfFolder() const;
+    void reportUnreadable(int error) const;
 
     // Compression thread
     void compressFile(Compression& compression);

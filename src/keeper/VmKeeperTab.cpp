@@ -18,7 +18,8 @@ constexpr double bytesPerMegabyte = 1048576.0;
 
 void VmKeeper::initDataSource() {
     VmTableView& table = m_controler.keepTable();
-    m_dataSource.initWithDirPath(m_keepFolder);
+    if (const int error = m_dataSource.initWithDirPath(m_keepFolder); error != 0)
+        reportUnreadable(error);
     if (!table.sortDescriptor().column.empty())
         m_dataSource.sort(table.sortDescriptor());
     if (table.source() != &m_dataSource)
