@@ -1,5 +1,6 @@
 // Start and stop, the read timer, the display timer, and the output callback.
 #include "app/VmControler.h"
+#include "app/VmPrefer.h"
 #include "audio/AudioBufferList.h"
 #include "audio/VmDevice.h"
 #include "library/SoundTransform.h"
@@ -50,6 +51,7 @@ void VmPlayer::startPlaying() {
     if (readPos() >= tailPosition() || readPos() < headPosition())
         resetReadPosition(headPosition());
     m_waveView->setSelectEnabled(false);
+    m_controler.prefer().setPlaySourceEnabled(false);
     m_playing = true;
     m_playbacking = true;
     pausePlayback(false);
@@ -59,6 +61,7 @@ void VmPlayer::stopPlaying() {
     m_playButton.setOn(false);
     m_playButton.setImage("PlayButton.png");
     m_waveView->setSelectEnabled(true);
+    m_controler.prefer().setPlaySourceEnabled(true);
     m_playing = false;
     m_playbacking = false;
     readTimerStop();
