@@ -201,6 +201,7 @@ private:
     std::atomic<std::int64_t> m_cycleTail{0}; ///< the tail position, for the cycles
     double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
     std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
+    bool m_isDraining = false;                ///< the end is reached, and its sound is on its way to be heard
 
     std::unique_ptr<VmPlayerFiles> m_files;
 

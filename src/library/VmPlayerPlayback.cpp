@@ -68,6 +68,7 @@ void VmPlayer::stopPlaying() {
     m_controler.devicer().playDevicePause(true);
     m_paused = true;
     m_endReached = false;
+    m_isDraining = false;
 }
 
 void VmPlayer::pausePlayback(bool pause) {
@@ -138,7 +139,12 @@ void VmPlayer::readStep(std::int64_t readSize, double ratio) {
 }
 
 void VmPlayer::dispPositionTimer() {
-    if (m_endReached.exchange(false)) {
+    if (m_endReached && !m_endlessPlay && !m_isDraining) {
+        // What was handed out last is still on its way through the output, and would not be heard if that were
+        // stopped now. It gets until the next time.
+        m_isDraining = true;
+    } else if (m_endReached.exchange(false)) {
+        m_isDraining = false;
         endOfPlayback();
         if (!m_playing)
             return;

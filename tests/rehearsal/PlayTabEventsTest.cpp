@@ -10,8 +10,8 @@
 namespace {
 using Folder = RehearsedFolder;
 using Lines = std::vector<std::string>;
-constexpr const char* name = "_Velmoratide_20260302_090005~090105.aif";
-const std::string recorded = std::string("record/") + name;
+constexpr const char* recordedName = "_Velmoratide_20260302_090005~090105.aif";
+const std::string recorded = std::string("record/") + recordedName;
 
 /// Records from 5 to 65 s, goes to the play tab and selects the recording; then `events`, each begun by a
 /// comma.
@@ -74,7 +74,7 @@ TEST(PlayTabEventsTest, writesANote_andChangesNoSound) {
     playWith(folder, R"(,{"at": 72, "do": "note", "text": "Rain on the roof"})");
     PosixVolume volume;
     EXPECT_EQ(RecordNote::read(volume, folder.folder() + "/" + recorded), "Rain on the roof");
-    EXPECT_EQ(folder.samples(name).size(), 480000U);
+    EXPECT_EQ(folder.samples(recordedName).size(), 480000U);
     EXPECT_TRUE(alerts(folder).empty());
 }
 
@@ -105,7 +105,7 @@ TEST(PlayTabEventsTest, exportsTheMarkedRange) {
                         {"at": 73, "do": "export", "path": "part.aif"},
                         {"at": 74, "do": "range", "from": 9, "to": 9},
                         {"at": 75, "do": "export", "path": "whole.aif"})");
-    const auto all = folder.samples(name);
+    const auto all = folder.samples(recordedName);
     ASSERT_EQ(all.size(), 480000U);
     EXPECT_EQ(samplesAt(folder.folder() + "/part.aif"),
               std::vector<std::int16_t>(all.begin() + 120000, all.begin() + 240000));

@@ -3,6 +3,7 @@
 #include "system/PulseHardwareFixture.h"
 
 #include <ctime>
+#include <functional>
 
 namespace {
 constexpr std::size_t rate = 44100;
@@ -61,8 +62,26 @@ protected:
         RecordProperty("millisecondsFromPressToSound",
                        static_cast<int>((m_recorder.cycle(index).arrival - pressed) / 1'000'000));
     }
-    float heard(std::size_t frame, std::uint32_t channel) const {
-        return m_first + frame < m_recorder.frames() ? m_recorder.sample(m_first + frame, channel) : 0.0F;
+    /// Expects that frame f is `sampleOf(f, channel)`, for `frames` frames, each of them once and nothing else.
+    /// On a machine that is busy the server may run out of sound: it goes on after a silence then.
+    void expectHeard(std::size_t frames,
+                     const std::function<std::int16_t(std::size_t, std::uint32_t)>& sampleOf) {
+        std::size_t frame = 0;
+        int silent = 0;
+        for (std::size_t at = m_first; at < m_recorder.frames(); ++at) {
+            if (m_recorder.sample(at, 0) == 0.0F && m_recorder.sample(at, 1) == 0.0F) {
+                silent += frame < frames ? 1 : 0;
+                continue;
+            }
+            ASSERT_LT(frame, frames) << "sound after the end";
+            for (std::uint32_t channel = 0; channel < 2; ++channel)
+                ASSERT_EQ(m_recorder.sample(at, channel),
+                          static_cast<float>(sampleOf(frame, channel)) / 32768.0F)
+                    << "frame " << frame << " of " << frames << ", side " << channel;
+            ++frame;
+        }
+        EXPECT_EQ(frame, frames) << "the end is missing";
+        RecordProperty("silentFramesBetween", silent);
     }
 
     CycleRecorder m_recorder{2, 60 * rate};
@@ -74,21 +93,12 @@ protected:
 TEST_F(PlaybackHeardTest, isEveryFrameOfAStereoFileOfTheOutputsRate) {
     const auto samples = markedSamples(3 * rate * 2);
     play(m_desk->write("_Velmoratide_20260302_090000~090003.aif", 44100.0, 2, samples));
-    std::size_t wrong = 0;
-    for (std::size_t frame = 0; frame < samples.size() / 2; ++frame)
-        for (std::uint32_t channel = 0; channel < 2; ++channel)
-            wrong += heard(frame, channel) != static_cast<float>(samples[frame * 2 + channel]) / 32768.0F;
-    EXPECT_EQ(wrong, 0U);
-    EXPECT_EQ(heard(samples.size() / 2, 0), 0.0F) << "nothing comes after";
+    expectHeard(samples.size() / 2,
+                [&](std::size_t frame, std::uint32_t channel) { return samples[frame * 2 + channel]; });
 }
 
 TEST_F(PlaybackHeardTest, isEachSampleOfAMonoFileOfHalfTheRate_twiceOnBothSides) {
     const auto samples = markedSamples(std::size_t{22050} * 3);
     play(m_desk->write("_Velmoratide_20260302_100000~100003.aif", 22050.0, 1, samples));
-    std::size_t wrong = 0;
-    for (std::size_t frame = 0; frame < samples.size() * 2; ++frame)
-        for (std::uint32_t channel = 0; channel < 2; ++channel)
-            wrong += heard(frame, channel) != static_cast<float>(samples[frame / 2]) / 32768.0F;
-    EXPECT_EQ(wrong, 0U);
-    EXPECT_EQ(heard(samples.size() * 2, 0), 0.0F) << "nothing comes after";
+    expectHeard(samples.size() * 2, [&](std::size_t frame, std::uint32_t) { return samples[frame / 2]; });
 }

@@ -345,6 +345,7 @@ TEST_F(PlayTabTest, mayGoBeforeItsModels) {
 }
 
 TEST_F(PlayTabTest, showsAnExportInPlaceOfTheOutput_andCancelsIt) {
+    models.exportProgress.setEnabled(false);
     models.player.playDevicePicture().setToolTip("Speakers");
     auto& progress = named<QProgressBar>("ExportProgress");
     auto& device = named<FittingLabel>("PlayDevice");
