@@ -1,5 +1,6 @@
 // Measures the waveform picture of the longest file that there may be against reading its pages once, and
 // against the packaged drawer of waveforms if the machine has one.
+#include "BenchFolder.h"
 #include "CpuSeconds.h"
 #include "Figures.h"
 #include "library/WaveformEnvelope.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <limits>
 #include <span>
 #include <spawn.h>
@@ -25,16 +25,6 @@ constexpr double rate = 44100.0; // stereo
 constexpr QSize size(480, 80);
 constexpr int rounds = 3;
 constexpr std::size_t pieceBytes = std::size_t{128} * 1024;
-
-/// Goes with all that is in it.
-struct Folder {
-    Folder() { path = ::mkdtemp(path.data()) == nullptr ? std::string() : path; }
-    ~Folder() {
-        std::error_code ignored; // it is the system's temporary folder
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::string path = std::filesystem::temp_directory_path().string() + "/waveform-XXXXXX";
-};
 
 std::string seconds(double value) {
     char text[32];
@@ -117,10 +107,10 @@ double drawPackaged(const std::string& path, const std::string& folder) {
 } // namespace
 
 int main() {
-    const Folder folder;
-    const std::string path = makeLongestSound(folder.path);
+    const BenchFolder folder;
+    const std::string path = makeLongestSound(folder.path());
     if (path.empty()) {
-        std::fprintf(stderr, "WaveformBench: cannot make a sound file in %s\n", folder.path.c_str());
+        std::fprintf(stderr, "WaveformBench: cannot make a sound file in %s\n", folder.path().c_str());
         return 1;
     }
     readPages(path); // brings the pages into memory
@@ -138,7 +128,7 @@ int main() {
     std::printf("ten hours are three such files: reading %.2f s, drawing %.2f s\n", limit * 10.0 / 3.383,
                 ours * 10.0 / 3.383);
     reportFigure(what, seconds(ours), seconds(limit) + " reading the pages", ours / limit, Aim::atMost, 1.2);
-    if (const double packaged = drawPackaged(path, folder.path); packaged > 0.0)
+    if (const double packaged = drawPackaged(path, folder.path()); packaged > 0.0)
         reportFigure("packaged drawer (ffmpeg) against ours", seconds(packaged), seconds(ours) + " ours",
                      packaged / ours, Aim::atLeast, 5.0);
     else

@@ -245,6 +245,11 @@ void VmPrefer::renewRates() {
                                  defReserveRatePopup.selected());
 }
 
+void VmPrefer::setPlaySourceEnabled(bool enabled) {
+    m_playSourceEnabled = enabled;
+    playSourcePopup.setEnabled(enabled && m_controlEnabled && !playSourcePopup.items().empty());
+}
+
 // --- edits ---------------------------------------------------------------------------------------------------
 
 void VmPrefer::edited() {
@@ -337,6 +342,7 @@ void VmPrefer::resetControlState() {
         const auto* const* popup = std::get_if<Popup*>(&item.controlOf());
         item.control().setEnabled(m_controlEnabled && (popup == nullptr || !(*popup)->items().empty()));
     }
+    playSourcePopup.setEnabled(playSourcePopup.enabled() && m_playSourceEnabled);
     checkKeepActionButton.setEnabled(m_controlEnabled && !m_checkingKeep && commandFaultKey().empty());
     okButton.setEnabled(m_controlEnabled && isAnyChanged() && fault.empty());
     preferButton.setEnabled(m_controlEnabled || drawer.isOpen());

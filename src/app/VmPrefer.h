@@ -56,6 +56,8 @@ public:
     // Display
     void dispDiskInfo();
     void resetControlState();
+    /// What is played stays on its output: there is no other choice meanwhile.
+    void setPlaySourceEnabled(bool enabled);
 
     /// Asked before another record folder, an existing one, is taken into use: false keeps the present one.
     void setFolderGuard(std::function<bool(const std::string&)> guard) { m_folderGuard = std::move(guard); }
@@ -117,6 +119,7 @@ private:
 
     VmControler& m_controler;
     bool m_controlEnabled = true;
+    bool m_playSourceEnabled = true;
     bool m_checkingKeep = false;
     float m_opacity = 1.0f;         ///< in force when the drawer was opened
     double m_recordedSeconds = 0.0; ///< of sound in the record folder, when the drawer was opened

@@ -11,6 +11,7 @@
 #include "base/Texts.h"
 #include "keeper/VmKeeper.h"
 #include "library/VmPlayer.h"
+#include "library/VmPlayerFiles.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserver.h"
@@ -50,7 +51,10 @@ std::unique_ptr<MainWindow> assembleWindow(VmControler& controler, const Texts& 
                            .shown = [&controler](bool shown) { controler.recorder().setShown(shown); },
                            .activated = [&controler] { controler.applicationDidBecomeActive(); }});
     VmPlayer& player = controler.player();
-    window->setPage(1, new PlayTab({player, controler.recordTable(), player.waveView()}, texts));
+    SoundFileExporter& exporter = player.files().exporter();
+    window->setPage(1, new PlayTab({player, controler.recordTable(), player.waveView(), exporter.progressBar(),
+                                    exporter.cancelButton()},
+                                   texts));
     window->setPage(2, new TimerTab(controler.reserver(), texts));
     window->setPage(3, new KeepTab(keepTabControls(controler), texts));
     window->addDrawer(controler.reserver().drawer, new TimerDrawer(controler.reserver(), texts), 2);

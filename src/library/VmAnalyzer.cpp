@@ -169,7 +169,9 @@ void VmAnalyzer::createImageFileThread(const Order& order) {
 VmAnalyzer::End VmAnalyzer::createImage(const Order& order) {
     const std::unique_ptr<SoundFile> file = m_controler.mechanic().openAIFFFileForWorker(order.path);
     if (!file) {
-        reportError("VmAnalyzer: audio file open error.");
+        // The recording in progress gets another name every minute.
+        if (!order.isProgress || soundFileExistAtPath(m_controler.seams().volume, order.path))
+            reportError("VmAnalyzer: audio file open error.");
         return End::tryAgain;
     }
     const std::int64_t soundBytes = file->byteCount();

@@ -30,7 +30,9 @@ VmPlayer::VmPlayer(VmControler& controler)
       m_waveView(std::make_unique<VmWaveView>(controler.seams().notifications, controler.seams().log)),
       m_playbackQue(VmQueBuffer::initQueWithLength(0)) {}
 
-VmPlayer::~VmPlayer() = default;
+VmPlayer::~VmPlayer() {
+    m_controler.mechanic().setFolderHandler(nullptr);
+}
 
 void VmPlayer::awake() {
     const UserDefaults& defaults = m_controler.seams().defaults;

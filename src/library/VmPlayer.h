@@ -143,6 +143,7 @@ private:
     void bindControls();
     void listRenewed();
     void followProgress();
+    void takeFinished();
     void takeRow();
     std::string presentPath() const;
     void showImage();
@@ -174,6 +175,7 @@ private:
     std::string m_playbackPath;      ///< where the open file was found
     double m_startSecond = 0.0;      ///< second of the day at which the selected recording begins
     std::int64_t m_pictureDatas = 0; ///< bytes of sound that its picture shows
+    bool m_followsProgress = false;  ///< the selected recording was in progress when the list was read last
 
     int m_stepFast = 10;
     std::unique_ptr<SoundFile> m_playbackFile;
@@ -199,6 +201,7 @@ private:
     std::atomic<std::int64_t> m_cycleTail{0}; ///< the tail position, for the cycles
     double m_cycleRate = 0.0;                 ///< of the device, Hz; changes only between cycles
     std::atomic<bool> m_endReached{false};    ///< said by a cycle, answered by the display timer
+    bool m_isDraining = false;                ///< the end is reached, and its sound is on its way to be heard
 
     std::unique_ptr<VmPlayerFiles> m_files;
 

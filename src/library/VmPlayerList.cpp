@@ -17,6 +17,7 @@
 #include <array>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 void VmPlayer::awakeList() {
     VmTableView& table = m_controler.recordTable();
@@ -24,6 +25,7 @@ void VmPlayer::awakeList() {
     m_dataSource->attach(table);
     m_dataSource->setRenewedHandler([this] { listRenewed(); });
     table.setRowAction([this] { selectionDidChange(); });
+    m_controler.mechanic().setFolderHandler([this] { renewListAndControl(); });
     NotificationCenter& center = m_controler.seams().notifications;
     m_observations.push_back(
         center.observe(VmSelectRangeStart_Notification, [this](const Notification& change) {
@@ -117,6 +119,7 @@ void VmPlayer::selectionDidChange() {
     showImage();
     if (!m_selectedName.empty())
         openFile(presentPath());
+    m_pictureDatas = m_numDatas; // the picture that is shown or asked for
     dispRecordTime();
 }
 
@@ -128,6 +131,8 @@ void VmPlayer::listRenewed() {
         if (!name.empty() && m_playbackFile && m_playbackFile->isAt(path)) {
             m_selectedName = name; // the recording in progress has got another name
             m_playbackPath = path;
+            if (m_waveView->shownImage().isNull())
+                showImage(); // one that was waited for was to come under the old name
         } else if (name.empty() && m_playing) {
             m_selectedName.clear(); // it was removed: it is heard to its end
         } else {
@@ -142,15 +147,25 @@ void VmPlayer::listRenewed() {
     m_totalFilesText.setText(std::to_string(m_dataSource->totalFiles()));
     if (m_dataSource->isInProgressAtRow(row))
         followProgress();
+    else if (std::exchange(m_followsProgress, false))
+        takeFinished();
 }
 
 void VmPlayer::followProgress() {
+    m_followsProgress = true;
     refreshLength();
     // The picture of a growing recording is drawn again when a tenth has come to it.
     if (!isSelected() && m_numDatas > m_pictureDatas + m_pictureDatas / 10) {
         m_pictureDatas = m_numDatas;
         m_controler.analyzer().createImageFileWithSoundFile(selectedPath());
     }
+}
+
+void VmPlayer::takeFinished() {
+    refreshLength();
+    // Its last picture is of a shorter recording, and nothing that is kept.
+    if (isOpen() && m_numDatas != m_pictureDatas)
+        showImage();
 }
 
 void VmPlayer::takeRow() {

@@ -1,5 +1,6 @@
 // Start and stop, the read timer, the display timer, and the output callback.
 #include "app/VmControler.h"
+#include "app/VmPrefer.h"
 #include "audio/AudioBufferList.h"
 #include "audio/VmDevice.h"
 #include "library/SoundTransform.h"
@@ -50,6 +51,7 @@ void VmPlayer::startPlaying() {
     if (readPos() >= tailPosition() || readPos() < headPosition())
         resetReadPosition(headPosition());
     m_waveView->setSelectEnabled(false);
+    m_controler.prefer().setPlaySourceEnabled(false);
     m_playing = true;
     m_playbacking = true;
     pausePlayback(false);
@@ -59,12 +61,14 @@ void VmPlayer::stopPlaying() {
     m_playButton.setOn(false);
     m_playButton.setImage("PlayButton.png");
     m_waveView->setSelectEnabled(true);
+    m_controler.prefer().setPlaySourceEnabled(true);
     m_playing = false;
     m_playbacking = false;
     readTimerStop();
     m_controler.devicer().playDevicePause(true);
     m_paused = true;
     m_endReached = false;
+    m_isDraining = false;
 }
 
 void VmPlayer::pausePlayback(bool pause) {
@@ -135,7 +139,12 @@ void VmPlayer::readStep(std::int64_t readSize, double ratio) {
 }
 
 void VmPlayer::dispPositionTimer() {
-    if (m_endReached.exchange(false)) {
+    if (m_endReached && !m_endlessPlay && !m_isDraining) {
+        // What was handed out last is still on its way through the output, and would not be heard if that were
+        // stopped now. It gets until the next time.
+        m_isDraining = true;
+    } else if (m_endReached.exchange(false)) {
+        m_isDraining = false;
         endOfPlayback();
         if (!m_playing)
             return;

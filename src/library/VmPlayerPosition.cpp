@@ -50,6 +50,7 @@ void VmPlayer::resetReadPosition(std::int64_t position) {
     m_readPos = position;
     m_endOfSoundFile = false;
     m_endReached = false;
+    m_isDraining = false;
     if (device != nullptr)
         device->setDevicePaused(false);
     redrawPositionLine();

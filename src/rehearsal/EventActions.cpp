@@ -2,16 +2,13 @@
 
 #include "app/VmControler.h"
 #include "app/VmPrefer.h"
-#include "base/VmTableView.h"
-#include "library/VmPlayer.h"
-#include "library/VmWaveView.h"
 #include "recorder/VmRecorder.h"
+#include "rehearsal/PlayTabActions.h"
 #include "rehearsal/RehearsalDesk.h"
 #include "rehearsal/TimerValues.h"
 #include "schedule/VmReserveList.h"
 #include "schedule/VmReserver.h"
 
-#include <algorithm>
 #include <functional>
 #include <map>
 
@@ -76,44 +73,19 @@ std::string answer(RehearsalDesk& desk, const ScenarioEvent& event) {
     return {};
 }
 
-constexpr int playTab = 1;
-
-std::string selectRecording(RehearsalDesk& desk, const ScenarioEvent& event) {
-    VmTableView& table = desk.controler->recordTable();
-    desk.controler->player().initDataSource();
-    if (event.integer("row") >= table.numberOfRows())
-        return "row: the list has " + std::to_string(table.numberOfRows()) + " recordings then";
-    table.chooseRow(event.integer("row"));
-    return {};
-}
-
-/// A place in the recording that is open, `to` seconds from its beginning.
-void seek(RehearsalDesk& desk, const ScenarioEvent& event) {
-    VmPlayer& player = desk.controler->player();
-    const double bytes = event.number("to") * static_cast<double>(player.sampleRate()) * player.channels() *
-                         sizeof(std::int16_t);
-    const int place = static_cast<int>(std::min(bytes, static_cast<double>(player.pointSlider().maximum())));
-    player.pointSlider().move(place);
-    player.pointSlider().move(place); // the mouse button is let go
-}
-
-/// A drag of the mouse over the waveform; an empty one takes the selection away.
-void range(RehearsalDesk& desk, const ScenarioEvent& event) {
-    VmWaveView& view = desk.controler->player().waveView();
-    view.mouseDown(event.number("from"), false);
-    view.mouseDragged(event.number("to"));
-    view.mouseUp();
-}
-
-/// Selects the row that `event` names; says why not.
-std::string select(RehearsalDesk& desk, const ScenarioEvent& event) {
-    if (desk.controler->mainTab().selected() == playTab)
-        return selectRecording(desk, event);
+/// Selects the entry of the timetable that `event` names; says why not.
+std::string selectTimer(RehearsalDesk& desk, const ScenarioEvent& event) {
     const int rows = desk.controler->reservelist().numberOfRows();
     if (event.integer("row") >= rows)
         return "row: the timetable has " + std::to_string(rows) + " rows then";
     desk.controler->reserver().setSelectedRow(event.integer("row"));
     return {};
+}
+
+std::string select(RehearsalDesk& desk, const ScenarioEvent& event) {
+    constexpr int playTab = 1;
+    return desk.controler->mainTab().selected() == playTab ? PlayTabActions::select(desk, event)
+                                                           : selectTimer(desk, event);
 }
 
 void editSelected(RehearsalDesk& desk, const ScenarioEvent& event) {
@@ -133,14 +105,14 @@ std::string insertTimer(RehearsalDesk& desk, const ScenarioEvent& event) {
 }
 
 std::string editTimer(RehearsalDesk& desk, const ScenarioEvent& event) {
-    std::string fault = select(desk, event);
+    std::string fault = selectTimer(desk, event);
     if (fault.empty())
         editSelected(desk, event);
     return fault;
 }
 
 std::string deleteTimer(RehearsalDesk& desk, const ScenarioEvent& event) {
-    std::string fault = select(desk, event);
+    std::string fault = selectTimer(desk, event);
     if (fault.empty())
         desk.controler->reserver().actDeleteTimer();
     return fault;
@@ -166,10 +138,14 @@ const std::map<std::string, Action>& actions() {
         {"insertTimer", insertTimer},
         {"editTimer", editTimer},
         {"deleteTimer", deleteTimer},
-        {"play", always([](Desk& desk, const Event&) { desk.controler->player().playButton().press(true); })},
-        {"stop", always([](Desk& desk, const Event&) { desk.controler->player().playButton().press(false); })},
-        {"seek", always(seek)},
-        {"range", always(range)},
+        {"play", always(PlayTabActions::play)},
+        {"stop", always(PlayTabActions::stop)},
+        {"seek", always(PlayTabActions::seek)},
+        {"range", always(PlayTabActions::range)},
+        {"lock", always(PlayTabActions::lock)},
+        {"note", always(PlayTabActions::note)},
+        {"delete", always(PlayTabActions::remove)},
+        {"export", always(PlayTabActions::exportSound)},
         {"level", always([](Desk& desk, const Event& event) {
              desk.controler->recorder().levelSlider().move(event.integer("value"));
          })},

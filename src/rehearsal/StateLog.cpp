@@ -3,6 +3,7 @@
 #include "app/MainWindowModel.h"
 #include "app/VmControler.h"
 #include "base/Controls.h"
+#include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "rehearsal/JsonLine.h"
@@ -41,7 +42,8 @@ void StateLog::addControls(VmControler& controler) {
     VmRecorder& recorder = controler.recorder();
     const std::pair<const char*, Button*> switches[] = {{"record", &recorder.recordButton()},
                                                         {"reserve", &recorder.reserveButton()},
-                                                        {"monitor", &recorder.monitorButton()}};
+                                                        {"monitor", &recorder.monitorButton()},
+                                                        {"play", &controler.player().playButton()}};
     for (const auto& [name, button] : switches)
         addAndObserve(*button, name, [control = button] { return truth(control->isOn()); });
     const std::pair<const char*, TextField*> fields[] = {
@@ -59,6 +61,8 @@ void StateLog::addControls(VmControler& controler) {
     }
     addAndObserve(recorder.recordButton(), "recordTitle",
                   [&recorder] { return JsonLine::quoted(recorder.recordButton().title()); });
+    TextField& position = controler.player().positionText();
+    addAndObserve(position, "playPosition", [&position] { return JsonLine::quoted(position.text()); });
     addAndObserve(recorder.levelSlider(), "levelSlider",
                   [&recorder] { return numeral(recorder.levelSlider().value()); });
 }

@@ -190,6 +190,8 @@ void VmMechanic::setDirPath(const std::string& path) {
     m_recordFolder = folder;
     m_seams.defaults.set(directoryPathKey, std::string_view(m_recordFolder));
     m_seams.defaults.synchronize();
+    if (m_folderHandler)
+        m_folderHandler();
 }
 
 /// One beside it when another recorder has that already.

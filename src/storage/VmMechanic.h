@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// The controller of the record storage. Failures are said in the system log and as the log event
 /// "SomeErrorHappen"; the operation then yields nothing.
@@ -61,6 +62,8 @@ public:
 
     // Record folder
     const std::string& recordFolder() const { return m_recordFolder; }
+    /// `handler` is called after another record folder was taken into use.
+    void setFolderHandler(std::function<void()> handler) { m_folderHandler = std::move(handler); }
     /// Takes the folder `path` into use, made if need be; the default folder if it cannot be had. While a
     /// folder is in use already, one that another recorder records into is not taken in its place.
     void setDirPath(const std::string& path);
@@ -135,6 +138,7 @@ private:
     SoundStreamDescription m_audioFormatInput;
     std::int64_t m_numDatas = 0;
     std::string m_recordFolder;
+    std::function<void()> m_folderHandler;
     bool m_isFolderTaken = false;
     RecordSpace m_space;
     AdvicePanel m_advicePanel;

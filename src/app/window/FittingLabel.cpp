@@ -3,6 +3,7 @@
 #include "app/window/PlainTip.h"
 #include "app/window/Theme.h"
 
+#include <algorithm>
 #include <QPainter>
 #include <utility>
 
@@ -41,7 +42,9 @@ bool FittingLabel::isShortened() const {
 }
 
 QSize FittingLabel::minimumSizeHint() const {
-    return {fontMetrics().averageCharWidth() * 4, fontMetrics().height()};
+    const QMargins margins = contentsMargins();
+    const int whole = fontMetrics().horizontalAdvance(text()) + margins.left() + margins.right();
+    return {std::min(whole, fontMetrics().averageCharWidth() * 4), fontMetrics().height()};
 }
 
 void FittingLabel::paintEvent(QPaintEvent*) {
@@ -51,14 +54,16 @@ void FittingLabel::paintEvent(QPaintEvent*) {
                        : m_ink == Ink::secondary ? theme.secondaryText
                                                  : theme.text;
     painter.setPen(ink);
-    if (m_glyph && !text().isEmpty())
-        Icons::paint(painter, *m_glyph, QRectF(0, (height() - glyphSize) / 2.0, glyphSize, glyphSize), ink);
     const QString line = fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
     const bool right = (alignment() & Qt::AlignRight) != 0;
+    const int left = right ? width() - fontMetrics().horizontalAdvance(line) : contentsRect().left();
+    if (m_glyph && !text().isEmpty())
+        Icons::paint(painter, *m_glyph,
+                     QRectF(left - glyphGap - glyphSize, (height() - glyphSize) / 2.0, glyphSize, glyphSize),
+                     ink);
     // Placed by the baseline: a line that mixes scripts must stand level with its neighbours.
     const int baseline = (height() - fontMetrics().height()) / 2 + fontMetrics().ascent();
-    painter.drawText(right ? width() - fontMetrics().horizontalAdvance(line) : contentsRect().left(), baseline,
-                     line);
+    painter.drawText(left, baseline, line);
 }
 
 void FittingLabel::resizeEvent(QResizeEvent* event) {

@@ -7,8 +7,10 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QPointer>
+#include <QProgressBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
+#include <QStackedWidget>
 
 void PlayBinding::bind(Slider& control, SeekSlider& widget) {
     follow(control, widget, [](const Slider& model, SeekSlider& view) {
@@ -54,9 +56,17 @@ void PlayBinding::bind(Button& control, QAction& action) {
     QObject::connect(&action, &QAction::triggered, &action, [&control] { control.press(!control.isOn()); });
 }
 
+void PlayBinding::bindExport(Slider& control, QProgressBar& bar, QStackedWidget& place) {
+    follow(control, bar, [](const Slider& model, QProgressBar& view) {
+        view.setRange(model.minimum(), model.maximum());
+        view.setValue(model.value());
+    });
+    follow(control, place,
+           [](const Slider& model, QStackedWidget& view) { view.setCurrentIndex(model.enabled() ? 1 : 0); });
+}
+
 void PlayBinding::bindDevice(Button& control, FittingLabel& widget) {
     follow(control, widget, [](const Button& model, FittingLabel& view) {
-        view.setVisible(!model.toolTip().empty());
         view.setTip(QString::fromStdString(model.toolTip()));
         view.showText(QString::fromStdString(model.toolTip()), FittingLabel::Ink::secondary);
     });

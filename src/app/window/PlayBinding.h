@@ -5,7 +5,9 @@
 class FittingLabel;
 class QAction;
 class QCheckBox;
+class QProgressBar;
 class QSpinBox;
+class QStackedWidget;
 class SeekSlider;
 
 /// As `ControlBinding`. Main thread only.
@@ -16,6 +18,8 @@ void bind(Slider& control, QSpinBox& widget);
 void bind(Button& control, QCheckBox& widget);
 /// A command that presses the button.
 void bind(Button& control, QAction& action);
-/// Tells the output of the sound in the tool tip.
+/// Tells the output of the sound.
 void bindDevice(Button& control, FittingLabel& widget);
+/// Shows how far an export is, on the second page of `place` while there is one.
+void bindExport(Slider& control, QProgressBar& bar, QStackedWidget& place);
 } // namespace PlayBinding

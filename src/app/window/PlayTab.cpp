@@ -1,12 +1,12 @@
 #include "app/window/PlayTab.h"
 
 #include "app/window/CaptionButton.h"
-#include "app/window/ControlBinding.h"
+#include "app/window/FittingLabel.h"
 #include "app/window/PlayBinding.h"
 #include "app/window/SeekSlider.h"
 #include "app/window/TableBox.h"
+#include "app/window/TabParts.h"
 #include "app/window/WaveView.h"
-#include "base/Texts.h"
 #include "base/VmTableView.h"
 #include "library/PlayerControls.h"
 
@@ -16,15 +16,15 @@
 #include <QCheckBox>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QProgressBar>
 #include <QSpinBox>
+#include <QStackedWidget>
 
 namespace {
 constexpr int margin = 10;
 constexpr int rowSpacing = 5;
-constexpr int textSize = 12; ///< pixels: the tab's size is fixed, so is its text's
-constexpr int textHeight = 16;
-constexpr int buttonHeight = 26;
-constexpr int buttonWidth = 34;
+constexpr int totalsHeight = 18;
+constexpr int progressWidth = 120;
 constexpr int groupGap = 8;
 constexpr int captionGap = 5;
 
@@ -38,35 +38,28 @@ constexpr ColumnWidth columnWidths[] = {{"LockFlag", 42}, {"RecordDate", 64}, {"
 } // namespace
 
 PlayTab::PlayTab(const PlayTabControls& controls, const Texts& texts, QWidget* parent)
-    : QWidget(parent), m_controls(controls), m_texts(&texts) {
+    : QWidget(parent), m_controls(controls) {
+    const TabParts parts(*this, texts);
     setFixedSize(width, height);
-    QFont own = font();
-    own.setPixelSize(textSize);
-    setFont(own);
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(margin, margin, margin, margin);
     rows->setSpacing(rowSpacing);
-    rows->addWidget(makeTable(), 1);
-    rows->addLayout(makeTotals());
+    rows->addWidget(makeTable(parts, texts), 1);
+    rows->addLayout(makeTotals(parts));
     auto* wave = new WaveView(controls.wave, texts, this);
     wave->setObjectName("Wave");
     rows->addWidget(wave, 0, Qt::AlignHCenter);
-    rows->addLayout(makeTimes());
-    rows->addWidget(makeSlider());
-    rows->addLayout(makeButtons());
-    m_texts = nullptr;
+    rows->addLayout(makeTimes(parts));
+    rows->addWidget(makeSlider(parts));
+    rows->addLayout(makeButtons(parts));
     orderTabs();
 }
 
-QString PlayTab::text(const std::string& key) const {
-    return QString::fromStdString((*m_texts)(key));
-}
-
-QWidget* PlayTab::makeTable() {
-    auto* table = new TableBox(m_controls.table, *m_texts, this);
+QWidget* PlayTab::makeTable(const TabParts& parts, const Texts& texts) {
+    auto* table = new TableBox(m_controls.table, texts, this);
     table->setObjectName("Table");
-    table->setAccessibleName(text("RecordTableName"));
-    table->setAccessibleDescription(text("RecordTableDescription"));
+    table->setAccessibleName(parts.text("RecordTableName"));
+    table->setAccessibleDescription(parts.text("RecordTableDescription"));
     const auto& columns = m_controls.table.columns();
     for (const ColumnWidth& each : columnWidths) {
         const auto found = std::ranges::find(columns, each.identifier, &TableColumn::identifier);
@@ -75,7 +68,7 @@ QWidget* PlayTab::makeTable() {
     }
     table->setContextMenuPolicy(Qt::ActionsContextMenu);
     const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
-        auto* action = new QAction(text(std::string(key) + "Caption"), table);
+        auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);
         action->setShortcut(keys);
         action->setShortcutContext(Qt::WidgetShortcut);
         action->setShortcutVisibleInContextMenu(true);
@@ -90,45 +83,54 @@ QWidget* PlayTab::makeTable() {
     return table;
 }
 
-FittingLabel* PlayTab::makeText(TextField& control, const std::string& nameKey) {
-    auto* label = new FittingLabel(text(nameKey));
-    label->setFixedHeight(textHeight);
-    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    ControlBinding::bind(control, *label, text(nameKey));
-    return label;
-}
-
-FittingLabel* PlayTab::makeCaption(const char* key) {
-    auto* label = new FittingLabel(text(key));
-    label->showText(text(key), FittingLabel::Ink::secondary);
-    label->setFixedHeight(textHeight);
-    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    return label;
-}
-
-QLayout* PlayTab::makeTotals() {
+QLayout* PlayTab::makeTotals(const TabParts& parts) {
     PlayerControls& player = m_controls.player;
     auto* line = new QHBoxLayout;
     line->setSpacing(captionGap);
-    line->addWidget(makeCaption("TotalFilesName"));
-    line->addWidget(makeText(player.totalFilesText(), "TotalFilesName"));
+    line->addWidget(parts.caption("TotalFilesName"));
+    line->addWidget(parts.value(player.totalFilesText(), "TotalFilesName"));
     line->addSpacing(groupGap);
-    line->addWidget(makeText(player.totalTimeText(), "TotalLengthName"));
+    line->addWidget(parts.value(player.totalTimeText(), "TotalLengthName"));
     line->addSpacing(groupGap);
-    line->addWidget(makeText(player.totalSizeText(), "TotalSizeName"));
-    line->addWidget(makeCaption("Megabytes"));
+    line->addWidget(parts.value(player.totalSizeText(), "TotalSizeName"));
+    line->addWidget(parts.caption("Megabytes"));
     line->addSpacing(groupGap);
-    line->addStretch();
-    auto* device = new FittingLabel(text("PlayDeviceName"));
-    device->setObjectName("PlayDevice");
-    device->setFixedHeight(textHeight);
-    device->setGlyph(Glyph::speaker);
-    PlayBinding::bindDevice(player.playDevicePicture(), *device);
-    line->addWidget(device);
+    line->addWidget(makeOutput(parts), 1);
     return line;
 }
 
-QLayout* PlayTab::makeTimes() {
+QWidget* PlayTab::makeOutput(const TabParts& parts) {
+    auto* device = new FittingLabel(parts.text("PlayDeviceName"));
+    device->setObjectName("PlayDevice");
+    device->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    device->setGlyph(Glyph::speaker);
+    PlayBinding::bindDevice(m_controls.player.playDevicePicture(), *device);
+
+    auto* progress = new QProgressBar;
+    progress->setObjectName("ExportProgress");
+    progress->setAccessibleName(parts.text("CopyProgressName"));
+    progress->setToolTip(parts.text("CopyProgressName"));
+    progress->setFormat(parts.text("CopyCaption") + " %p %");
+    progress->setFixedSize(progressWidth, TabParts::textHeight);
+    auto* cancel = parts.button(m_controls.cancelExport, "CancelCopy", Glyph::stop);
+    cancel->setFixedHeight(totalsHeight);
+    auto* exporting = new QWidget;
+    auto* line = new QHBoxLayout(exporting);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(captionGap);
+    line->addStretch();
+    line->addWidget(progress);
+    line->addWidget(cancel);
+
+    auto* output = new QStackedWidget(this);
+    output->setFixedHeight(totalsHeight);
+    output->addWidget(device);
+    output->addWidget(exporting);
+    PlayBinding::bindExport(m_controls.exportProgress, *progress, *output);
+    return output;
+}
+
+QLayout* PlayTab::makeTimes(const TabParts& parts) {
     PlayerControls& player = m_controls.player;
     const std::pair<const char*, TextField*> times[] = {{"HeadTextName", &player.headText()},
                                                         {"TailTextName", &player.tailText()},
@@ -139,75 +141,69 @@ QLayout* PlayTab::makeTimes() {
     for (const auto& [key, control] : times) {
         if (control == &player.positionText())
             line->addStretch();
-        line->addWidget(makeCaption(key));
-        line->addWidget(makeText(*control, key));
+        line->addWidget(parts.caption(key));
+        line->addWidget(parts.value(*control, key));
         if (control != &player.positionText())
             line->addSpacing(groupGap);
     }
     return line;
 }
 
-QWidget* PlayTab::makeSlider() {
+QWidget* PlayTab::makeSlider(const TabParts& parts) {
     auto* slider = new SeekSlider(this);
     slider->setObjectName("Point");
-    slider->setAccessibleName(text("PointName"));
-    slider->setToolTip(text("PointTip"));
+    slider->setAccessibleName(parts.text("PointName"));
+    slider->setToolTip(parts.text("PointTip"));
     PlayBinding::bind(m_controls.player.pointSlider(), *slider);
     return slider;
 }
 
-CaptionButton* PlayTab::makeButton(Button& control, const std::string& key, Glyph glyph, bool momentary) {
-    auto* button = new CaptionButton(CaptionButton::Look::small, this);
-    button->setObjectName(QString::fromStdString(key));
-    button->setAccessibleName(text(key + "Caption"));
-    button->setAccessibleDescription(text(key + "Tip"));
-    button->setFixedSize(buttonWidth, buttonHeight);
-    button->setCheckable(!momentary);
-    const QString caption = text(key + "Caption");
-    ControlBinding::bind(control, *button, {glyph, glyph, {}, {}, caption + "\n" + text(key + "Tip"), {}});
-    return button;
-}
-
-QLayout* PlayTab::makeButtons() {
+QLayout* PlayTab::makeButtons(const TabParts& parts) {
     PlayerControls& player = m_controls.player;
     auto* line = new QHBoxLayout;
     line->setSpacing(4);
-    line->addWidget(makeButton(player.headButton(), "Head", Glyph::head));
-    CaptionButton* back = makeButton(player.backButton(), "Back", Glyph::back);
+    line->addWidget(parts.button(player.headButton(), "Head", Glyph::head));
+    CaptionButton* back = parts.button(player.backButton(), "Back", Glyph::back);
     line->addWidget(back);
-    line->addWidget(makeButton(player.playButton(), "Play", Glyph::play, false));
-    CaptionButton* fast = makeButton(player.fastButton(), "Fast", Glyph::fast);
+    line->addWidget(parts.button(player.playButton(), "Play", Glyph::play, false));
+    CaptionButton* fast = parts.button(player.fastButton(), "Fast", Glyph::fast);
     line->addWidget(fast);
-    line->addWidget(makeButton(player.tailButton(), "Tail", Glyph::tail));
+    line->addWidget(parts.button(player.tailButton(), "Tail", Glyph::tail));
     for (CaptionButton* button : {back, fast})
         button->setAutoRepeat(true);
     line->addSpacing(groupGap);
+    line->addLayout(makeSteps(parts));
+    line->addStretch();
+    line->addWidget(parts.button(player.lockButton(), "Lock", Glyph::lock));
+    line->addWidget(parts.button(player.noteButton(), "Note", Glyph::note));
+    line->addWidget(parts.button(player.copyButton(), "Copy", Glyph::copy));
+    line->addWidget(parts.button(player.deleteButton(), "Delete", Glyph::remove));
+    return line;
+}
 
+QLayout* PlayTab::makeSteps(const TabParts& parts) {
+    PlayerControls& player = m_controls.player;
+    auto* line = new QHBoxLayout;
+    line->setSpacing(captionGap);
     auto* steps = new QSpinBox(this);
     steps->setObjectName("Steps");
-    steps->setAccessibleName(text("StepCaption"));
-    steps->setToolTip(text("StepTip"));
-    steps->setFixedSize(56, buttonHeight);
+    steps->setAccessibleName(parts.text("StepCaption"));
+    steps->setToolTip(parts.text("StepTip"));
+    steps->setFixedSize(56, TabParts::buttonHeight);
     PlayBinding::bind(player.stepFastStepper(), *steps);
     line->addWidget(steps);
-    auto* endless = new QCheckBox(text("EndlessCaption"), this);
+    auto* endless = new QCheckBox(parts.text("EndlessCaption"), this);
     endless->setObjectName("Endless");
-    endless->setToolTip(text("EndlessTip"));
+    endless->setToolTip(parts.text("EndlessTip"));
     PlayBinding::bind(player.endlessCheck(), *endless);
     line->addWidget(endless);
-    line->addStretch();
-
-    line->addWidget(makeButton(player.lockButton(), "Lock", Glyph::lock));
-    line->addWidget(makeButton(player.noteButton(), "Note", Glyph::note));
-    line->addWidget(makeButton(player.copyButton(), "Copy", Glyph::copy));
-    line->addWidget(makeButton(player.deleteButton(), "Delete", Glyph::remove));
     return line;
 }
 
 void PlayTab::orderTabs() {
     QWidget* previous = nullptr;
     for (const char* name : {"Table", "Wave", "Point", "Head", "Back", "Play", "Fast", "Tail", "Steps",
-                             "Endless", "Lock", "Note", "Copy", "Delete"}) {
+                             "Endless", "Lock", "Note", "Copy", "Delete", "CancelCopy"}) {
         auto* next = findChild<QWidget*>(QString::fromLatin1(name));
         if (previous != nullptr)
             setTabOrder(previous, next);
@@ -235,7 +231,13 @@ void PlayTab::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_End:
         player.tailButton().press(true);
         return;
+    case Qt::Key_Escape:
+        if (!m_controls.cancelExport.enabled())
+            break;
+        m_controls.cancelExport.press(true);
+        return;
     default:
-        QWidget::keyPressEvent(event);
+        break;
     }
+    QWidget::keyPressEvent(event);
 }

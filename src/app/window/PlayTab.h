@@ -2,23 +2,18 @@
 #pragma once
 #include "app/window/PlayTabControls.h"
 
-#include <QString>
 #include <QWidget>
-#include <string>
 
-class CaptionButton;
-class FittingLabel;
 class QLayout;
+class TabParts;
 class Texts;
-class TextField;
-class Button;
-enum class Glyph;
 
 /// Shows the list of recordings, the waveform of the selected one, and what can be done with it.
 ///
 /// Keys, wherever the focus is: space plays and stops (on a button it presses that one), left and right go back
 /// and forward, home and end to the ends of the recording. In the list home and end are its own, delete
-/// deletes, F2 writes a note; on the waveform left and right belong to the range. Main thread only.
+/// deletes, F2 writes a note; on the waveform left and right belong to the range. Escape breaks an export off.
+/// Main thread only.
 class PlayTab : public QWidget {
 public:
     static constexpr int width = 510;  ///< points
@@ -31,18 +26,15 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    QWidget* makeTable();
-    QLayout* makeTimes();
-    QWidget* makeSlider();
-    QLayout* makeButtons();
-    QLayout* makeTotals();
-    /// A button without a caption, whose texts' keys begin with `key`. A momentary one never shows itself on.
-    CaptionButton* makeButton(Button& control, const std::string& key, Glyph glyph, bool momentary = true);
-    FittingLabel* makeCaption(const char* key);
-    FittingLabel* makeText(TextField& control, const std::string& nameKey);
+    QWidget* makeTable(const TabParts& parts, const Texts& texts);
+    QLayout* makeTotals(const TabParts& parts);
+    /// The output's name, or how far an export is.
+    QWidget* makeOutput(const TabParts& parts);
+    QLayout* makeTimes(const TabParts& parts);
+    QWidget* makeSlider(const TabParts& parts);
+    QLayout* makeButtons(const TabParts& parts);
+    QLayout* makeSteps(const TabParts& parts);
     void orderTabs();
-    QString text(const std::string& key) const;
 
     const PlayTabControls m_controls;
-    const Texts* m_texts;
 };

@@ -1,7 +1,9 @@
 // app/window/PlayTabControls.h — what the play tab shows.
 #pragma once
 
+class Button;
 class PlayerControls;
+class Slider;
 class VmTableView;
 class VmWaveView;
 
@@ -10,4 +12,6 @@ struct PlayTabControls {
     PlayerControls& player;
     VmTableView& table; ///< the recordings
     VmWaveView& wave;
+    Slider& exportProgress; ///< enabled during an export
+    Button& cancelExport;
 };

@@ -292,7 +292,7 @@ bool renderAll(const QDir& folder) {
     const QPalette light = QApplication::palette();
     for (const auto& [theme, palette] : {std::pair{"light", light}, std::pair{"dark", darkPalette()}}) {
         QApplication::setPalette(palette);
-        for (const char* language : {"en", "ja"})
+        for (const char* language : {"en", "ja", "de"})
             if (!renderOne(folder, theme, language) ||
                 !save(renderLogBook(language),
                       folder.filePath(QString("log-book-%1-%2.png").arg(theme, language))))

@@ -35,6 +35,8 @@ public:
         player.stepFastStepper().setValue(10);
         player.endlessCheck().setOn(true);
         player.playDevicePicture().setToolTip("Built-in Audio Analog Stereo");
+        exportProgress.setEnabled(false);
+        cancelExport.setEnabled(false);
         setRows(0);
     }
     int numberOfRows() const override { return m_rows; }
@@ -82,7 +84,7 @@ public:
         }
         wave.setImage(WaveformPicture::drawn(columns, wave.bounds()));
     }
-    PlayTabControls controls() { return {player, table, wave}; }
+    PlayTabControls controls() { return {player, table, wave, exportProgress, cancelExport}; }
 
     struct Player : PlayerControls {};
     NotificationCenter notifications;
@@ -90,6 +92,8 @@ public:
     Player player;
     VmTableView table;
     VmWaveView wave{notifications, log};
+    Slider exportProgress{0, 1000};
+    Button cancelExport;
 
 private:
     const bool m_japanese;
@@ -126,6 +130,14 @@ void setRange(PlayScene& scene) {
     scene.player.lengthText().setText("18'45\"");
 }
 
+void setExporting(PlayScene& scene) {
+    setTenThousandRows(scene);
+    scene.exportProgress.setEnabled(true);
+    scene.exportProgress.setValue(420);
+    scene.cancelExport.setEnabled(true);
+    scene.player.copyButton().setEnabled(false);
+}
+
 /// The selected recording's picture is being made.
 void setDrawing(PlayScene& scene) {
     setThreeRows(scene);
@@ -135,8 +147,9 @@ void setDrawing(PlayScene& scene) {
 }
 
 constexpr std::pair<const char*, void (*)(PlayScene&)> scenes[] = {
-    {"empty", setEmpty},     {"three-rows", setThreeRows}, {"many-rows", setTenThousandRows},
-    {"playing", setPlaying}, {"range", setRange},          {"drawing", setDrawing}};
+    {"empty", setEmpty},        {"three-rows", setThreeRows}, {"many-rows", setTenThousandRows},
+    {"playing", setPlaying},    {"range", setRange},          {"drawing", setDrawing},
+    {"exporting", setExporting}};
 } // namespace
 
 std::vector<std::pair<std::string, QPixmap>> PlayPictures::of(const std::string& language) {

@@ -38,7 +38,7 @@ struct PlayModels : TableSource {
         rows = count;
         table.reloadData();
     }
-    PlayTabControls controls() { return {player, table, wave}; }
+    PlayTabControls controls() { return {player, table, wave, exportProgress, cancelExport}; }
 
     int rows = 0;
     mutable int asked = 0; ///< cells
@@ -47,4 +47,6 @@ struct PlayModels : TableSource {
     Player player;
     VmTableView table;
     VmWaveView wave{notifications, log};
+    Slider exportProgress{0, 1000};
+    Button cancelExport;
 };

@@ -1,6 +1,7 @@
 #include "app/window/PlayTab.h"
 
 #include "app/window/CaptionButton.h"
+#include "app/window/FittingLabel.h"
 #include "app/window/SeekSlider.h"
 #include "app/window/TableBox.h"
 #include "app/window/WaveView.h"
@@ -14,6 +15,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QScrollBar>
 #include <QSpinBox>
 #include <QTest>
@@ -340,4 +342,39 @@ TEST_F(PlayTabTest, mayGoBeforeItsModels) {
     models.player.pointSlider().setValue(7);
     models.player.playButton().press(true);
     EXPECT_TRUE(models.player.playButton().isOn());
+}
+
+TEST_F(PlayTabTest, showsAnExportInPlaceOfTheOutput_andCancelsIt) {
+    models.exportProgress.setEnabled(false);
+    models.player.playDevicePicture().setToolTip("Speakers");
+    auto& progress = named<QProgressBar>("ExportProgress");
+    auto& device = named<FittingLabel>("PlayDevice");
+    EXPECT_FALSE(progress.isVisible());
+    EXPECT_TRUE(device.isVisible());
+    models.exportProgress.setEnabled(true);
+    models.cancelExport.setEnabled(true);
+    models.exportProgress.setValue(420);
+    EXPECT_TRUE(progress.isVisible());
+    EXPECT_FALSE(device.isVisible());
+    EXPECT_EQ(progress.text(), "Export 42 %");
+    auto& cancel = named<CaptionButton>("CancelCopy");
+    EXPECT_EQ(pressesOf(models.cancelExport, [&] { QTest::mouseClick(&cancel, Qt::LeftButton); }), 1);
+    EXPECT_EQ(pressesOf(models.cancelExport, [&] { QTest::keyClick(&table(), Qt::Key_Escape); }), 1);
+    models.cancelExport.setEnabled(false);
+    models.exportProgress.setEnabled(false);
+    EXPECT_FALSE(progress.isVisible());
+    EXPECT_TRUE(device.isVisible());
+    EXPECT_EQ(pressesOf(models.cancelExport, [&] { QTest::keyClick(&table(), Qt::Key_Escape); }), 0);
+}
+
+TEST_F(PlayTabTest, setsAShortCaptionCloseToItsValue) {
+    models.player.tailText().setText("10:00:00");
+    QApplication::processEvents();
+    for (const FittingLabel* label : tab->findChildren<FittingLabel*>()) {
+        if (label->text() != QString::fromStdString(texts("TailTextName")))
+            continue;
+        EXPECT_LE(label->width(), label->fontMetrics().horizontalAdvance(label->text()) + 1);
+        return;
+    }
+    FAIL() << "there is no caption";
 }
