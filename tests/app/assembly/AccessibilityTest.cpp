@@ -75,7 +75,7 @@ struct WholeWindow : testing::TestWithParam<const char*> {
     void expectAccessible(const std::string& place) {
         QCoreApplication::processEvents();
         const std::vector<QWidget*> all = controls();
-        ASSERT_GT(all.size(), 7U) << place;
+        ASSERT_GT(all.size(), 6U) << place;
         const std::set<QWidget*> met = reached(2 * all.size());
         std::map<QString, QWidget*> names;
         for (QWidget* control : all) {
