@@ -10,6 +10,7 @@
 #include "app/window/QtAlert.h"
 #include "app/window/QtSavePanel.h"
 #include "app/window/QtWorkspace.h"
+#include "app/window/SessionEnd.h"
 #include "app/WindowAssembly.h"
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "audio/hardware/simulated/SimulatedHardware.h"
@@ -97,6 +98,7 @@ Application::Application(CommandLine line, QCoreApplication& qt, TerminationSign
 
 Application::~Application() {
     m_sleep.reset();
+    m_sessionEnd.reset();
     m_logBook.reset();
     m_window.reset();
     m_recordFor.reset();
@@ -277,6 +279,16 @@ void Application::showWindow() {
                          [this] { showLogBook(); });
     m_qtAlert->setParentWindow(m_window.get());
     m_qtSavePanel->setParentWindow(m_window.get());
+    m_sessionEnd = std::make_unique<SessionEnd>([this] { endWithSession(); });
+}
+
+/// A person who logs out is not asked: the file that is open is finished before the session goes on to end. The
+/// switches stay as they are stored, so that the next session's recorder goes on.
+void Application::endWithSession() {
+    m_log.log("Application: the desktop session ends.");
+    m_qtAlert->dismissQuestion();
+    m_controler->recorder().finishForTermination();
+    m_runLoop->quit(0);
 }
 
 void Application::showLogBook() {

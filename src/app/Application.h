@@ -28,6 +28,7 @@ class QtAlert;
 class QtSavePanel;
 class RecordForDuty;
 class RunLoop;
+class SessionEnd;
 class TerminationSignals;
 class UserDefaults;
 class VmControler;
@@ -57,6 +58,7 @@ private:
     bool refuse(int exitCode, const std::string& text);
     int runDuty();
     void showWindow();
+    void endWithSession();
     void showLogBook();
     void watchSleep();
     void makeDesktop();
@@ -89,6 +91,7 @@ private:
     std::unique_ptr<Alert> m_alert;
     std::unique_ptr<VmControler> m_controler;
     std::unique_ptr<MainWindow> m_window;
+    std::unique_ptr<SessionEnd> m_sessionEnd; // when there is a window
     std::unique_ptr<LogBookWindow> m_logBook; // once it was asked for
     std::unique_ptr<RecordForDuty> m_recordFor;
     std::unique_ptr<LogindSleep> m_sleep;

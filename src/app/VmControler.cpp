@@ -80,7 +80,9 @@ void VmControler::applicationDidFinishLaunching() {
     m_authorizationButton->setOn(m_authorization);
     m_recorder->setControlState();
     m_recorder->dispRecordMode();
-    tellTabs(0);
+    m_recorder->mainTabSelected();
+    m_player->mainTabUnselected();
+    m_reserver->mainTabUnselected();
     m_recorder->recordSourceChanged();
     m_recorder->monitorSourceChanged();
     m_player->playSourceChanged();

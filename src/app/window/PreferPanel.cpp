@@ -58,6 +58,8 @@ PreferPanel::PreferPanel(PreferControls& controls, const Texts& texts, QWidget* 
     auto* choice = new QComboBox;
     choice->setObjectName("PreferPages");
     choice->setAccessibleName(parts.text("PreferPagesName"));
+    choice->setAccessibleDescription(parts.text("PreferPagesTip"));
+    choice->setToolTip(parts.text("PreferPagesTip"));
     auto* stack = new QStackedWidget;
     for (int index = 0; index < pages; ++index) {
         const auto page = static_cast<PreferPage>(index);

@@ -44,6 +44,8 @@ void TabStrip::addTabs(QBoxLayout& row) {
         const auto& [name, glyph] = tabs[index];
         auto* tab = new StripButton(glyph, QString::fromStdString((*m_texts)(name)), this);
         tab->setObjectName(QString::fromLatin1(name));
+        // Other than a button of the same text on its page.
+        tab->setAccessibleName(QString::fromStdString((*m_texts)(std::string(name) + "Name")));
         const QKeySequence keys(QStringLiteral("Ctrl+%1").arg(index + 1));
         tab->setToolTip(tipWithKeys(QString::fromStdString((*m_texts)(std::string(name) + "Tip")), keys));
         tab->setAccessibleDescription(QString::fromStdString((*m_texts)(std::string(name) + "Tip")));

@@ -15,6 +15,12 @@
 namespace {
 constexpr int margin = 10;
 constexpr int rowSpacing = 3;
+
+void explain(QWidget& widget, const TabParts& parts, const std::string& key) {
+    const QString tip = parts.text(key + "Tip");
+    widget.setToolTip(tip);
+    widget.setAccessibleDescription(tip);
+}
 } // namespace
 
 TimerDrawer::TimerDrawer(TimerControls& controls, const Texts& texts, QWidget* parent) : QWidget(parent) {
@@ -28,6 +34,7 @@ TimerDrawer::TimerDrawer(TimerControls& controls, const Texts& texts, QWidget* p
 
     auto* enabled = new QCheckBox(parts.text("EntryEnabled"));
     enabled->setObjectName("EntryEnabled");
+    explain(*enabled, parts, "EntryEnabled");
     PlayBinding::bind(controls.enabledCheck, *enabled);
     form->addRow({}, enabled);
     auto* name = new QLineEdit;
@@ -48,6 +55,7 @@ QComboBox* TimerDrawer::box(Popup& control, const TabParts& parts, const char* k
     auto* box = new QComboBox;
     box->setObjectName(QString::fromLatin1(key));
     box->setAccessibleName(parts.text(key));
+    explain(*box, parts, key);
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     box->setMinimumContentsLength(4);
     FormBinding::bind(control, *box);
@@ -57,6 +65,7 @@ QComboBox* TimerDrawer::box(Popup& control, const TabParts& parts, const char* k
 void TimerDrawer::addRow(QFormLayout& form, const TabParts& parts, const char* key, QWidget* field) {
     field->setObjectName(QString::fromLatin1(key));
     field->setAccessibleName(parts.text(key));
+    explain(*field, parts, key);
     auto* label = new QLabel(parts.text(key));
     label->setBuddy(field);
     form.addRow(label, field);
