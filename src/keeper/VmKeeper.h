@@ -8,6 +8,7 @@
 #include "keeper/VmKeepList.h"
 #include "keeper/WorkQueue.h"
 #include "storage/RecordSpace.h"
+#include "storage/Volume.h"
 
 #include <atomic>
 #include <map>
