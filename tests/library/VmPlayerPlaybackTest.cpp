@@ -199,3 +199,16 @@ TEST(VmPlayerPlayback, playsTheOtherFile_whenOneWasPutInItsPlace) {
     EXPECT_EQ(it.sounds().size(), other.size() * 4);
     EXPECT_EQ(wrongSounds(it.sounds(), other, 4), 0U);
 }
+
+TEST(VmPlayerPlayback, keepsTheOutputGoing_untilTheLastSoundHasPassedIt) {
+    PlayerDesk it;
+    const auto samples = markedSamples(std::size_t{44100} * 2);
+    it.play(it.write("end.aif", 44100.0, 2, samples));
+    it.desk.runFor(3.0);
+    EXPECT_FALSE(it.player().playButton().isOn());
+    ASSERT_EQ(it.sounds().size(), samples.size());
+    const auto after = it.heard.end() - (it.sounds().data() - it.heard.data() + it.heard.begin()) -
+                       static_cast<std::ptrdiff_t>(samples.size());
+    EXPECT_GE(after, 44100 * 2 / 5) << "less than the 0.2 s that an output may hold";
+    EXPECT_LE(after, 44100 * 2 / 2);
+}
