@@ -144,7 +144,7 @@ TEST_F(ProgramRecording, leavesOneFileThatPlaysAnywhere) {
 }
 
 TEST_F(ProgramRecording, finishesTheFileOnASignal) {
-    for (const int signal : {SIGTERM, SIGINT}) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         PrivatePulseServer server;
         RunningProgram program({"--headless", "--set", "RecordSwitch=yes"}, server.environment());
         pauseFor(3.0);

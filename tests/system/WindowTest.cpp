@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -249,4 +250,19 @@ TEST_F(Window, isUsedThroughAWholeDuty) {
     EXPECT_TRUE(QJsonDocument(stored["TimerList"].toArray()[1].toArray()).toJson().contains("Night watch"));
     EXPECT_EQ(filesIn(recordFolder(), ".aif").size(), 1U);
     EXPECT_TRUE(std::filesystem::exists(recording));
+}
+
+TEST_F(Window, finishesTheFile_whenASignalEndsTheSession) {
+    start();
+    display->click(in(52, 200));
+    ASSERT_TRUE(comes([this] { return !filesIn(recordFolder(), ".aif").empty(); })) << "nothing is recorded";
+    pauseFor(3.0);
+    display->press("ctrl+q"); // a question that is open must not hold the end up
+    ASSERT_TRUE(comes([this] { return display->windows(".") > 1; }));
+    program->process().signal(SIGHUP);
+    EXPECT_EQ(program->wait(), 0);
+    const std::vector<std::string> files = filesIn(recordFolder(), ".aif");
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_GT(bytesOf(recordFolder() + "/" + files[0]), 2 * 22050 * 2);
+    EXPECT_TRUE(settings()["RecordSwitch"].toBool()) << "the next session does not go on";
 }
