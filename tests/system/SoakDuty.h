@@ -28,6 +28,7 @@ private:
     /// Lets time pass, and reads each file as soon as it is finished.
     void pass(double seconds);
     void readFinishedFiles();
+    bool isDeletionLogged(const std::string& path) const;
     void breakSomething();
     void freezeDisk();
     void fillDisk();
@@ -54,6 +55,7 @@ private:
     std::vector<ProcessFigures> m_figures; // when all was calm
     FrameCensus m_census;
     std::size_t m_filesRead = 0;
-    std::vector<std::string> m_missing; ///< files that were gone before they were read
+    std::vector<std::string> m_missing; ///< files that were gone before they were read, and nobody says why
+    double m_deletedUnread = 0.0;       ///< seconds, by their names, of files that the budget took before
     std::vector<std::string> m_faults;  ///< what was broken, in order
 };
