@@ -80,6 +80,7 @@ int main() {
     for (const AudioDeviceID device : monitor.devices())
         if (monitor.deviceUID(device) == "duty.monitor")
             source = device;
+    monitor.setLatencyNeed(source, AudioLatencyNeed::monitoring); // what the ear adds counts too
     if (path.empty() || source == 0 || monitor.addIOProc(source, Ear::proc, &ear) != audioHardwareNoError ||
         monitor.startIOProc(source, Ear::proc) != audioHardwareNoError) {
         std::fprintf(stderr, "PlaybackBench: no file to play, or no monitor to hear it at\n");

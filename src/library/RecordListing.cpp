@@ -15,6 +15,7 @@
 #include <numeric>
 #include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 constexpr double bytesPerMegabyte = 1048576.0;
@@ -24,11 +25,31 @@ std::int64_t nanoseconds(const statx_timestamp& time) {
     return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
-/// Nothing unless it is a regular file.
-std::optional<RecordFileStatus> statusOf(const std::string& path) {
+/// A place from which its files are found without walking the whole path each time.
+class OpenedFolder {
+public:
+    explicit OpenedFolder(const std::string& folder)
+        : m_descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+    ~OpenedFolder() {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+    OpenedFolder(const OpenedFolder&) = delete;
+    OpenedFolder& operator=(const OpenedFolder&) = delete;
+
+    int descriptor() const { return m_descriptor; } ///< -1 if it cannot be opened
+
+private:
+    const int m_descriptor;
+};
+
+/// Of the file `name` in `folder`; `path` is its full path. Nothing unless it is a regular file.
+std::optional<RecordFileStatus> statusOf(const OpenedFolder& folder, const std::string& name,
+                                         const std::string& path) {
     constexpr unsigned wanted = STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
     struct statx status {};
-    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, wanted, &status) != 0 || !S_ISREG(status.stx_mode))
+    if (::statx(folder.descriptor(), name.c_str(), AT_SYMLINK_NOFOLLOW, wanted, &status) != 0 ||
+        !S_ISREG(status.stx_mode))
         return std::nullopt;
     return RecordFileStatus{.device = (static_cast<std::uint64_t>(status.stx_dev_major) << 32U) |
                                       status.stx_dev_minor,
@@ -141,13 +162,14 @@ RecordListing RecordListing::read(Volume& volume, const Request& request, const 
     listing.folder = request.folder;
     static const RecordListing nothing;
     KnownRows knownRows(known.folder == request.folder ? known : nothing);
+    const OpenedFolder opened(request.folder);
     for (std::string& name : namesIn(volume, listing)) {
         if (superseded) {
             listing.isComplete = false;
             break;
         }
         const std::string path = Paths::inFolder(request.folder, name);
-        const auto status = statusOf(path);
+        const auto status = statusOf(opened, name, path);
         if (!status) // gone meanwhile, or no file
             continue;
         const RecordRow* const same = isProgress(request, name) ? nullptr : knownRows.find(name, *status);
@@ -159,7 +181,7 @@ RecordListing RecordListing::read(Volume& volume, const Request& request, const 
 
 bool RecordListing::readRow(Volume& volume, const Request& request, const std::string& name, RecordRow& row) {
     const std::string path = Paths::inFolder(request.folder, name);
-    const auto status = statusOf(path);
+    const auto status = statusOf(OpenedFolder(request.folder), name, path);
     if (status)
         row = rowOf(volume, request, name, path, *status);
     return status.has_value();

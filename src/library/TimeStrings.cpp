@@ -24,6 +24,26 @@ Split splitOf(double seconds) {
             .hundredth = static_cast<int>((kept - std::trunc(kept)) * 100.0)};
 }
 
+/// As "%02d". Without the general machinery, for a list has some ten thousands of them.
+void appendTwo(std::string& text, int number) {
+    if (number < 0 || number > 99) {
+        text += formatted("%02d", number);
+        return;
+    }
+    text += static_cast<char>('0' + number / 10);
+    text += static_cast<char>('0' + number % 10);
+}
+
+std::string twoEach(int hour, int minute, int second, std::string_view between) {
+    std::string text;
+    appendTwo(text, hour);
+    text += between;
+    appendTwo(text, minute);
+    text += between;
+    appendTwo(text, second);
+    return text;
+}
+
 /// The number that `text` begins with; 0 if it begins with none.
 int leadingNumber(std::string_view text) {
     constexpr int tooLong = 100'000'000;
@@ -50,8 +70,12 @@ double total(int hour, int minute, int second) {
 } // namespace
 
 std::string TimeStrings::periodStringWithHour(int hour, int minute, int second) {
-    return hour != 0 ? formatted("%d:%02d'%02d\"", hour, minute, second)
-                     : formatted("%d'%02d\"", minute, second);
+    std::string text = hour != 0 ? std::to_string(hour) + ":" : std::to_string(minute);
+    if (hour != 0)
+        appendTwo(text, minute);
+    text += '\'';
+    appendTwo(text, second);
+    return text += '"';
 }
 
 std::string TimeStrings::periodStringWithHour(int hour, int minute, int second, int milisec) {
@@ -59,11 +83,11 @@ std::string TimeStrings::periodStringWithHour(int hour, int minute, int second, 
 }
 
 std::string TimeStrings::numberStringWithHour(int hour, int minute, int second) {
-    return formatted("%02d%02d%02d", hour, minute, second);
+    return twoEach(hour, minute, second, {});
 }
 
 std::string TimeStrings::timeStringWithHour(int hour, int minute, int second) {
-    return formatted("%02d:%02d:%02d", hour, minute, second);
+    return twoEach(hour, minute, second, ":");
 }
 
 std::string TimeStrings::timeStringWithHour(int hour, int minute, int second, int milisec) {
