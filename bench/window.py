@@ -120,7 +120,7 @@ def main():
             program = Program(options.program, display, server, place)
             for tab, x in (("record tab", 40), ("play tab", 101)):
                 program.click(x, 16)
-                time.sleep(5)  # the list is read
+                time.sleep(10)  # the list is read
                 begin = processor_seconds(program.process.pid)
                 time.sleep(options.seconds)
                 share = (processor_seconds(program.process.pid) - begin) / options.seconds * 100

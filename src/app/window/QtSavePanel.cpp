@@ -4,6 +4,7 @@
 #include "base/Texts.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QGridLayout>
 #include <vector>
@@ -38,8 +39,8 @@ std::optional<std::string> QtSavePanel::choose(SaveRequest& request) {
         dialog.setNameFilter("*." + type);
         dialog.setDefaultSuffix(type);
     }
-    if (!request.folder.empty())
-        dialog.setDirectory(QString::fromStdString(request.folder));
+    // Wherever the program was started from, a person's files lie at home.
+    dialog.setDirectory(request.folder.empty() ? QDir::homePath() : QString::fromStdString(request.folder));
     dialog.selectFile(QString::fromStdString(request.suggestedName));
     const std::vector<QCheckBox*> boxes = addOptions(dialog, request, m_texts);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
