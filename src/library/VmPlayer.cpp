@@ -132,14 +132,15 @@ void VmPlayer::refreshLength() {
     showLength();
 }
 
-void VmPlayer::reopenIfReplaced() {
+bool VmPlayer::reopenIfReplaced() {
     // Renamed or removed, a file is still there for who has it open; but another one under its name is another
     // recording.
     if (!m_playbackFile || m_playbackFile->isAt(m_playbackPath) ||
         !m_controler.seams().volume.exists(m_playbackPath))
-        return;
+        return false;
     const std::string path = m_playbackPath; // openFile forgets it first
     openFile(path);
+    return true;
 }
 
 // --- play device ---------------------------------------------------------------------------------------------

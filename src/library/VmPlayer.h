@@ -153,7 +153,7 @@ private:
     void fitToDevice();
     void refreshLength();
     void showLength();
-    void reopenIfReplaced();
+    bool reopenIfReplaced();
     void startPlaying();
     void stopPlaying();
     void stopForFault();

@@ -138,6 +138,8 @@ void VmPlayer::listRenewed() {
         } else {
             selectionDidChange();
         }
+    } else if (!m_playing && reopenIfReplaced()) {
+        showImage();
     }
     takeRow();
     m_totalTimeText.setText(m_dataSource->totalPeriodString());

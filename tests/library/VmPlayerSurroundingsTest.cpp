@@ -125,6 +125,17 @@ TEST_F(VmPlayerSurroundingsTest, listsAFileThatItMayNotRead_andTellsSoWhenItIsSe
     EXPECT_TRUE(player->isOpen());
 }
 
+TEST_F(VmPlayerSurroundingsTest, takesUpTheFileThatWasPutInThePlaceOfTheSelectedOne) {
+    EXPECT_EQ(player->numDatas(), 12000);
+    outside.record("other.aif", 5000, 22050.0, 2);
+    std::filesystem::rename(outside / "other.aif", files / name);
+    run(6.0);
+    EXPECT_EQ(player->selectedName(), name);
+    EXPECT_EQ(player->numDatas(), 20000);
+    EXPECT_FALSE(player->waveView().shownImage().isNull());
+    EXPECT_EQ(player->pointSlider().maximum(), 20000);
+}
+
 TEST_F(VmPlayerSurroundingsTest, survivesAFolderOfAHundredThousandFiles) {
     constexpr int many = 100'000;
     // In memory where that is possible: making so many files takes a disk minutes.
