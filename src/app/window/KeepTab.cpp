@@ -10,6 +10,7 @@
 
 #include <QAction>
 #include <QBoxLayout>
+#include <QHeaderView>
 #include <QKeyEvent>
 
 namespace {
@@ -40,6 +41,9 @@ QWidget* KeepTab::makeTable(const TabParts& parts, const Texts& texts) {
     table->setAccessibleDescription(parts.text("KeepTableDescription"));
     for (int column = 0; column < static_cast<int>(std::size(columnWidths)); ++column)
         table->setColumnWidth(column, columnWidths[column]);
+    table->horizontalHeader()->setStretchLastSection(false);
+    table->horizontalHeader()->setSectionResizeMode(static_cast<int>(std::size(columnWidths)),
+                                                    QHeaderView::Stretch);
     table->setContextMenuPolicy(Qt::ActionsContextMenu);
     const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
         auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);

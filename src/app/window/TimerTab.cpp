@@ -45,9 +45,12 @@ void setWidths(TableBox& table, const std::vector<TableColumn>& columns, const T
         return static_cast<int>(std::ranges::find(columns, identifier, &TableColumn::identifier) -
                                 columns.begin());
     };
+    const int headEdge = 2 * heads.style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, &heads) + 1;
     const int edge = 2 * (table.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &table) + 1);
     for (const auto& [identifier, texts] : widest) {
-        int width = heads.sectionSizeHint(number(identifier));
+        const QString head =
+            table.model()->headerData(number(identifier), Qt::Horizontal, Qt::DisplayRole).toString();
+        int width = heads.fontMetrics().horizontalAdvance(head) + headEdge;
         for (const char* text : texts)
             width = std::max(width, table.fontMetrics().horizontalAdvance(parts.text(text)) + edge + 1);
         table.setColumnWidth(number(identifier), width);
@@ -77,6 +80,7 @@ QWidget* TimerTab::makeTable(const TabParts& parts, const Texts& texts) {
     QFont font = this->font();
     font.setPixelSize(tableTextSize);
     table->setFont(font);
+    table->horizontalHeader()->setFont(font);
     setWidths(*table, m_controls.timerTable.columns(), parts);
     table->setContextMenuPolicy(Qt::ActionsContextMenu);
     const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
