@@ -16,6 +16,10 @@ public:
     virtual int numberOfRows() const = 0;
     /// The text of a cell; empty for a row or a column that is not there.
     virtual std::string cell(int row, std::string_view column) const = 0;
+    /// What a cell has to say besides its text; also told to a screen reader. None: the text itself.
+    virtual std::string tip(int, std::string_view) const { return {}; }
+    /// Whether a cell warns, and stands out from the others.
+    virtual bool isWarning(int, std::string_view) const { return false; }
     /// What orders the rows by a column, where its texts do not ("FileSize"): compares as text otherwise.
     virtual bool isNumber(std::string_view) const { return false; }
     /// A person's new text for a cell.
@@ -29,6 +33,7 @@ struct TableColumn {
     std::string titleKey; ///< of the localised texts
     bool editable = false;
     bool rightAligned = false;
+    std::string tipKey = {}; ///< of the head's tool tip; empty: its title
 };
 
 struct SortDescriptor {

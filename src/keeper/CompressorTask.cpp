@@ -221,8 +221,11 @@ CompressorTask::Result CompressorTask::run(const Job& job, const std::atomic<boo
     lowerPriority(process);
     input.close();
     lock.close(); // the program holds it now
+    const double begin = now();
     Child child(process, output.number(), job.monitor);
-    return watch(child, std::max(deadline, now() + longestWait), stop);
+    Result result = watch(child, std::max(deadline, begin + longestWait), stop);
+    result.seconds = now() - begin;
+    return result;
 }
 
 std::string CompressorTask::Result::fault() const {

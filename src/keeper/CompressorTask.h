@@ -22,7 +22,8 @@ public:
     struct Result {
         int status = -1; ///< what the program exited with; -1 unless `end` is `exited`
         End end = End::noTask;
-        int error = 0; ///< errno when it could not be started, or the signal that killed it
+        int error = 0;        ///< errno when it could not be started, or the signal that killed it
+        double seconds = 0.0; ///< that it ran
         /// Why it failed, in a few words.
         std::string fault() const;
     };

@@ -3,6 +3,7 @@
 #include "base/Controls.h"
 #include "base/NotificationCenter.h"
 #include "keeper/CompressCommand.h"
+#include "keeper/CompressorTask.h"
 #include "keeper/KeepCopy.h"
 #include "keeper/KeepSpace.h"
 #include "keeper/VmKeepList.h"
@@ -149,7 +150,8 @@ private:
 
     // Compression thread
     void compressFile(Compression& compression);
-    int execute(const std::string& path, const std::vector<std::string>& arguments, bool monitor);
+    CompressorTask::Result execute(const std::string& path, const std::vector<std::string>& arguments,
+                                   bool monitor);
     void warnOfTime(const std::string& target, double elapsed) const;
     void postComplete(const std::string& target, const std::string& error) const;
     void compressThreaCompleteHandle(const Notification& notification);

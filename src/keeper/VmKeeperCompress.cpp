@@ -57,10 +57,11 @@ void VmKeeper::setAnimating(bool animating) {
 }
 
 int VmKeeper::execTaskWithPath(const std::string& path, const std::vector<std::string>& arguments) {
-    return execute(path, arguments, m_monitorCommand);
+    return execute(path, arguments, m_monitorCommand).status;
 }
 
-int VmKeeper::execute(const std::string& path, const std::vector<std::string>& arguments, bool monitor) {
+CompressorTask::Result VmKeeper::execute(const std::string& path, const std::vector<std::string>& arguments,
+                                         bool monitor) {
     SystemLog& log = m_controler.seams().log;
     setAnimating(true);
     const CompressorTask::Result result =
@@ -77,7 +78,7 @@ int VmKeeper::execute(const std::string& path, const std::vector<std::string>& a
         log.log("Pipe create error.");
     if (const std::string fault = result.fault(); !fault.empty())
         log.log("VmKeeper: " + path + ": " + fault);
-    return result.status;
+    return result;
 }
 
 void VmKeeper::takeInHand(const std::string& target) {
@@ -97,17 +98,16 @@ void VmKeeper::compressFile(Compression& compression) {
     }
     takeInHand(target);
     const CompressionProof proof(seams.volume, target);
-    const HostTime begin = seams.clock.hostTime();
     m_lockedFolder = Paths::folderOf(target);
-    const int status =
+    const CompressorTask::Result result =
         execute(wished.path, wished.argumentsFor(target), m_monitorCommand || compression.command);
     if (m_stopping) {
         seams.log.log("VmKeeper: compression is broken off, it is made up for at the next launch: " + target);
         return;
     }
-    warnOfTime(target, static_cast<double>(seams.clock.hostTime() - begin) / 1e9);
+    warnOfTime(target, result.seconds);
     m_proof = &proof;
-    postComplete(target, status == 0 ? "" : executeError);
+    postComplete(target, result.status == 0 ? "" : executeError);
     m_proof = nullptr;
     takeInHand({});
     onMainThread([this] { renewIfShown(); });

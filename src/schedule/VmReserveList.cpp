@@ -140,18 +140,39 @@ std::string VmReserveList::objectValue(std::string_view key, int row) const {
 }
 
 std::string VmReserveList::cell(int row, std::string_view column) const {
+    if (column == "EntryMark")
+        return isWarning(row, column) ? m_controler.seams().texts("WarningMark") : std::string();
+    if (column == "NextSpan")
+        return nextSpanText(row, Dates::brief);
+    return objectValue(column, row);
+}
+
+std::string VmReserveList::tip(int row, std::string_view column) const {
     const Texts& texts = m_controler.seams().texts;
     if (column == "EntryMark")
         return neverStarts(row) ? texts("EntryNeverStarts") : overlaps(row) ? texts("EntryOverlaps") : "";
-    if (column != "NextSpan")
-        return objectValue(column, row);
+    return column == "NextSpan" ? nextSpanText(row, Dates::whole) : std::string();
+}
+
+bool VmReserveList::isWarning(int row, std::string_view column) const {
+    return column == "EntryMark" && (neverStarts(row) || overlaps(row));
+}
+
+std::string VmReserveList::nextSpanText(int row, Dates dates) const {
     const auto span = nextSpan(row);
     if (!span)
         return {};
     const Clock& clock = m_controler.seams().clock;
-    constexpr const char* date = "%Y-%m-%d %H:%M";
-    const bool sameDay = clock.format(span->start, "%Y%m%d") == clock.format(span->stop, "%Y%m%d");
-    return clock.format(span->start, date) + " – " + clock.format(span->stop, sameDay ? "%H:%M" : date);
+    const auto sameOf = [&clock](const Date& one, const Date& other, const char* part) {
+        return clock.format(one, part) == clock.format(other, part);
+    };
+    const bool isBrief = dates == Dates::brief;
+    const bool withYear = !isBrief || !sameOf(span->start, clock.now(), "%Y");
+    const char* const stop = sameOf(span->start, span->stop, "%Y%m%d") ? "%H:%M"
+                             : isBrief                                 ? "%m-%d %H:%M"
+                                                                       : "%Y-%m-%d %H:%M";
+    return clock.format(span->start, withYear ? "%Y-%m-%d %H:%M" : "%m-%d %H:%M") + (isBrief ? "–" : " – ") +
+           clock.format(span->stop, stop);
 }
 
 std::optional<EntryCalendar::Span> VmReserveList::nextSpan(int row) const {

@@ -50,9 +50,12 @@ public:
     // Table
     const std::vector<ReserveRow>& reserveList() const { return m_reserveList; }
     int numberOfRows() const override { return static_cast<int>(m_reserveList.size()); }
-    /// As `objectValue`; besides "NextSpan", the next recording of an enabled entry in words, and "EntryMark",
-    /// what is wrong with an entry.
+    /// As `objectValue`; besides "NextSpan", the next recording of an enabled entry, its year left out if it is
+    /// this one, and "EntryMark", a mark when something is wrong with an entry.
     std::string cell(int row, std::string_view column) const override;
+    /// "NextSpan": with both years; "EntryMark": what is wrong, in words.
+    std::string tip(int row, std::string_view column) const override;
+    bool isWarning(int row, std::string_view column) const override;
     void setCell(int row, std::string_view column, const std::string& text) override {
         setObjectValue(column, row, text);
     }
@@ -72,6 +75,8 @@ public:
     void sortDescriptorsDidChange(const std::vector<SortDescriptor>& descriptors);
 
 private:
+    enum class Dates { brief, whole };
+    std::string nextSpanText(int row, Dates dates) const;
     bool hasRow(int row) const { return row >= 0 && row < static_cast<int>(m_timers.size()); }
     void load();
     void append(const VmReserverElement& element);

@@ -2,10 +2,12 @@
 #pragma once
 #include "base/Date.h"
 #include "base/NotificationCenter.h"
+#include "base/RunLoop.h"
 #include "schedule/TimerControls.h"
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 class UserDefaults;
@@ -79,7 +81,7 @@ public:
     void setSelectedRow(int row);
     /// The timer tab is shown, or another one: what follows the clock is read anew.
     void mainTabSelected();
-    void mainTabUnselected() { timerTable.giveUpEditing(); }
+    void mainTabUnselected();
     /// Opens or closes the drawer.
     void actTimerDrawer();
     /// A new entry, from the next five-minute mark, before the selected row.
@@ -129,6 +131,7 @@ private:
     void setActions();
     void listChanged();
     void sortTimers();
+    void renewSoon();
     void showSelected();
     /// A person changed one of the drawer's values.
     void edited();
@@ -154,4 +157,5 @@ private:
     int m_defReserveDevice = 0;
     int m_defReserveMode = 0;
     NotificationCenter::Observation m_listChanges;
+    std::unique_ptr<Timer> m_renewal; ///< of what follows the clock, while the tab is shown
 };

@@ -1,6 +1,7 @@
 // The timer tab: its table, and the drawer that shows the selected entry.
 #include "app/VmControler.h"
 #include "audio/VmDevice.h"
+#include "base/Clock.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "schedule/ReserveChoices.h"
@@ -21,8 +22,10 @@ void VmReserver::awake() {
     std::vector<TableColumn> columns;
     for (const char* column :
          {"EnabledReserve", "ReserveName", "ReserveMonth", "ReserveDay", "ReserveWeek", "StartTime", "StopTime",
-          "SampleRate", "ChannelsNumber", "SourceDevice", "RecordMode", "NextSpan", "EntryMark"})
-        columns.push_back({.identifier = column, .titleKey = std::string(column) + "Title"});
+          "SampleRate", "ChannelsNumber", "SourceDevice", "RecordMode", "EntryMark", "NextSpan"})
+        columns.push_back({.identifier = column,
+                           .titleKey = std::string(column) + "Head",
+                           .tipKey = std::string(column) + "Title"});
     timerTable.setColumns(std::move(columns));
     timerTable.setSource(&list);
     timerTable.setRowAction([this] { setSelectedRow(timerTable.selectedRow()); });
@@ -69,6 +72,22 @@ void VmReserver::setActions() {
 void VmReserver::mainTabSelected() {
     m_controler.reservelist().initReserveList(); // inputs may have come or gone
     listChanged();
+    renewSoon();
+}
+
+void VmReserver::mainTabUnselected() {
+    m_renewal.reset();
+    timerTable.giveUpEditing();
+}
+
+/// What comes next is another thing when a minute has begun.
+void VmReserver::renewSoon() {
+    const Clock& clock = m_controler.seams().clock;
+    const double second = clock.calendarDate(clock.now()).second;
+    m_renewal = m_controler.seams().runLoop.schedule({.interval = 60.0 - second}, [this] {
+        timerTable.reloadData();
+        renewSoon();
+    });
 }
 
 void VmReserver::actTimerDrawer() {

@@ -17,8 +17,9 @@ public:
         std::string argument = "-f %@";
         std::string script{};  ///< of a stand-in, instead of the command
         int keepPeriod = 1000; ///< days
+        int timeLimit = 10;    ///< of a stand-in, seconds of real time; others may work at higher priority
     };
-    static constexpr double rate = 2000.0;   // Hz, of the device; a quarter of it in the files
+    static constexpr double rate = 500.0;    // Hz, of the device; a quarter of it in the files
     static constexpr double budget = 7200.0; // seconds in the record folder
     static constexpr double hour = 3600.0;
 
@@ -75,7 +76,7 @@ private:
     static SimulatedDevice input() {
         SimulatedDevice device = countingInput();
         device.rates = {rate};
-        device.minFrames = 512;
+        device.minFrames = 256;
         return device;
     }
     Settings settingsOf(const Plan& plan) const {
@@ -87,7 +88,7 @@ private:
                 {"KeepOperation", true},
                 {"KeepFileKeepPeriod", plan.keepPeriod},
                 {"MonitorCommandLine", false},
-                {"CompressTimeLimit", plan.script.empty() ? 600 : 3},
+                {"CompressTimeLimit", plan.script.empty() ? 600 : plan.timeLimit},
                 {"CommandPathString",
                  QString::fromStdString(plan.script.empty() ? plan.command : m_folder.path() + "/compressor")},
                 {"CommandArgumentString", QString::fromStdString(plan.script.empty() ? plan.argument : "%@")}};

@@ -103,6 +103,27 @@ TEST(VmKeeperTab, enablesItsButtonsOnlyWithASelectedRow) {
     EXPECT_TRUE(duty.keeper().deleteButton().enabled());
 }
 
+TEST(VmKeeperTab, isRebuiltWhileACompressionRuns_andAtItsEnd) {
+    ListedDuty duty;
+    const std::string inHand = "_Velmoratide_20071024_080000~090000.aif";
+    const int before = duty.list().numberOfRows();
+    duty.table().chooseRow(1);
+    const std::string selected = duty.list().fileNameAtRow(1);
+    duty.write(duty.kept(inHand), std::string(100000, 'x'));
+    duty.useCompressor("exec gzip -f \"$1\"");
+    duty.desk.runLoop.post([&] {
+        EXPECT_TRUE(duty.keeper().isCompressing());
+        duty.keeper().renewListAndControl();
+        EXPECT_EQ(duty.list().numberOfRows(), before);
+        EXPECT_EQ(duty.list().fileNameAtRow(duty.table().selectedRow()), selected);
+    });
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(duty.list().numberOfRows(), before + 1);
+    EXPECT_GE(duty.list().rowOfFile(inHand + ".gz"), 0);
+    EXPECT_EQ(duty.list().fileNameAtRow(duty.table().selectedRow()), selected);
+    EXPECT_EQ(duty.keeper().totalFilesText().text(), std::to_string(before + 1));
+}
+
 TEST(VmKeeperTab, enablesItsMenuOnlyWhileItIsShown) {
     ListedDuty duty;
     EXPECT_TRUE(duty.keeper().validateMenuItem());

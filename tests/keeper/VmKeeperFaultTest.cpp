@@ -1,5 +1,6 @@
 // What compressors and keep folders do that they should not.
 #include "keeper/KeepingDesk.h"
+#include "support/PlainUser.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -206,12 +207,16 @@ TEST(VmKeeperFault, losesNothing_withAKeepFolderThatIsAFile) {
 }
 
 TEST(VmKeeperFault, losesNothing_withTheKeepFolderReadOnly) {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "the superuser writes everywhere";
     KeepingDesk duty;
     recordTwo(duty);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(duty.desk.folder))
+        ASSERT_EQ(::geteuid() == 0 ? ::chown(entry.path().c_str(), PlainUser::nobody, PlainUser::nobody) : 0,
+                  0);
     std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0500));
-    expectOneReport(duty, "it cannot be brought into the keep folder (Permission denied)");
+    {
+        const PlainUser user(duty.desk.folder);
+        expectOneReport(duty, "it cannot be brought into the keep folder (Permission denied)");
+    }
     std::filesystem::permissions(duty.keepFolder(), std::filesystem::perms(0700));
 }
 
@@ -289,6 +294,27 @@ TEST(VmKeeperCheck, saysWhatIsWrongWithTheCompressor) {
     EXPECT_TRUE(duty.posts("CompressRatioNotification").empty());
     EXPECT_TRUE(std::filesystem::is_empty(duty.keepFolder()));
     EXPECT_EQ(duty.errors(), 0u);
+}
+
+TEST(VmKeeperCheck, warns_whenCompressingTookLongerThanTheRecordingLasted) {
+    KeepingDesk duty;
+    duty.launch();
+    for (const auto& [name, alerts] : {std::pair{"_Velmoratide_20071023_093000~093000.test", 1U},
+                                       {"_Velmoratide_20071023_093000~101500.test", 1U}}) {
+        const std::string copy = duty.recorded(name);
+        duty.write(copy, std::string(1000, 'x'));
+        duty.keeper().compressSampleFile(copy, {duty.compressor("exec gzip -f \"$1\""), "%@"});
+        std::filesystem::remove(copy);
+        duty.desk.runFor(1.0);
+        EXPECT_EQ(duty.alerts("CompressOverTimeAlert", "CompressOverTimeInfo"), alerts) << name;
+    }
+    // Of a recording it is not asked, for its copy still has its extension.
+    duty.useCompressor("exec gzip -f \"$1\"");
+    duty.record("_Velmoratide_20071023_093000~093000.aif");
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.exists(duty.kept("_Velmoratide_20071023_093000~093000.aif.gz")));
+    EXPECT_EQ(duty.alerts("CompressOverTimeAlert", "CompressOverTimeInfo"), 1U);
 }
 
 TEST(VmKeeperCheck, passesOverOtherFiles) {

@@ -3,9 +3,15 @@
 #include "schedule/ScheduleDesk.h"
 
 namespace {
-/// The next recording of the one entry, as the table shows it.
+/// The next recording of the one entry, as the table's tool tip tells it.
 std::string next(const StoredTimer& timer, const CalendarDate& now, const char* zone = "Asia/Tokyo") {
     ScheduleDesk desk({timer}, zone);
+    desk.goTo(now);
+    return desk.list().tip(0, "NextSpan");
+}
+/// As the table shows it.
+std::string shown(const StoredTimer& timer, const CalendarDate& now) {
+    ScheduleDesk desk({timer});
     desk.goTo(now);
     return desk.list().cell(0, "NextSpan");
 }
@@ -18,7 +24,8 @@ bool never(const StoredTimer& timer) {
     ScheduleDesk desk({timer});
     if (desk.list().neverStarts(0)) {
         EXPECT_FALSE(desk.list().nextSpan(0));
-        EXPECT_EQ(desk.list().cell(0, "EntryMark"), "Never starts");
+        EXPECT_EQ(desk.list().cell(0, "EntryMark"), "⚠");
+        EXPECT_TRUE(desk.list().tip(0, "EntryMark").starts_with("Never starts"));
     }
     return desk.list().neverStarts(0);
 }
@@ -124,6 +131,12 @@ TEST(EntryCalendar, neverStarts_onADateThatNoYearHas) {
     EXPECT_FALSE(never({.month = 2, .day = 29, .week = 3}));
 }
 
+TEST(EntryCalendar, isShownWithoutTheYear_whereItIsThisOne) {
+    EXPECT_EQ(shown({.start = noon, .stop = hourMinute(13, 30)}, monday), "03-02 12:00–13:30");
+    EXPECT_EQ(shown({.start = hourMinute(22, 0), .stop = eight}, monday), "03-02 22:00–03-03 08:00");
+    EXPECT_EQ(shown({.start = noon, .stop = hourMinute(13, 30), .month = 2}, monday), "2027-02-01 12:00–13:30");
+}
+
 TEST(EntryCalendar, overlaps_whenTimesMeetOnOneDate) {
     EXPECT_TRUE(overlapping({.start = eight, .stop = noon}, {.start = nine, .stop = hourMinute(10, 0)}));
     EXPECT_FALSE(overlapping({.start = eight, .stop = nine}, {.start = nine, .stop = noon}));
@@ -163,7 +176,13 @@ TEST(EntryCalendar, overlapsNoDisabledEntry) {
 TEST(EntryCalendar, marksAnEntryThatOverlaps) {
     ScheduleDesk desk(
         {{.start = eight, .stop = noon}, {.start = nine, .stop = noon}, {.start = noon, .stop = 46800}});
-    EXPECT_EQ(desk.list().cell(0, "EntryMark"), "Overlaps another entry");
-    EXPECT_EQ(desk.list().cell(1, "EntryMark"), "Overlaps another entry");
+    for (const int row : {0, 1}) {
+        EXPECT_EQ(desk.list().cell(row, "EntryMark"), "⚠");
+        EXPECT_TRUE(desk.list().tip(row, "EntryMark").starts_with("Overlaps another entry"));
+        EXPECT_TRUE(desk.list().isWarning(row, "EntryMark"));
+        EXPECT_FALSE(desk.list().isWarning(row, "ReserveName"));
+    }
     EXPECT_EQ(desk.list().cell(2, "EntryMark"), "");
+    EXPECT_EQ(desk.list().tip(2, "EntryMark"), "");
+    EXPECT_FALSE(desk.list().isWarning(2, "EntryMark"));
 }

@@ -7,6 +7,7 @@
 /// The rest of the scope runs as a user without privileges, who owns `ownFolder`.
 class PlainUser {
 public:
+    static constexpr uid_t nobody = 65534;
     explicit PlainUser(const std::string& ownFolder) : m_wasSuperuser(::geteuid() == 0) {
         if (!m_wasSuperuser)
             return;
@@ -22,6 +23,5 @@ public:
     PlainUser& operator=(const PlainUser&) = delete;
 
 private:
-    static constexpr uid_t nobody = 65534;
     const bool m_wasSuperuser;
 };

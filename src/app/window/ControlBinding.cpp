@@ -79,10 +79,11 @@ void ControlBinding::bindRow(TextField& name, TextField& time, QStackedWidget& r
 }
 
 void ControlBinding::bind(TextField& control, DigitView& widget, const QString& toolTip) {
+    static const QString nothing = QStringLiteral("0'00\""); // until something was recorded
     follow(control, widget, [toolTip](const TextField& model, DigitView& view) {
         view.setEnabled(model.enabled());
         view.setToolTip(either(model.toolTip(), toolTip));
-        view.showDigits(shown(model.text()));
+        view.showDigits(model.text().empty() ? nothing : shown(model.text()));
     });
 }
 

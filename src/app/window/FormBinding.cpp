@@ -6,6 +6,7 @@
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QEvent>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QSlider>
@@ -24,6 +25,32 @@ QStringList itemsOf(const QComboBox& box) {
         list << box.itemText(index);
     return list;
 }
+/// Lets the wheel turn a field only after it was chosen: else scrolling a page would change what lies under the
+/// mouse.
+class WheelGuard : public QObject {
+public:
+    explicit WheelGuard(QWidget& field) : QObject(&field), m_field(field) {
+        field.setFocusPolicy(Qt::StrongFocus);
+        field.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::Wheel || m_field.hasFocus())
+            return false;
+        event->ignore();
+        return true;
+    }
+
+private:
+    QWidget& m_field;
+};
+
+void showText(const TextField& model, QLineEdit& view) {
+    view.setEnabled(model.enabled());
+    if (const QString text = QString::fromStdString(model.text()); text != view.text())
+        view.setText(text);
+}
 } // namespace
 
 void FormBinding::bind(Popup& control, QComboBox& widget) {
@@ -36,6 +63,7 @@ void FormBinding::bind(Popup& control, QComboBox& widget) {
         }
         view.setCurrentIndex(model.selected());
     });
+    new WheelGuard(widget);
     QObject::connect(&widget, qOverload<int>(&QComboBox::activated), &widget, [&control, &widget](int index) {
         control.choose(index);
         const QSignalBlocker blocker(widget); // the choice may have been refused
@@ -44,15 +72,17 @@ void FormBinding::bind(Popup& control, QComboBox& widget) {
 }
 
 void FormBinding::bind(TextField& control, QLineEdit& widget) {
-    follow(control, widget, [](const TextField& model, QLineEdit& view) {
-        view.setEnabled(model.enabled());
-        if (const QString text = QString::fromStdString(model.text()); text != view.text())
-            view.setText(text);
-    });
+    follow(control, widget, showText);
     QObject::connect(&widget, &QLineEdit::editingFinished, &widget, [&control, &widget] {
         if (const std::string text = widget.text().toStdString(); text != control.text())
             control.enter(text);
     });
+}
+
+void FormBinding::bindEachKey(TextField& control, QLineEdit& widget) {
+    follow(control, widget, showText);
+    QObject::connect(&widget, &QLineEdit::textEdited, &widget,
+                     [&control](const QString& text) { control.enter(text.toStdString()); });
 }
 
 void FormBinding::bind(NumberField& control, QDoubleSpinBox& widget) {
@@ -60,11 +90,12 @@ void FormBinding::bind(NumberField& control, QDoubleSpinBox& widget) {
     widget.setDecimals(bounds.decimals);
     widget.setRange(bounds.minimum, bounds.maximum);
     widget.setSingleStep(bounds.step);
-    widget.setKeyboardTracking(false);
+    new WheelGuard(widget);
     follow(control, widget, [](const NumberField& model, QDoubleSpinBox& view) {
         const QSignalBlocker blocker(view);
         view.setEnabled(model.enabled());
-        view.setValue(model.value());
+        if (view.value() != model.value()) // what is being typed stays as it is
+            view.setValue(model.value());
     });
     QObject::connect(&widget, qOverload<double>(&QDoubleSpinBox::valueChanged), &widget,
                      [&control](double value) { control.enter(value); });
@@ -77,6 +108,7 @@ void FormBinding::bind(Slider& control, QSlider& widget) {
         view.setRange(model.minimum(), model.maximum());
         view.setValue(model.value());
     });
+    new WheelGuard(widget);
     QObject::connect(&widget, &QSlider::valueChanged, &widget, [&control](int value) { control.move(value); });
 }
 

@@ -132,7 +132,7 @@ QWidget* PreferPanel::makeField(const PreferItem& item, const TabParts& parts) {
                                  },
                                  [](TextField* control) -> QWidget* {
                                      auto* line = new QLineEdit;
-                                     FormBinding::bind(*control, *line);
+                                     FormBinding::bindEachKey(*control, *line);
                                      return line;
                                  },
                                  [](Slider* control) -> QWidget* {
@@ -250,8 +250,24 @@ QWidget* PreferPanel::makeFoot(const TabParts& parts) {
 }
 
 void PreferPanel::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Escape)
+    switch (event->key()) {
+    case Qt::Key_Escape:
         m_controls.cancelButton.press(true);
-    else
+        return;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        pressEnter();
+        return;
+    default:
         QWidget::keyPressEvent(event);
+    }
+}
+
+/// A button that has the focus is meant itself.
+void PreferPanel::pressEnter() {
+    auto* button = qobject_cast<QAbstractButton*>(focusWidget());
+    if (button != nullptr && qobject_cast<QCheckBox*>(button) == nullptr)
+        button->click();
+    else
+        m_controls.okButton.press(true);
 }

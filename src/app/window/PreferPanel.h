@@ -11,8 +11,8 @@ class TabParts;
 class TextField;
 class Texts;
 
-/// Stands at the window's right edge. One page of settings at a time, each with its unit and a line of help;
-/// what was changed is marked. Main thread only.
+/// Stands at the window's right edge. One page of settings at a time, each with its unit and a line of help.
+/// Enter applies, Escape cancels. Main thread only.
 class PreferPanel : public QWidget {
 public:
     static constexpr int fixedWidth = 372; ///< pixels
@@ -33,6 +33,7 @@ private:
     /// A button that lets a person look for what the field of `item` names; none for other settings.
     QWidget* makeBrowse(const PreferItem& item, const TabParts& parts);
     QWidget* makeFoot(const TabParts& parts);
+    void pressEnter();
 
     PreferControls& m_controls;
 };

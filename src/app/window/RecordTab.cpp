@@ -4,6 +4,7 @@
 #include "app/window/ControlBinding.h"
 #include "app/window/DigitView.h"
 #include "app/window/FittingLabel.h"
+#include "app/window/Follow.h"
 #include "app/window/IndicatorLamp.h"
 #include "app/window/LampView.h"
 #include "app/window/LevelSlider.h"
@@ -154,9 +155,13 @@ QWidget* RecordTab::makeDisplay(const RecordTabControls& controls) {
     };
     row(conditionHeight, spacing, {condition, mode});
     row(timeHeight, 0, {recordTime, nullptr});
+    auto* totalCaption = caption(text("TotalTimeCaption"), text("TotalTimeTip"), FittingLabel::Ink::secondary);
     row(textHeight, 5,
-        {caption(text("TotalTimeCaption"), text("TotalTimeTip"), FittingLabel::Ink::secondary), totalTime,
-         nullptr, lamp, caption(text("WriteCaption"), text("WriteTip"), FittingLabel::Ink::secondary)});
+        {totalCaption, totalTime, nullptr, lamp,
+         caption(text("WriteCaption"), text("WriteTip"), FittingLabel::Ink::secondary)});
+    const auto showIfWanted = [](const TextField& model, QWidget& view) { view.setVisible(model.enabled()); };
+    for (QWidget* widget : std::initializer_list<QWidget*>{totalCaption, totalTime})
+        follow(controls.totalTime, *widget, showIfWanted);
     rows->addWidget(makeLastRow(controls));
     return card;
 }

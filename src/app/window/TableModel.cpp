@@ -1,17 +1,22 @@
 #include "app/window/TableModel.h"
 
 #include "app/window/PlainTip.h"
+#include "app/window/Theme.h"
 #include "base/Texts.h"
 
 #include <algorithm>
 #include <memory>
+#include <QApplication>
 #include <QMimeData>
+#include <QPalette>
 #include <QUrl>
 
 TableModel::TableModel(VmTableView& table, const Texts& texts, QObject* parent)
     : QAbstractTableModel(parent), m_table(table), m_rows(table.numberOfRows()) {
-    for (const TableColumn& each : table.columns())
+    for (const TableColumn& each : table.columns()) {
         m_titles.append(QString::fromStdString(texts(each.titleKey)));
+        m_titleTips.append(each.tipKey.empty() ? m_titles.last() : QString::fromStdString(texts(each.tipKey)));
+    }
 }
 
 void TableModel::reload() {
@@ -49,9 +54,15 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const TableColumn& shown = column(index.column());
     if (role == Qt::TextAlignmentRole)
         return QVariant((shown.rightAligned ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
-    if (role != Qt::DisplayRole && role != Qt::EditRole && role != Qt::ToolTipRole)
+    const TableSource& source = *m_table.source();
+    if (role == Qt::ForegroundRole && source.isWarning(index.row(), shown.identifier))
+        return Theme::of(QApplication::palette()).redText;
+    if (role == Qt::DisplayRole || role == Qt::EditRole)
+        return QString::fromStdString(source.cell(index.row(), shown.identifier));
+    if (role != Qt::ToolTipRole && role != Qt::AccessibleTextRole)
         return {};
-    const QString text = QString::fromStdString(m_table.source()->cell(index.row(), shown.identifier));
+    const std::string tip = source.tip(index.row(), shown.identifier);
+    const QString text = QString::fromStdString(tip.empty() ? source.cell(index.row(), shown.identifier) : tip);
     return role == Qt::ToolTipRole ? plainTip(text) : text;
 }
 
@@ -60,8 +71,10 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
         return {};
     if (role == Qt::TextAlignmentRole)
         return QVariant((column(section).rightAligned ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+    if (role == Qt::DisplayRole)
         return m_titles[section];
+    if (role == Qt::ToolTipRole || role == Qt::AccessibleTextRole)
+        return m_titleTips[section];
     return {};
 }
 

@@ -33,5 +33,6 @@ public:
 private:
     VmTableView& m_table;
     QStringList m_titles;
+    QStringList m_titleTips;
     int m_rows = 0; ///< as far as the views know
 };

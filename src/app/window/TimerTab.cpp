@@ -9,21 +9,52 @@
 #include <algorithm>
 #include <QAction>
 #include <QBoxLayout>
+#include <QHeaderView>
+#include <QStyle>
+#include <utility>
+#include <vector>
 
 namespace {
 constexpr int margin = 10;
 constexpr int rowSpacing = 6;
 constexpr int buttonGap = 5;
 
-struct ColumnWidth {
-    const char* identifier;
-    int width;
-};
-/// The mark gets the rest.
-constexpr ColumnWidth columnWidths[] = {{"EnabledReserve", 28}, {"ReserveName", 96}, {"ReserveMonth", 46},
-                                        {"ReserveDay", 40},     {"ReserveWeek", 54}, {"StartTime", 42},
-                                        {"StopTime", 42},       {"SampleRate", 66},  {"ChannelsNumber", 50},
-                                        {"SourceDevice", 70},   {"RecordMode", 54},  {"NextSpan", 150}};
+constexpr int tableTextSize = 11; ///< pixels: thirteen columns stand side by side
+constexpr int inputWidth = 62;
+constexpr int leastColumn = 18;
+
+/// The widest that a column has to show: keys of texts, or the texts themselves. A name gets what is left.
+const std::vector<std::pair<const char*, std::vector<const char*>>> widest = {
+    {"EnabledReserve", {"CheckMark"}},
+    {"ReserveMonth", {"EveryDay", "12"}},
+    {"ReserveDay", {"EveryDay", "30"}},
+    {"ReserveWeek", {"EveryDay", "Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"}},
+    {"StartTime", {"00:00"}},
+    {"StopTime", {"00:00"}},
+    {"SampleRate", {"44.100kHz"}},
+    {"ChannelsNumber", {"MonoralSound", "StereoSound"}},
+    {"RecordMode", {"AlwaysMode", "AutoMode"}},
+    {"EntryMark", {"WarningMark"}},
+    {"NextSpan", {"12-30 23:00–12-31 01:00"}}};
+
+void setWidths(TableBox& table, const std::vector<TableColumn>& columns, const TabParts& parts) {
+    QHeaderView& heads = *table.horizontalHeader();
+    heads.setMinimumSectionSize(leastColumn);
+    heads.setStretchLastSection(false);
+    const auto number = [&columns](const char* identifier) {
+        return static_cast<int>(std::ranges::find(columns, identifier, &TableColumn::identifier) -
+                                columns.begin());
+    };
+    const int edge = 2 * (table.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &table) + 1);
+    for (const auto& [identifier, texts] : widest) {
+        int width = heads.sectionSizeHint(number(identifier));
+        for (const char* text : texts)
+            width = std::max(width, table.fontMetrics().horizontalAdvance(parts.text(text)) + edge + 1);
+        table.setColumnWidth(number(identifier), width);
+    }
+    table.setColumnWidth(number("SourceDevice"), inputWidth);
+    heads.setSectionResizeMode(number("ReserveName"), QHeaderView::Stretch);
+}
 } // namespace
 
 TimerTab::TimerTab(TimerControls& controls, const Texts& texts, QWidget* parent)
@@ -43,13 +74,10 @@ QWidget* TimerTab::makeTable(const TabParts& parts, const Texts& texts) {
     table->setObjectName("TimerTable");
     table->setAccessibleName(parts.text("TimerTableName"));
     table->setAccessibleDescription(parts.text("TimerTableDescription"));
-    table->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    const auto& columns = m_controls.timerTable.columns();
-    for (const ColumnWidth& each : columnWidths) {
-        const auto found = std::ranges::find(columns, each.identifier, &TableColumn::identifier);
-        if (found != columns.end())
-            table->setColumnWidth(static_cast<int>(found - columns.begin()), each.width);
-    }
+    QFont font = this->font();
+    font.setPixelSize(tableTextSize);
+    table->setFont(font);
+    setWidths(*table, m_controls.timerTable.columns(), parts);
     table->setContextMenuPolicy(Qt::ActionsContextMenu);
     const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
         auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);

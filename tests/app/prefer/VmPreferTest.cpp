@@ -1,4 +1,5 @@
 // Opening, closing, limits and figures.
+#include "app/MainWindowModel.h"
 #include "app/prefer/PreferDesk.h"
 
 #include <QJsonArray>
