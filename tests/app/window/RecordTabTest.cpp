@@ -313,3 +313,21 @@ TEST_F(RecordTabTest, hearsItsControlsNoMore_whenItIsGone) {
     models.message.setText("nobody looks");
     EXPECT_TRUE(models.record.isOn());
 }
+
+TEST_F(RecordTabTest, hidesTheTotalTime_whileItIsNotWanted) {
+    auto& total = saying<DigitView>("TotalTimeName");
+    EXPECT_TRUE(total.isVisible());
+    const QSize size = window->size();
+    models.totalTime.setEnabled(false);
+    EXPECT_FALSE(total.isVisible());
+    EXPECT_FALSE(saying<FittingLabel>("TotalTimeCaption").isVisible());
+    EXPECT_EQ(window->size(), size);
+    models.totalTime.setEnabled(true);
+    EXPECT_TRUE(total.isVisible());
+}
+
+TEST_F(RecordTabTest, showsNoTimeAtAll_untilSomethingWasRecorded) {
+    EXPECT_EQ(saying<DigitView>("RecordTimeName").text().toStdString(), "0'00\"");
+    models.recordTime.setText("1'07\"");
+    EXPECT_EQ(saying<DigitView>("RecordTimeName").text().toStdString(), "1'07\"");
+}
