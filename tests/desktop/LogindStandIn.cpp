@@ -33,14 +33,16 @@ LogindStandIn::~LogindStandIn() {
     m_bus.unregisterObject(path);
     m_bus.unregisterService(service);
     QDBusConnection::disconnectFromBus(m_name);
-    for (const int pipe : m_pipes)
-        close(pipe);
+    for (const Lock& lock : m_locks)
+        close(lock.pipe);
 }
 
-int LogindStandIn::heldLocks() const {
+int LogindStandIn::heldLocks(const QString& mode) const {
     int held = 0;
-    for (const int pipe : m_pipes) {
-        pollfd end{pipe, POLLIN, 0};
+    for (const Lock& lock : m_locks) {
+        if (!mode.isEmpty() && lock.mode != mode)
+            continue;
+        pollfd end{lock.pipe, POLLIN, 0};
         held += poll(&end, 1, 0) == 0 ? 1 : 0; // else the other end is closed
     }
     return held;
@@ -67,7 +69,7 @@ bool LogindStandIn::handleMessage(const QDBusMessage& message, const QDBusConnec
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
-    m_pipes.push_back(ends[0]);
+    m_locks.push_back({ends[0], request.back()});
     QDBusUnixFileDescriptor lock;
     lock.giveFileDescriptor(ends[1]);
     return connection.send(message.createReply(QVariant::fromValue(lock)));

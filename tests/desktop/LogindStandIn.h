@@ -19,8 +19,8 @@ public:
     void setManner(Manner manner) { m_manner = manner; }
     /// The arguments of each "Inhibit".
     const std::vector<QStringList>& requests() const { return m_requests; }
-    /// The locks that somebody holds.
-    int heldLocks() const;
+    /// The locks that somebody holds, of one mode ("delay", "block") or of any.
+    int heldLocks(const QString& mode = {}) const;
     /// Sends the signal and waits until the bus has passed it on.
     void emitPrepareForSleep(const QVariantList& arguments);
 
@@ -37,7 +37,11 @@ private:
     QString m_name; // Qt's name of the connection
     QDBusConnection m_bus;
     std::vector<QStringList> m_requests;
-    std::vector<int> m_pipes; // our ends
+    struct Lock {
+        int pipe; // our end
+        QString mode;
+    };
+    std::vector<Lock> m_locks;
 };
 
 /// Runs the main thread's loop until `condition` holds, for ten seconds at most. False when it never held.

@@ -66,8 +66,8 @@ TEST_F(ProgramSleep, finishesTheFileBeforeTheMachineMaySleep_andBeginsANewOneWhe
     PrivateSystemBus bus;
     LogindStandIn logind(PrivateSystemBus::address());
     RunningProgram program({"--headless", "--set", "RecordSwitch=yes"}, environment(server));
-    const auto locked = [&] { return logind.heldLocks() == 1; };
-    const auto unlocked = [&] { return logind.heldLocks() == 0; };
+    const auto locked = [&] { return logind.heldLocks(QStringLiteral("delay")) == 1; };
+    const auto unlocked = [&] { return logind.heldLocks(QStringLiteral("delay")) == 0; };
     ASSERT_TRUE(becomesTrueInLoop(locked));
     for (std::size_t round = 1; round <= 2; ++round) {
         runLoopFor(3000);
@@ -101,11 +101,13 @@ TEST_F(ProgramSleep, holdsTheMachineUntilTheLastFileIsFinished_whenItEndsWithOrW
         auto all = environment(server);
         all["QT_QPA_PLATFORM"] = "offscreen";
         RunningProgram program({argument, "--set", "RecordSwitch=yes"}, all);
-        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 1; })) << argument;
+        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks(QStringLiteral("delay")) == 1; }))
+            << argument;
         runLoopFor(3000);
         program.process().signal(SIGTERM);
         logind.emitPrepareForSleep({true});
-        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks() == 0; })) << argument;
+        ASSERT_TRUE(becomesTrueInLoop([&] { return logind.heldLocks(QStringLiteral("delay")) == 0; }))
+            << argument;
         EXPECT_EQ(recordings(program).size(), 1U) << argument;
         EXPECT_EQ(program.wait(), 0) << argument;
         EXPECT_EQ(recordings(program).size(), 1U) << argument;
