@@ -87,7 +87,7 @@ TEST(VmReserveListSort, takesOverEditedCells) {
     ScheduleDesk desk({StoredTimer{}});
     const std::vector<std::pair<std::string, std::string>> cells = {
         {"EnabledReserve", ""},      {"ReserveName", "Edited"},     {"ReserveMonth", "5"},
-        {"ReserveDay", "17"},        {"ReserveWeek", "Friday"},     {"StartTime", "07:45"},
+        {"ReserveDay", "17"},        {"ReserveWeek", "Fri"},        {"StartTime", "07:45"},
         {"StopTime", "24:00"},       {"SampleRate", "43kHz"},       {"ChannelsNumber", "Stereo"},
         {"SourceDevice", "Line in"}, {"RecordMode", "Auto (level)"}};
     for (const auto& [key, text] : cells)

@@ -65,7 +65,7 @@ TEST(VmReserveList, showsEveryFieldInWords) {
                         .week = 7}});
     const ReserveRow expected = {
         {"EnabledReserve", "✓"},     {"ReserveName", "News"},       {"ReserveMonth", "12"},
-        {"ReserveDay", "31"},        {"ReserveWeek", "Saturday"},   {"StartTime", "07:05"},
+        {"ReserveDay", "31"},        {"ReserveWeek", "Sat"},        {"StartTime", "07:05"},
         {"StopTime", "24:00"},       {"SampleRate", "44.100kHz"},   {"ChannelsNumber", "Stereo"},
         {"SourceDevice", "Line in"}, {"RecordMode", "Auto (level)"}};
     ASSERT_EQ(desk.list().numberOfRows(), 1);

@@ -68,6 +68,7 @@ QLayout* KeepTab::makeTotals(const TabParts& parts) {
     line->addWidget(parts.value(m_controls.totalTime, "TotalLengthName"));
     line->addSpacing(groupGap);
     line->addWidget(parts.value(m_controls.totalSize, "KeepSizeName"));
+    line->addWidget(parts.caption("Megabytes"));
     line->addStretch();
     auto* lamp = new IndicatorLamp;
     lamp->setAccessibleName(parts.text("CompressName"));
