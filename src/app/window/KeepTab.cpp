@@ -86,7 +86,9 @@ QLayout* KeepTab::makeButtons(const TabParts& parts) {
     line->addWidget(parts.captionedButton(m_controls.remove, "KeepDelete", Glyph::remove));
     line->addStretch();
     line->addWidget(parts.value(m_controls.copyProgress, "CopyProgressName"));
-    line->addWidget(parts.button(m_controls.cancelCopy, "CancelCopy", Glyph::stop));
+    CaptionButton* cancel = parts.button(m_controls.cancelCopy, "CancelCopy", Glyph::stop);
+    cancel->setObjectName("KeepCancelCopy"); // the play tab has one, too
+    line->addWidget(cancel);
     return line;
 }
 
