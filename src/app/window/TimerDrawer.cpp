@@ -36,7 +36,7 @@ TimerDrawer::TimerDrawer(TimerControls& controls, const Texts& texts, QWidget* p
     enabled->setObjectName("EntryEnabled");
     explain(*enabled, parts, "EntryEnabled");
     PlayBinding::bind(controls.enabledCheck, *enabled);
-    form->addRow({}, enabled);
+    form->addRow(enabled);
     auto* name = new QLineEdit;
     FormBinding::bind(controls.nameField, *name);
     addRow(*form, parts, "ReserveNameTitle", name);
@@ -57,7 +57,7 @@ QComboBox* TimerDrawer::box(Popup& control, const TabParts& parts, const char* k
     box->setAccessibleName(parts.text(key));
     explain(*box, parts, key);
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    box->setMinimumContentsLength(4);
+    box->setMinimumContentsLength(2);
     FormBinding::bind(control, *box);
     return box;
 }

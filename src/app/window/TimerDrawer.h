@@ -12,7 +12,7 @@ class TimerControls;
 /// Stands at the window's right edge. Every change holds at once. Main thread only.
 class TimerDrawer : public QWidget {
 public:
-    static constexpr int fixedWidth = 250; ///< pixels
+    static constexpr int fixedWidth = 260; ///< pixels
 
     /// `texts` is read while constructing only.
     TimerDrawer(TimerControls& controls, const Texts& texts, QWidget* parent = nullptr);
