@@ -32,6 +32,7 @@ LaunchRun::LaunchRun(const Scenario& scenario, std::size_t number, const std::st
 
 LaunchReport LaunchRun::play() {
     m_desk.makeControllers();
+    m_desk.controler->setTerminateReplyHandler([this] { m_desk.runLoop.quit(0); });
     m_records.beginStates();
     m_desk.launch();
     m_records.look();
@@ -68,7 +69,8 @@ LaunchRun::End LaunchRun::playEvent(const ScenarioEvent& event) {
 }
 
 bool LaunchRun::quit() {
-    if (m_desk.controler->applicationShouldTerminate() == VmControler::TerminateReply::cancel)
+    // A quit that waits for the keeper ends the loop when it is done; the launch goes on until then.
+    if (m_desk.controler->applicationShouldTerminate() != VmControler::TerminateReply::now)
         return false;
     terminate();
     return true;
@@ -86,6 +88,7 @@ void LaunchRun::stopEverything() {
         return; // an application that ends by itself stops nothing before
     constexpr int patience = 60;
     VmRecorder& recorder = m_desk.controler->recorder();
+    auto reply = VmControler::TerminateReply::cancel;
     for (int attempt = 0; attempt < patience && !m_desk.runLoop.hasQuit(); ++attempt) {
         // A switch that was refused to go off, or that another one holds, is tried again.
         for (Button* button : {&recorder.reserveButton(), &recorder.recordButton()})
@@ -93,7 +96,9 @@ void LaunchRun::stopEverything() {
                 button->press(false);
         m_records.look();
         const bool stopped = recorder.condition() != RecordCondition::recording;
-        if (stopped && m_desk.controler->applicationShouldTerminate() != VmControler::TerminateReply::cancel)
+        if (stopped && reply == VmControler::TerminateReply::cancel)
+            reply = m_desk.controler->applicationShouldTerminate();
+        if (reply == VmControler::TerminateReply::now)
             return;
         m_desk.runFor(stopped ? 1.0 : 0.1);
     }
