@@ -4,11 +4,9 @@
 #include "app/window/ControlBinding.h"
 #include "app/window/FittingLabel.h"
 #include "app/window/IndicatorLamp.h"
-#include "app/window/PlayBinding.h"
 #include "app/window/TableBox.h"
 #include "app/window/TabParts.h"
 
-#include <QAction>
 #include <QBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -44,18 +42,9 @@ QWidget* KeepTab::makeTable(const TabParts& parts, const Texts& texts) {
     table->horizontalHeader()->setStretchLastSection(false);
     table->horizontalHeader()->setSectionResizeMode(static_cast<int>(std::size(columnWidths)),
                                                     QHeaderView::Stretch);
-    table->setContextMenuPolicy(Qt::ActionsContextMenu);
-    const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
-        auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        action->setShortcutVisibleInContextMenu(true);
-        PlayBinding::bind(control, *action);
-        table->addAction(action);
-    };
-    add(m_controls.play, "KeepPlay", {});
-    add(m_controls.copy, "KeepCopy", {});
-    add(m_controls.remove, "KeepDelete", QKeySequence(Qt::Key_Delete));
+    parts.addCommand(*table, m_controls.play, "KeepPlay", {});
+    parts.addCommand(*table, m_controls.copy, "KeepCopy", {});
+    parts.addCommand(*table, m_controls.remove, "KeepDelete", QKeySequence(Qt::Key_Delete));
     return table;
 }
 

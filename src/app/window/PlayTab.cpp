@@ -11,7 +11,6 @@
 #include "library/PlayerControls.h"
 
 #include <algorithm>
-#include <QAction>
 #include <QBoxLayout>
 #include <QCheckBox>
 #include <QHeaderView>
@@ -66,20 +65,11 @@ QWidget* PlayTab::makeTable(const TabParts& parts, const Texts& texts) {
         if (found != columns.end())
             table->setColumnWidth(static_cast<int>(found - columns.begin()), each.width);
     }
-    table->setContextMenuPolicy(Qt::ActionsContextMenu);
-    const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
-        auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        action->setShortcutVisibleInContextMenu(true);
-        PlayBinding::bind(control, *action);
-        table->addAction(action);
-    };
-    add(m_controls.player.playButton(), "Play", {});
-    add(m_controls.player.lockButton(), "Lock", {});
-    add(m_controls.player.noteButton(), "Note", QKeySequence(Qt::Key_F2));
-    add(m_controls.player.copyButton(), "Copy", {});
-    add(m_controls.player.deleteButton(), "Delete", QKeySequence(Qt::Key_Delete));
+    parts.addCommand(*table, m_controls.player.playButton(), "Play", {});
+    parts.addCommand(*table, m_controls.player.lockButton(), "Lock", {});
+    parts.addCommand(*table, m_controls.player.noteButton(), "Note", QKeySequence(Qt::Key_F2));
+    parts.addCommand(*table, m_controls.player.copyButton(), "Copy", {});
+    parts.addCommand(*table, m_controls.player.deleteButton(), "Delete", QKeySequence(Qt::Key_Delete));
     return table;
 }
 

@@ -3,7 +3,11 @@
 #include "app/window/CaptionButton.h"
 #include "app/window/ControlBinding.h"
 #include "app/window/FittingLabel.h"
+#include "app/window/PlayBinding.h"
 #include "base/Texts.h"
+
+#include <QAction>
+#include <QKeySequence>
 
 TabParts::TabParts(QWidget& tab, const Texts& texts) : m_tab(tab), m_texts(texts) {
     QFont font = tab.font();
@@ -55,4 +59,15 @@ FittingLabel* TabParts::value(TextField& control, const std::string& nameKey) co
     label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     ControlBinding::bind(control, *label, text(nameKey));
     return label;
+}
+
+void TabParts::addCommand(QWidget& table, Button& control, const std::string& key,
+                          const QKeySequence& keys) const {
+    auto* action = new QAction(text(key + "Caption"), &table);
+    action->setShortcut(keys);
+    action->setShortcutContext(Qt::WidgetShortcut);
+    action->setShortcutVisibleInContextMenu(true);
+    PlayBinding::bind(control, *action);
+    table.addAction(action);
+    table.setContextMenuPolicy(Qt::ActionsContextMenu);
 }

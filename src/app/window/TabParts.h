@@ -8,6 +8,7 @@
 class Button;
 class CaptionButton;
 class FittingLabel;
+class QKeySequence;
 class QWidget;
 class TextField;
 class Texts;
@@ -31,6 +32,9 @@ public:
                                    bool momentary = true) const;
     FittingLabel* caption(const std::string& key) const;
     FittingLabel* value(TextField& control, const std::string& nameKey) const;
+
+    /// A command of the table's context menu, with its keys, that presses `control`.
+    void addCommand(QWidget& table, Button& control, const std::string& key, const QKeySequence& keys) const;
 
 private:
     QWidget& m_tab;

@@ -1,13 +1,11 @@
 #include "app/window/TimerTab.h"
 
 #include "app/window/CaptionButton.h"
-#include "app/window/PlayBinding.h"
 #include "app/window/TableBox.h"
 #include "app/window/TabParts.h"
 #include "schedule/TimerControls.h"
 
 #include <algorithm>
-#include <QAction>
 #include <QBoxLayout>
 #include <QHeaderView>
 #include <QStyle>
@@ -82,19 +80,10 @@ QWidget* TimerTab::makeTable(const TabParts& parts, const Texts& texts) {
     table->setFont(font);
     table->horizontalHeader()->setFont(font);
     setWidths(*table, m_controls.timerTable.columns(), parts);
-    table->setContextMenuPolicy(Qt::ActionsContextMenu);
-    const auto add = [&](Button& control, const char* key, const QKeySequence& keys) {
-        auto* action = new QAction(parts.text(std::string(key) + "Caption"), table);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        action->setShortcutVisibleInContextMenu(true);
-        PlayBinding::bind(control, *action);
-        table->addAction(action);
-    };
-    add(m_controls.insertButton, "InsertTimer", QKeySequence(Qt::Key_Insert));
-    add(m_controls.copyButton, "CopyTimer", {});
-    add(m_controls.deleteButton, "DeleteTimer", QKeySequence(Qt::Key_Delete));
-    add(m_controls.drawerButton, "TimerDrawer", QKeySequence(Qt::Key_F2));
+    parts.addCommand(*table, m_controls.insertButton, "InsertTimer", QKeySequence(Qt::Key_Insert));
+    parts.addCommand(*table, m_controls.copyButton, "CopyTimer", {});
+    parts.addCommand(*table, m_controls.deleteButton, "DeleteTimer", QKeySequence(Qt::Key_Delete));
+    parts.addCommand(*table, m_controls.drawerButton, "TimerDrawer", QKeySequence(Qt::Key_F2));
     return table;
 }
 
