@@ -31,8 +31,8 @@ public:
     void setFrame(std::string frame) { change(m_frame, std::move(frame)); }
 
 private:
-    int m_width = 0;
-    int m_height = 0;
+    int m_width = 352; // the record tab's
+    int m_height = 262;
     float m_opacity = 1.0F;
     bool m_visible = false;
     std::string m_frame;
