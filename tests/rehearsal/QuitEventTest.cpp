@@ -70,7 +70,7 @@ TEST(QuitEvent, isRefusedWithoutAWord_whenTheGateRefuses) {
     for (const std::string& line : folder.lines("states.jsonl"))
         if (const auto place = line.find("\"windowSize\",\"value\":"); place != std::string::npos)
             sizes.push_back(line.substr(18, 8) + " " + line.substr(place + 21));
-    EXPECT_EQ(sizes, (Names{"09:00:00 [0,0]}", "09:00:00 [352,262]}", "09:00:20 [706,318]}"}));
+    EXPECT_EQ(sizes, (Names{"09:00:00 [352,262]}", "09:00:20 [706,318]}"}));
     const auto tabs = folder.states("tab");
     EXPECT_EQ(tabs.back(), "09:00:20.000 2");
 }
