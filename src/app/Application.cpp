@@ -2,6 +2,7 @@
 
 #include "app/ConsoleUser.h"
 #include "app/DemonstrationDesk.h"
+#include "app/ExitGuard.h"
 #include "app/RecordForDuty.h"
 #include "app/TerminationSignals.h"
 #include "app/VmControler.h"
@@ -291,6 +292,16 @@ void Application::endWithSession() {
     m_runLoop->quit(0);
 }
 
+/// Called when the toolkit ends the process from within the loop, as it does without a display.
+void Application::endWithDisplay() {
+    m_log.log("Application: the display is gone; the duty ends here.");
+    if (m_sleep != nullptr)
+        m_sleep->endDuty();
+    m_controler->applicationWillTerminate();
+    m_output.flush(1.0);
+    m_log.flush(0.2);
+}
+
 void Application::showLogBook() {
     if (m_logBook == nullptr)
         m_logBook = std::make_unique<LogBookWindow>(*m_volume, m_texts,
@@ -355,6 +366,7 @@ int Application::runDuty() {
         m_controler->recorder().setShown(false);
     else
         showWindow();
+    auto exitGuard = std::make_unique<ExitGuard>([this] { endWithDisplay(); });
     m_controler->applicationDidFinishLaunching();
     watchSleep();
     std::string fault;
@@ -367,6 +379,7 @@ int Application::runDuty() {
         m_recordFor->begin();
     }
     m_exitCode = m_runLoop->run();
+    exitGuard.reset();
     m_sleep->endDuty();
     m_controler->applicationWillTerminate();
     m_sleep.reset(); // only now may the machine sleep: the last file is finished

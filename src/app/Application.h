@@ -20,6 +20,7 @@
 
 class AudioHardware;
 class DesktopNotifier;
+class ExitGuard;
 class LogBookWindow;
 class LogindSleep;
 class MainWindow;
@@ -59,6 +60,7 @@ private:
     int runDuty();
     void showWindow();
     void endWithSession();
+    void endWithDisplay();
     void showLogBook();
     void watchSleep();
     void makeDesktop();
