@@ -9,20 +9,15 @@
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
 #include "app/window/QtAlert.h"
-#include "app/window/QtSavePanel.h"
-#include "app/window/QtWorkspace.h"
 #include "app/window/SessionEnd.h"
-#include "app/WindowAssembly.h"
 #include "audio/hardware/pulse/PulseHardware.h"
 #include "audio/hardware/simulated/SimulatedHardware.h"
 #include "audio/SourceList.h"
 #include "audio/VmDevice.h"
-#include "base/HeadlessAlert.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
 #include "desktop/DesktopNotifier.h"
 #include "desktop/LogindSleep.h"
-#include "desktop/PolkitRight.h"
 #include "dutylog/VmDutyLog.h"
 #include "recorder/VmRecorder.h"
 #include "storage/Paths.h"
@@ -268,47 +263,6 @@ void Application::printFinishedFiles() {
         });
 }
 
-void Application::showWindow() {
-    m_controler->setTerminateReplyHandler([this] { m_runLoop->quit(0); });
-    m_window = assembleWindow(*m_controler, m_texts, [this] {
-        const VmControler::TerminateReply reply = m_controler->applicationShouldTerminate();
-        if (reply == VmControler::TerminateReply::now)
-            m_runLoop->quit(0);
-        return reply != VmControler::TerminateReply::cancel;
-    });
-    m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
-                         [this] { showLogBook(); });
-    m_qtAlert->setParentWindow(m_window.get());
-    m_qtSavePanel->setParentWindow(m_window.get());
-    m_sessionEnd = std::make_unique<SessionEnd>([this] { endWithSession(); });
-}
-
-/// A person who logs out is not asked: the file that is open is finished before the session goes on to end. The
-/// switches stay as they are stored, so that the next session's recorder goes on.
-void Application::endWithSession() {
-    m_log.log("Application: the desktop session ends.");
-    m_qtAlert->dismissQuestion();
-    m_controler->recorder().finishForTermination();
-    m_runLoop->quit(0);
-}
-
-/// Called when the toolkit ends the process from within the loop, as it does without a display.
-void Application::endWithDisplay() {
-    m_log.log("Application: the display is gone; the duty ends here.");
-    if (m_sleep != nullptr)
-        m_sleep->endDuty();
-    m_controler->applicationWillTerminate();
-    m_output.flush(1.0);
-    m_log.flush(0.2);
-}
-
-void Application::showLogBook() {
-    if (m_logBook == nullptr)
-        m_logBook = std::make_unique<LogBookWindow>(*m_volume, m_texts,
-                                                    [this] { return m_controler->dutylog().logBookPath(); });
-    m_logBook->present();
-}
-
 void Application::watchSleep() {
     VmRecorder& recorder = m_controler->recorder();
     m_sleep = std::make_unique<LogindSleep>(
@@ -324,28 +278,6 @@ void Application::tellDuty() {
         return; // the program ends
     VmRecorder& recorder = m_controler->recorder();
     m_sleep->setOnDuty(recorder.recordButton().isOn() || recorder.reserveButton().isOn());
-}
-
-/// Where nobody sits before a screen, nobody can be asked.
-void Application::makeDesktop() {
-    if (m_line.headless) {
-        m_alert = std::make_unique<HeadlessAlert>(m_log, m_texts);
-        m_administratorRight = std::make_unique<NoAdministratorRight>();
-        m_savePanel = std::make_unique<NoSavePanel>();
-        m_workspace = std::make_unique<NoWorkspace>();
-        return;
-    }
-    m_notifier = std::make_unique<DesktopNotifier>(m_log, QStringLiteral("org.velmoratide.Velmoratide"));
-    auto alert = std::make_unique<QtAlert>(*m_runLoop, m_texts);
-    alert->setUnseenHandler(
-        [this](const QString& message, const QString& text) { m_notifier->show(message, text); });
-    m_qtAlert = alert.get();
-    m_alert = std::move(alert);
-    m_administratorRight = std::make_unique<PolkitRight>(m_log);
-    auto savePanel = std::make_unique<QtSavePanel>(m_texts);
-    m_qtSavePanel = savePanel.get();
-    m_savePanel = std::move(savePanel);
-    m_workspace = std::make_unique<QtWorkspace>();
 }
 
 int Application::runDuty() {

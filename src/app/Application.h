@@ -59,6 +59,7 @@ private:
     bool refuse(int exitCode, const std::string& text);
     int runDuty();
     void showWindow();
+    void storeForSession();
     void endWithSession();
     void endWithDisplay();
     void showLogBook();

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 
 namespace {
 // A year: whoever asks for more has mistyped.
@@ -13,6 +14,16 @@ std::optional<double> seconds(const std::string& text) {
     if (text.empty() || *end != '\0' || !std::isfinite(value) || value <= 0.0 || value > longestRecordFor)
         return std::nullopt;
     return value;
+}
+
+// As all toolkits have it, with one dash.
+constexpr const char* sessionOption = "-session";
+
+bool isOptionWithValue(const std::string& name) {
+    for (const char* known : {"--source", "--settings", "--folder", "--record-for", "--set", sessionOption})
+        if (name == known)
+            return true;
+    return false;
 }
 
 /// Steps through the arguments; knows "--name value" and "--name=value".
@@ -71,6 +82,8 @@ std::string takeValue(CommandLine& line, const std::string& name, const std::str
         line.settings = value;
     } else if (name == "--folder") {
         line.folder = value;
+    } else if (name == sessionOption) {
+        line.session = value;
     } else if (name == "--record-for") {
         line.recordFor = seconds(value);
         if (!line.recordFor)
@@ -98,8 +111,7 @@ std::optional<CommandLine> CommandLine::parse(const std::vector<std::string>& ar
             *flag = true;
             continue;
         }
-        if (name != "--source" && name != "--settings" && name != "--folder" && name != "--record-for" &&
-            name != "--set") {
+        if (!isOptionWithValue(name)) {
             error = "unknown argument \"" + name + "\" (--help lists what there is)";
             return std::nullopt;
         }
@@ -109,6 +121,25 @@ std::optional<CommandLine> CommandLine::parse(const std::vector<std::string>& ar
             return std::nullopt;
     }
     return line;
+}
+
+std::vector<std::string> CommandLine::repeated() const {
+    const auto whole = [](const std::string& path) { return std::filesystem::absolute(path).string(); };
+    std::vector<std::string> arguments;
+    for (const auto& [flag, isGiven] : {std::pair{"--headless", headless}, std::pair{"--demo", demo}})
+        if (isGiven)
+            arguments.emplace_back(flag);
+    if (recordFor)
+        arguments.insert(arguments.end(), {"--record-for", std::to_string(*recordFor)});
+    if (!source.empty())
+        arguments.insert(arguments.end(), {"--source", source});
+    if (!settings.empty())
+        arguments.insert(arguments.end(), {"--settings", whole(settings)});
+    if (!folder.empty())
+        arguments.insert(arguments.end(), {"--folder", whole(folder)});
+    for (const auto& [key, value] : overrides)
+        arguments.insert(arguments.end(), {"--set", key + "=" + value});
+    return arguments;
 }
 
 std::string CommandLine::helpText() {

@@ -4,11 +4,13 @@
 #include "app/TerminationSignals.h"
 #include "app/window/WindowedApplication.h"
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <QCoreApplication>
+#include <string>
 
 namespace {
 bool isSet(const char* variable) {
@@ -37,9 +39,15 @@ int main(int argc, char* argv[]) {
         std::fputs("velmoratide: there is no display for the window; --headless runs without one\n", stderr);
         return 1;
     }
-    int qtArgc = 1; // Qt's own arguments are not offered
-    const auto qt =
-        windowless ? std::make_unique<QCoreApplication>(qtArgc, argv) : makeWindowedApplication(qtArgc, argv);
+    // Qt's own arguments are not offered, but for the one of the session's manager.
+    std::string program = argv[0];
+    std::string option = "-session";
+    std::string session = line->session;
+    std::array<char*, 4> qtArgv{program.data(), option.data(), session.data(), nullptr};
+    int qtArgc = session.empty() ? 1 : 3;
+    qtArgv[static_cast<std::size_t>(qtArgc)] = nullptr;
+    const auto qt = windowless ? std::make_unique<QCoreApplication>(qtArgc, qtArgv.data())
+                               : makeWindowedApplication(qtArgc, qtArgv.data());
     QCoreApplication::setApplicationName(QStringLiteral("velmoratide"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORATIDE_VERSION));
     return Application(*line, *qt, termination).run();

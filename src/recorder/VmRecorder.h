@@ -126,6 +126,9 @@ public:
     /// The file that is open will end exactly `seconds` after its start; to be followed by `recordOffNow` when
     /// that much time has passed.
     void endAfter(double seconds);
+    /// Finishes the file that is open and goes on in a new one, with no frame lost or doubled between them. A
+    /// file of a fixed length is left alone.
+    void beginNewFile();
     /// Switches recording off and finishes the file at once. Not a person's press, so nobody is asked.
     void recordOffNow();
     /// Finishes the file that is open, without touching the stored switch: the next launch goes on.

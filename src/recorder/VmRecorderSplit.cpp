@@ -121,6 +121,16 @@ void VmRecorder::crossBoundary() {
         m_actionMethod = method;
 }
 
+void VmRecorder::beginNewFile() {
+    if (condition() != RecordCondition::recording || m_fixedLength)
+        return;
+    const StreamMoment seam = stopMoment();
+    crossBoundariesBefore(seam);
+    if (m_writeFile == nullptr || condition() != RecordCondition::recording || seam.frame >= ownEnd())
+        return; // it ends by itself
+    restartRecording(seam);
+}
+
 bool VmRecorder::takeOverRecord() {
     m_carriedBytes = 0;
     if (m_overRecordBytes == 0)

@@ -128,3 +128,35 @@ TEST(VmRecorderSeam, isToldAsAStopByHand_whenThatComesJustAfterABoundary) {
         EXPECT_EQ(it.recorder().actionMethod(), 3);
     }
 }
+
+TEST(VmRecorderSeam, beginsANewFileAtAnyMoment_withoutLosingOrDoublingAFrame) {
+    for (const double moment : {12.0, 12.0071, 23.3, 99.99, 100.02}) {
+        SCOPED_TRACE(moment);
+        ClockedDesk it;
+        it.recordAt(5.0);
+        it.until(moment);
+        const std::size_t finished = it.recordings().size();
+        it.recorder().beginNewFile();
+        EXPECT_TRUE(it.recorder().recordButton().isOn());
+        EXPECT_GT(it.recordings().size(), finished);
+        it.stopAt(130.0);
+        EXPECT_EQ(it.recordings().size(), 3U) << "at that moment and at the full hour";
+        EXPECT_EQ(it.breaks(it.recordings()), 0);
+        EXPECT_FALSE(it.happened("SomeErrorHappen"));
+        EXPECT_EQ(it.recorder().dutyFrames().captured, it.recorder().dutyFrames().written);
+    }
+}
+
+TEST(VmRecorderSeam, beginsNoNewFile_whenNoneIsOpenOrItsLengthIsFixed) {
+    ClockedDesk it;
+    it.until(5.0);
+    it.recorder().beginNewFile();
+    EXPECT_TRUE(it.recordings().empty());
+    it.recordAt(6.0);
+    it.until(8.0);
+    it.recorder().endAfter(10.0);
+    it.recorder().beginNewFile();
+    it.stopAt(30.0);
+    ASSERT_EQ(it.recordings().size(), 1U);
+    EXPECT_EQ(it.samples(it.recordings()[0]).size(), 10U * 8000 * 2);
+}

@@ -33,6 +33,8 @@ public:
 
     /// How many windows of that title are to be seen; any title if it is empty.
     int windows(const std::string& title) const;
+    /// The server ends at once, whoever shows windows there.
+    void end() { m_server->kill(); }
     /// Place and size of the first window with that title as "X Y WIDTH HEIGHT"; empty when there is none.
     std::string geometry(const std::string& title) const;
     /// Keeps a picture of the screen in the folder that VELMORATIDE_PICTURES names, if it names one.

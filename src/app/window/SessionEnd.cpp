@@ -3,24 +3,41 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QSessionManager>
 #include <utility>
 
-SessionEnd::SessionEnd(std::function<void()> handler) : m_handler(std::move(handler)) {
-    // With the session's manager: it waits until all have stored what they have.
+SessionEnd::SessionEnd(SessionHandlers handlers, QStringList restart)
+    : m_handlers(std::move(handlers)), m_restart(std::move(restart)) {
+    // The session's manager waits until all have stored what they have. Whether the session ends is not known
+    // yet: a person, or another program, may stop it.
     connect(
-        qGuiApp, &QGuiApplication::commitDataRequest, this, [this] { end(); }, Qt::DirectConnection);
+        qGuiApp, &QGuiApplication::commitDataRequest, this,
+        [this](QSessionManager& manager) {
+            tellRestart(manager);
+            m_handlers.store();
+        },
+        Qt::DirectConnection);
+    connect(
+        qGuiApp, &QGuiApplication::saveStateRequest, this,
+        [this](QSessionManager& manager) { tellRestart(manager); }, Qt::DirectConnection);
     qGuiApp->installEventFilter(this);
 }
 
 bool SessionEnd::eventFilter(QObject* watched, QEvent* event) {
-    // Without one: the desktop just tells the program to quit.
+    // The manager's last word. Without a manager, the desktop just tells the program to quit.
     if (event->type() != QEvent::Quit || watched != QCoreApplication::instance())
         return QObject::eventFilter(watched, event);
-    end();
+    if (const auto end = std::exchange(m_handlers.end, {}))
+        end();
     return true;
 }
 
-void SessionEnd::end() {
-    if (const auto handler = std::exchange(m_handler, {}))
-        handler();
+/// The toolkit knows neither our arguments nor what they mean.
+void SessionEnd::tellRestart(QSessionManager& manager) const {
+    if (m_restart.isEmpty()) {
+        manager.setRestartHint(QSessionManager::RestartNever);
+        return;
+    }
+    const QString id = manager.sessionId() + QLatin1Char('_') + manager.sessionKey();
+    manager.setRestartCommand(m_restart + QStringList{QStringLiteral("-session"), id});
 }

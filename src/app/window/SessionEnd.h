@@ -1,19 +1,32 @@
-// app/window/SessionEnd.h — hears that the desktop session ends.
+// app/window/SessionEnd.h — hears what becomes of the desktop session.
 #pragma once
 #include <functional>
 #include <QObject>
+#include <QStringList>
 
-/// While it lives, the end of the session calls the handler, at most once and before the session goes on to
-/// end; no window is asked whether it may be closed. Needs a windowed application object. Main thread only.
+class QSessionManager;
+
+/// What the program does about it.
+struct SessionHandlers {
+    /// All that is open is to be stored, and the program goes on: a session that is about to end may still go
+    /// on, and one may be stored without an end. May be called any number of times.
+    std::function<void()> store;
+    std::function<void()> end; ///< called once, when the session has ended
+};
+
+/// While it lives, tells the handlers; no window is asked whether it may be closed. The session's manager is
+/// told how the next session is to start the program. Needs a windowed application object. Main thread only.
 class SessionEnd : public QObject {
 public:
-    explicit SessionEnd(std::function<void()> handler);
+    /// `restart` is the program with its arguments; empty if it is not to be started again.
+    SessionEnd(SessionHandlers handlers, QStringList restart);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void end();
+    void tellRestart(QSessionManager& manager) const;
 
-    std::function<void()> m_handler; // empty once it was called
+    SessionHandlers m_handlers; // `end` is empty once it was called
+    const QStringList m_restart;
 };

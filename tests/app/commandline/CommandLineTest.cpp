@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -164,4 +165,22 @@ TEST(CommandLine, describesEveryOptionInItsHelp) {
           "--folder DIR", "--set KEY=VALUE", "--demo", "--version", "--help"})
         EXPECT_NE(help.find(std::string("\n  ") + option + " "), std::string::npos) << option;
     EXPECT_TRUE(help.ends_with("\n"));
+}
+
+TEST(CommandLine, takesTheNameOfItsSession_withOneDashAsToolkitsHaveIt) {
+    EXPECT_EQ(parsed({"--demo", "-session", "2a0f_1795"}).session, "2a0f_1795");
+    EXPECT_NE(mistake({"-session"}), "");
+}
+
+TEST(CommandLine, repeatsWhatWasAsked_fromAnyFolder) {
+    const Arguments given = {"--headless", "--demo",     "--source", "Line In", "--settings", "/tmp/s.json",
+                             "--folder",   "/tmp/sound", "--set",    "A=1",     "--set",      "B="};
+    EXPECT_EQ(parsed(given).repeated(), given);
+    const CommandLine timed = parsed({"--record-for", "2.5", "-session", "2a0f_1795"});
+    EXPECT_EQ(parsed(timed.repeated()).recordFor, 2.5);
+    EXPECT_EQ(timed.repeated().size(), 2U) << "a session gives its name itself";
+    const Arguments near = parsed({"--settings", "s.json", "--folder=sound"}).repeated();
+    EXPECT_EQ(near, (Arguments{"--settings", std::filesystem::absolute("s.json"), "--folder",
+                               std::filesystem::absolute("sound")}));
+    EXPECT_TRUE(parsed({}).repeated().empty());
 }

@@ -1,0 +1,195 @@
+// The session, or the display, of the built program's window ends while it records.
+#include "storage/PosixVolume.h"
+#include "storage/SoundFile.h"
+#include "system/PrivateDisplay.h"
+#include "system/RunningProgram.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+using Names = std::vector<std::string>;
+
+void pauseFor(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+bool comes(const std::function<bool()>& what, double seconds = 20.0) {
+    for (double waited = 0.0; waited < seconds; waited += 0.1) {
+        if (what())
+            return true;
+        pauseFor(0.1);
+    }
+    return false;
+}
+
+std::string textOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The recordings in `folder`, in order: finished ones, or also the one in progress, which is a link to a work
+/// file.
+Names recordings(const std::string& folder, bool finished) {
+    Names found;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing))
+        if (entry.path().filename().string().ends_with(".aif") &&
+            (!finished || entry.hard_link_count(missing) == 1))
+            found.push_back(entry.path().string());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+double secondsOf(const std::string& path) {
+    PosixVolume volume;
+    const auto opened = SoundFile::openForReading(volume, path);
+    EXPECT_EQ(opened.error, SoundFileError::none) << path;
+    return opened.file == nullptr ? 0.0 : static_cast<double>(opened.file->frames()) / opened.file->rate();
+}
+
+/// A demonstration that records as soon as it is started.
+class WindowEnd : public testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string why = PrivateDisplay::whyNot(); !why.empty())
+            GTEST_SKIP() << why;
+        display = std::make_unique<PrivateDisplay>();
+    }
+    std::unique_ptr<PrivateDisplay> display;
+};
+
+/// The program is the client of a real session manager, which starts it.
+class SessionManagerEnd : public WindowEnd {
+protected:
+    void SetUp() override {
+        for (const char* tool : {"xsm", "iceauth"})
+            if (!ChildProcess::isInstalled(tool))
+                GTEST_SKIP() << tool << " is not installed";
+        WindowEnd::SetUp();
+        if (IsSkipped())
+            return;
+        std::filesystem::create_directory(home() + "/runtime");
+        std::filesystem::permissions(home() + "/runtime", std::filesystem::perms::owner_all);
+        std::ofstream(home() + "/settings.json") << R"({"MainWindow": "600 300"})";
+        std::ofstream(home() + "/.xsmstartup")
+            << VELMORATIDE_PROGRAM " --demo --settings " << home() << "/settings.json --folder " << folder()
+            << " --set AutoRecordStartup=yes\n";
+    }
+    std::string home() const { return m_folder.path(); }
+    std::string folder() const { return home() + "/record"; }
+
+    ChildProcess::Environment environment() const {
+        ChildProcess::Environment all = display->environment();
+        all.merge(ChildProcess::Environment{{"HOME", home()},
+                                            {"SM_SAVE_DIR", home()},
+                                            {"XDG_RUNTIME_DIR", home() + "/runtime"},
+                                            {"LC_ALL", "C.UTF-8"},
+                                            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/no-bus"}});
+        return all;
+    }
+    void logIn() {
+        manager = std::make_unique<ChildProcess>(Names{"xsm"}, environment(), home() + "/manager.log");
+        ASSERT_TRUE(comes([this] { return display->windows("^Velmoratide$") == 1; })) << log();
+    }
+    std::string log() const { return textOf(home() + "/manager.log"); }
+
+    /// A point in the first window with that title.
+    PrivateDisplay::Point in(const std::string& title, int x, int y) const {
+        int left = 0;
+        int top = 0;
+        EXPECT_EQ(std::sscanf(display->geometry(title).c_str(), "%d %d", &left, &top), 2) << title;
+        return {left + x, top + y};
+    }
+    /// Chooses "With Checkpoint" of the menu "Shutdown", and answers what is asked.
+    void logOut() {
+        display->drag(in("^xsm", 120, 38), in("^xsm", 130, 58));
+        ASSERT_TRUE(comes([this] { return display->windows("^Shutdown$") == 1; })) << "no question";
+        pauseFor(0.5);
+        display->click(in("^Shutdown$", 24, 111));
+    }
+    /// Stores the session under the name "duty", and goes on.
+    void storeSession() {
+        display->click(in("^xsm", 40, 38));
+        ASSERT_TRUE(comes([this] { return display->windows("^Checkpoint$") == 1; })) << "no question";
+        pauseFor(0.5);
+        display->click(in("^Checkpoint$", 124, 9));
+        display->type("duty");
+        display->click(in("^Checkpoint$", 24, 111));
+    }
+
+    /// How the stored session is to start the program.
+    Names restartCommand() const {
+        std::ifstream file(home() + "/.XSM-duty");
+        Names command;
+        bool isIn = false;
+        for (std::string line; std::getline(file, line);) {
+            if (isIn && line.starts_with('\t'))
+                command.push_back(line.substr(1));
+            isIn = line == "RestartCommand" || (isIn && (command.empty() || line.starts_with('\t')));
+        }
+        return command;
+    }
+
+    std::unique_ptr<ChildProcess> manager;
+
+private:
+    TemporaryFolder m_folder;
+};
+} // namespace
+
+TEST_F(WindowEnd, finishesTheFile_whenTheDisplayDies) {
+    ChildProcess::Environment environment = display->environment();
+    RunningProgram program({"--demo", "--set", "RecordSwitch=yes"}, environment);
+    ASSERT_TRUE(comes([&] { return !recordings(program.recordFolder(), false).empty(); }));
+    pauseFor(3.0);
+    EXPECT_TRUE(recordings(program.recordFolder(), true).empty());
+    display->end();
+    EXPECT_EQ(program.wait(), 1);
+    const Names files = recordings(program.recordFolder(), true);
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_GT(secondsOf(files[0]), 2.5) << "what was not on the disk yet is lost";
+    EXPECT_FALSE(std::filesystem::exists(program.recordFolder() + "/.VelmoratideTempFile"));
+    EXPECT_NE(textOf(program.recordFolder() + "/VelmoratideLog.txt").find("DUTY FINISH"), std::string::npos);
+    const Names errors = program.errorLines();
+    EXPECT_TRUE(std::ranges::any_of(errors, [](const std::string& line) {
+        return line.ends_with("the display is gone; the duty ends here.");
+    }));
+}
+
+TEST_F(SessionManagerEnd, storesTheSessionAndGoesOn_finishesTheFileWhenItEnds_andIsStartedInTheNext) {
+    logIn();
+    ASSERT_TRUE(comes([this] { return !recordings(folder(), false).empty(); })) << log();
+    pauseFor(3.0);
+    storeSession();
+    ASSERT_TRUE(comes([this] { return recordings(folder(), true).size() == 1; })) << "nothing is stored";
+    EXPECT_TRUE(comes([this] { return recordings(folder(), false).size() == 2; })) << "the duty has ended";
+    EXPECT_GT(secondsOf(recordings(folder(), true)[0]), 2.5);
+    pauseFor(2.0);
+    EXPECT_EQ(display->windows("^Velmoratide$"), 1);
+    logOut();
+    manager->wait();
+    // The manager has waited for this one; what came after it is finished while the program ends.
+    ASSERT_GE(recordings(folder(), true).size(), 2U) << log();
+    EXPECT_GT(secondsOf(recordings(folder(), true)[1]), 1.5);
+    EXPECT_TRUE(comes([this] { return log().find("---applicationWillTerminate---") != std::string::npos; }));
+    EXPECT_TRUE(comes([this] { return recordings(folder(), true) == recordings(folder(), false); }));
+    EXPECT_FALSE(std::filesystem::exists(folder() + "/.VelmoratideTempFile"));
+    EXPECT_NE(textOf(home() + "/settings.json").find(R"("RecordSwitch": true)"), std::string::npos);
+
+    // Not through the manager, which takes commands of a modest length only.
+    const Names command = restartCommand();
+    ASSERT_GT(command.size(), 2U) << textOf(home() + "/.XSM-duty");
+    EXPECT_EQ(command[command.size() - 2], "-session");
+    const std::size_t finished = recordings(folder(), true).size();
+    pauseFor(1.0); // files are named by the second
+    const ChildProcess next(command, environment(), home() + "/next.log");
+    EXPECT_TRUE(comes([&] { return recordings(folder(), false).size() == finished + 1; }))
+        << "the next session does not go on: " << textOf(home() + "/next.log");
+}
