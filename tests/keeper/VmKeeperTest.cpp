@@ -244,11 +244,18 @@ TEST(VmKeeper, takesTheDefaultFolder_whereTheOtherCannotBeMade) {
     const std::string home = before == nullptr ? "" : before;
     setenv("HOME", duty.desk.folder.c_str(), 1);
     duty.write(duty.desk.folder + "/a file", "");
-    duty.keeper().setKeepFolder(duty.desk.folder + "/a file/below");
+    for (const std::string& path : {duty.desk.folder + "/a file/below", std::string("below"), std::string()}) {
+        duty.keeper().setKeepFolder(duty.desk.folder + "/preserve");
+        duty.keeper().setKeepFolder(path);
+        EXPECT_EQ(duty.keeper().keepFolder(), duty.desk.folder + "/Documents/VelmoratidePreserve") << path;
+        EXPECT_EQ(duty.desk.defaults.stringForKey("KeepFileKeepFolder"), duty.keeper().keepFolder());
+    }
     setenv("HOME", home.c_str(), 1);
-    EXPECT_EQ(duty.keeper().keepFolder(), duty.desk.folder + "/Documents/VelmoratidePreserve");
     EXPECT_TRUE(duty.exists(duty.keeper().keepFolder()));
-    EXPECT_TRUE(duty.logged("Keep folder is changed to default"));
+    EXPECT_FALSE(duty.exists("below"));
+    EXPECT_EQ(duty.lines("Keep folder is changed to default"), 3u);
+    EXPECT_EQ(duty.errors(), 3u);
+    duty.expectEachErrorIsLogged();
 }
 
 TEST(VmKeeper, neverTakesAPeriodWhoseSecondsOverflow) {
