@@ -177,7 +177,9 @@ TEST(VmKeeperTab, exportsACopy) {
     duty.desk.savePanel.answerNext(duty.desk.folder + "/exported.bz2");
     duty.keeper().copyButton().press(true);
     EXPECT_TRUE(duty.keeper().cancelCopyButton().enabled());
+    EXPECT_FALSE(duty.keeper().copyButton().enabled());
     duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.keeper().copyButton().enabled());
     EXPECT_EQ(duty.desk.savePanel.lastRequest().titleKey, "ExportFileTitle");
     EXPECT_EQ(duty.desk.savePanel.lastRequest().promptKey, "Export");
     EXPECT_EQ(duty.desk.savePanel.lastRequest().suggestedName, early);

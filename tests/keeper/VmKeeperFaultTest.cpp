@@ -319,6 +319,24 @@ TEST(VmKeeperCheck, measuresTheRatioOfTheSample) {
     EXPECT_FALSE(duty.keeper().keepOperation());
 }
 
+TEST(VmKeeperCheck, showsWhatTheCompressorPrints_whateverTheSettingSays) {
+    KeepingDesk duty; // the command's error output is not shown
+    duty.launch();
+    const std::string copy = duty.recorded("Blow.aiff.test");
+    duty.write(copy, std::string(1000, 'x'));
+    duty.record(morningName);
+    testing::internal::CaptureStderr();
+    duty.useCompressor("echo heard >&2; exec gzip -f \"$1\"");
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("heard"), std::string::npos);
+    testing::internal::CaptureStderr();
+    duty.keeper().compressSampleFile(copy, {duty.keeper().commandPath(), "%@"});
+    duty.desk.runFor(1.0);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("heard"), std::string::npos);
+    EXPECT_FALSE(duty.keeper().monitorCommand());
+}
+
 TEST(VmKeeperCheck, saysWhatIsWrongWithTheCompressor) {
     KeepingDesk duty;
     duty.launch();
