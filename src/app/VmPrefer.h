@@ -103,6 +103,7 @@ private:
     /// and a line in the system log, when it is gone.
     std::optional<int> presentSource(const Popup& popup, const std::vector<std::string>& present) const;
     void post(const char* event) const;
+    void reportError(const std::string& message) const;
 
     /// Goes on hiding or showing: to the end if `isLast`, else for a moment at a time.
     void proceedRenaming(bool isLast);

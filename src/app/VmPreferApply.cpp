@@ -45,6 +45,11 @@ void VmPrefer::post(const char* event) const {
     m_controler.seams().notifications.postLogEvent(event);
 }
 
+void VmPrefer::reportError(const std::string& message) const {
+    m_controler.seams().log.log(message);
+    m_controler.seams().notifications.postLogEvent("SomeErrorHappen", message);
+}
+
 std::optional<int> VmPrefer::presentSource(const Popup& popup, const std::vector<std::string>& present) const {
     const int chosen = popup.selected();
     if (popup.items() == present)
@@ -55,7 +60,7 @@ std::optional<int> VmPrefer::presentSource(const Popup& popup, const std::vector
     const auto found = std::ranges::find(present, name);
     if (found != present.end())
         return static_cast<int>(found - present.begin());
-    m_controler.seams().log.log("VmPrefer: the chosen source is not there any more: " + name);
+    reportError("VmPrefer: the chosen source is not there any more: " + name);
     return std::nullopt;
 }
 
@@ -152,9 +157,7 @@ void VmPrefer::applyFolder(const std::string& folder) {
         proceedRenaming(true); // in the folder that was meant
     // Two recorders in one folder would take each other's work files for leftovers.
     if (m_folderGuard && seams.volume.makeFolder(folder) && !m_folderGuard(folder)) {
-        const std::string message = "VmPrefer: another recorder uses the folder " + folder;
-        seams.log.log(message);
-        seams.notifications.postLogEvent("SomeErrorHappen", message);
+        reportError("VmPrefer: another recorder uses the folder " + folder);
         seams.alert.tell({"FolderInUse", "FolderInUseInfo", "Understand"});
         return;
     }
@@ -243,8 +246,7 @@ void VmPrefer::proceedRenaming(bool isLast) {
     for (const std::string& failure : done->failures())
         seams.log.log("VmPrefer: sound file " + failure);
     if (!done->failures().empty())
-        seams.notifications.postLogEvent(
-            "SomeErrorHappen",
+        reportError(
             formatted("VmPrefer: %zu sound files could not be hidden or shown.", done->failures().size()));
     renewRecordList();
 }

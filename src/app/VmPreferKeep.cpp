@@ -145,7 +145,7 @@ void VmPrefer::actCheckKeepAction() {
                         std::string(RecordFolder::bareName(source)).append(testExtension));
     const FileCopier::Result copied = FileCopier(seams.volume).copy(source, sample, {.replace = true});
     if (!copied.done()) {
-        seams.log.log("VmPrefer: sample sound cannot be copied: " + copied.fault + ": " + source);
+        reportError("VmPrefer: sample sound cannot be copied: " + copied.fault + ": " + source);
         seams.alert.tell({"CheckKeepActionError", "CompressingErrorInfo", "Understand"});
         return;
     }

@@ -10,7 +10,7 @@ class Clock;
 class SystemLog {
 public:
     virtual ~SystemLog() = default;
-    /// Any thread but an I/O thread. `line` has no line end.
+    /// Any thread but an I/O thread. `line` has no line end; one within it becomes a blank.
     virtual void log(std::string_view line) = 0;
 };
 

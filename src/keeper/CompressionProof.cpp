@@ -65,7 +65,8 @@ std::string CompressionProof::fault() const {
     const std::vector<Stamp> found = written();
     if (found.empty())
         return "it left no compressed file";
-    const Stamp& output = found.front();
+    // A list of checksums may lie beside it.
+    const Stamp& output = *std::ranges::max_element(found, {}, &Stamp::bytes);
     if (output.bytes == 0)
         return "it left an empty file";
     if (output.bytes < smallestFile || (output.bytes * 2 * mostSamplesPerByte < m_inputBytes &&
@@ -82,13 +83,18 @@ std::string CompressionProof::fault() const {
 }
 
 bool CompressionProof::isGone() const {
-    return m_input != nullptr && !m_volume.exists(m_target);
+    return m_input != nullptr && !m_input->isAt(m_target);
+}
+
+bool CompressionProof::isWrittenOver() const {
+    return m_input != nullptr && m_input->size() != m_inputBytes;
 }
 
 std::string CompressionProof::restore() const {
     if (!isGone())
         return {};
-    return FileCopier(m_volume).copy(*m_input, m_target, {}).fault;
+    m_volume.makeFolder(Paths::folderOf(m_target)); // what cannot be made, the copy tells
+    return FileCopier(m_volume).copy(*m_input, m_target, {.replace = true}).fault;
 }
 
 std::int64_t CompressionProof::movingSamples() const {

@@ -35,9 +35,13 @@ public:
     /// Removes what was written since: it is not to be taken for the sound. Nothing goes unless the sound
     /// itself is there in its full length.
     void discard() const;
-    /// Puts the sound back if there is no file under its name any more. Empty, or what went wrong.
+    /// Puts the sound back under its name if it `isGone`, also in place of what stands there now. Empty, or
+    /// what went wrong.
     std::string restore() const;
+    /// Whether the name leads to the sound no more: it was removed, or something else put in its place.
     bool isGone() const;
+    /// Whether the sound itself was made longer or shorter, so that nobody can put it back.
+    bool isWrittenOver() const;
 
 private:
     /// What changes when a file is written anew.

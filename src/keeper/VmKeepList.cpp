@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 
 namespace {
 std::string textOf(const std::optional<KeepName::TimeOfDay>& time) {
@@ -102,8 +103,14 @@ std::string VmKeepList::cell(int row, std::string_view column) const {
 }
 
 void VmKeepList::setCell(int row, std::string_view column, const std::string& text) {
-    if (has(row))
-        m_rows[static_cast<std::size_t>(row)].cells.insert_or_assign(std::string(column), text);
+    if (!has(row))
+        return;
+    Row& edited = m_rows[static_cast<std::size_t>(row)];
+    edited.cells.insert_or_assign(std::string(column), text);
+    if (column == "FileSize") {
+        edited.bytes = 0.0; // what is no number stays so
+        std::from_chars(text.data(), text.data() + text.size(), edited.bytes);
+    }
 }
 
 std::vector<std::string> VmKeepList::draggedFiles(const std::vector<int>& rows) const {

@@ -117,6 +117,11 @@ void VmKeeper::onMainThread(std::function<void()> call) const {
     });
 }
 
+void VmKeeper::reportError(const std::string& message) const {
+    m_controler.seams().log.log(message);
+    m_controler.seams().notifications.postLogEvent("SomeErrorHappen", message);
+}
+
 // Settings
 
 void VmKeeper::store(std::string_view key, const std::string& text) const {
@@ -134,8 +139,8 @@ void VmKeeper::setKeepOperation(bool on) {
 void VmKeeper::setKeepFolder(const std::string& path) {
     Volume& volume = m_controler.seams().volume;
     std::string folder = Paths::trimmed(path);
-    if (!volume.isFolder(folder) && !volume.makeFolder(folder)) {
-        m_controler.seams().log.log("Keep folder is changed to default");
+    if (!folder.starts_with('/') || (!volume.isFolder(folder) && !volume.makeFolder(folder))) {
+        reportError("Keep folder is changed to default");
         folder = Paths::expandingTilde(defaultKeepFolder);
         volume.makeFolder(folder); // a folder that is not there is reported when something is to be kept
     }
@@ -293,26 +298,25 @@ void VmKeeper::reportUnkept(const std::string& recording, const std::string& why
     m_keepFault = why;
     const std::string message =
         "VmKeeper: recording is not deleted, for it cannot be kept: " + why + ": " + recording;
-    seams.log.log(message);
-    seams.notifications.postLogEvent("SomeErrorHappen", message);
+    reportError(message);
     seams.alert.tell({"KeepFileError", "KeepFileErrorInfo", "Understand"});
 }
 
-/// Removes the hidden recordings and the halves of copies that were interrupted.
-std::vector<VolumeEntry> VmKeeper::entriesOfFolder() const {
+std::vector<VolumeEntry> VmKeeper::entriesOfFolder() {
     errno = 0;
     std::vector<VolumeEntry> entries = m_controler.seams().volume.list(m_keepFolder);
-    if (const int error = errno; error != 0)
-        reportUnreadable(error);
+    reportUnreadable(errno);
     return entries;
 }
 
-void VmKeeper::reportUnreadable(int error) const {
-    m_controler.seams().log.log("VmKeeper: keep folder cannot be read (" + std::string(std::strerror(error)) +
-                                "): " + m_keepFolder);
+void VmKeeper::reportUnreadable(int error) {
+    if (!std::exchange(m_isFolderUnreadable, error != 0) && error != 0)
+        reportError("VmKeeper: keep folder cannot be read (" + std::string(std::strerror(error)) +
+                    "): " + m_keepFolder);
 }
 
-void VmKeeper::clearFolder() const {
+/// Removes the hidden recordings and the halves of copies that were interrupted.
+void VmKeeper::clearFolder() {
     m_controler.mechanic().deleteDotFileInFolder(m_keepFolder);
     const Seams& seams = m_controler.seams();
     for (const VolumeEntry& entry : entriesOfFolder()) {

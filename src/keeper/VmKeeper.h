@@ -55,7 +55,7 @@ public:
     bool keepOperation() const { return m_keepOperation; }
     void setKeepOperation(bool on);
     const std::string& keepFolder() const { return m_keepFolder; }
-    /// The default folder when `path` is no folder and cannot be made.
+    /// The default folder when `path` is not absolute, or no folder and cannot be made.
     void setKeepFolder(const std::string& path);
     int keepPeriod() const { return m_keepPeriod; } ///< days
     void setKeepPeriod(int days);
@@ -136,6 +136,8 @@ private:
     KeepSpace::Limits limits() const;
     void store(std::string_view key, const std::string& text) const;
     void onMainThread(std::function<void()> call) const;
+    /// Any thread.
+    void reportError(const std::string& message) const;
 
     // Keeping
     void keep(Keeping& keeping);
@@ -147,10 +149,11 @@ private:
     void queueCompression(Compression compression);
     void queueLeftovers();
     void queueLeftoversSoon();
-    void clearFolder() const;
-    /// Those that can be had; the system log tells when that are not all.
-    std::vector<VolumeEntry> entriesOfFolder() const;
-    void reportUnreadable(int error) const;
+    void clearFolder();
+    /// Those that can be had; it is reported when that are not all.
+    std::vector<VolumeEntry> entriesOfFolder();
+    /// Once, until the folder can be read again; 0 is no error.
+    void reportUnreadable(int error);
 
     // Compression thread
     void compressFile(Compression& compression);
@@ -162,8 +165,10 @@ private:
     void completeCheckKeepActionHandle(const std::string& target, const std::string& error);
     void finishCompressed(const std::string& target);
     void learnRatio(const std::string& target);
-    void putBack(const std::string& target);
-    void reportUncompressed(const std::string& why, const std::string& target);
+    bool putBack(const std::string& target);
+    /// Each is in the system log; the first of its kind is told until the next success.
+    void reportUncompressed(const std::string& kind, const std::string& message);
+    void reportLost(const std::string& how, const std::string& target) const;
     void postKeepComplete();
     void setAnimating(bool animating);
 
@@ -191,6 +196,7 @@ private:
     std::set<std::string> m_reportedRecordings;  // each is reported once
     std::string m_keepFault;                     // what was reported, until the next success
     bool m_leftoversAwaited = false;
+    bool m_isFolderUnreadable = false;
     const CompressionProof* m_proof = nullptr; // of the compression in hand; its thread's, as the next
     std::string m_lockedFolder;
     std::string m_compressFault;

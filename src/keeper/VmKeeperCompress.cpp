@@ -42,7 +42,7 @@ bool VmKeeper::compressSampleFile(const std::string& path, const CompressCommand
     const std::string target = Paths::inFolder(m_keepFolder, RecordFolder::bareName(path));
     const FileCopier::Result result = FileCopier(seams.volume).copy(path, target, {.replace = true});
     if (!result.done()) {
-        seams.log.log("VmKeeper: sample cannot be copied: " + result.fault + ": " + path);
+        reportError("VmKeeper: sample cannot be copied: " + result.fault + ": " + path);
         seams.alert.tell({"CheckKeepActionError", "CompressingErrorInfo", "Understand"});
         return false;
     }
@@ -145,12 +145,15 @@ void VmKeeper::compressThreaCompleteHandle(const Notification& notification) {
     SystemLog& log = m_controler.seams().log;
     if (error.empty()) {
         finishCompressed(target);
+    } else if (error == noCompressor) {
+        log.log("File compresser not exist error.");
+        reportUncompressed(error,
+                           "VmKeeper: recording is kept uncompressed, there is no compressor: " + target);
     } else {
-        const std::string line =
-            error == noCompressor ? "File compresser not exist error." : "File compress execute error.";
-        log.log(line);
-        putBack(target);
-        reportUncompressed(line, target);
+        log.log("File compress execute error.");
+        if (putBack(target))
+            reportUncompressed(error,
+                               "VmKeeper: recording is kept uncompressed, the compressor failed: " + target);
     }
     postKeepComplete();
 }
@@ -159,10 +162,9 @@ void VmKeeper::compressThreaCompleteHandle(const Notification& notification) {
 void VmKeeper::finishCompressed(const std::string& target) {
     Volume& volume = m_controler.seams().volume;
     if (const std::string fault = m_proof == nullptr ? std::string() : m_proof->fault(); !fault.empty()) {
-        m_controler.seams().log.log("VmKeeper: the compressor said that it succeeded, but " + fault + ": " +
-                                    target);
-        putBack(target);
-        reportUncompressed("the compressor said that it succeeded, but " + fault, target);
+        if (putBack(target))
+            reportUncompressed("disbelieved",
+                               "VmKeeper: the compressor said that it succeeded, but " + fault + ": " + target);
         return;
     }
     learnRatio(target);
@@ -183,25 +185,39 @@ void VmKeeper::learnRatio(const std::string& target) {
 }
 
 /// A compressor that failed may have removed the recording all the same, and what it left is worth nothing.
-void VmKeeper::putBack(const std::string& target) {
+/// False when the recording is lost.
+bool VmKeeper::putBack(const std::string& target) {
     if (m_proof == nullptr)
-        return;
+        return true;
     if (m_proof->isGone()) {
-        const std::string fault = m_proof->restore();
-        m_controler.seams().log.log(
-            "VmKeeper: the compressor removed the recording, " +
-            (fault.empty() ? "it was put back: " : "and it could not be put back, " + fault + ": ") + target);
+        if (const std::string fault = m_proof->restore(); !fault.empty()) {
+            reportLost("removed the recording, and it could not be put back: " + fault, target);
+            return false;
+        }
+        m_controler.seams().log.log("VmKeeper: the compressor removed the recording, it was put back: " +
+                                    target);
+    }
+    if (m_proof->isWrittenOver()) {
+        reportLost("wrote over the recording", target);
+        return false;
     }
     m_proof->discard();
+    return true;
 }
 
-void VmKeeper::reportUncompressed(const std::string& why, const std::string& target) {
-    if (std::exchange(m_compressFault, why) == why)
+/// Each one is told.
+void VmKeeper::reportLost(const std::string& how, const std::string& target) const {
+    reportError("VmKeeper: the compressor " + how + ": " + target);
+    m_controler.seams().alert.tell({"KeptRecordingLost", "KeptRecordingLostInfo", "Understand"});
+}
+
+void VmKeeper::reportUncompressed(const std::string& kind, const std::string& message) {
+    if (std::exchange(m_compressFault, kind) == kind) {
+        m_controler.seams().log.log(message);
         return;
-    const Seams& seams = m_controler.seams();
-    seams.notifications.postLogEvent("SomeErrorHappen",
-                                     "VmKeeper: recording is kept uncompressed: " + why + ": " + target);
-    seams.alert.tell({"CompressError", "CompressErrorInfo", "Understand"});
+    }
+    reportError(message);
+    m_controler.seams().alert.tell({"CompressError", "CompressErrorInfo", "Understand"});
 }
 
 void VmKeeper::completeCheckKeepActionHandle(const std::string& target, const std::string& error) {

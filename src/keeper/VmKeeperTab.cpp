@@ -11,6 +11,9 @@
 #include "storage/Paths.h"
 #include "storage/Volume.h"
 
+#include <cerrno>
+#include <cstring>
+
 namespace {
 constexpr int keepTabIndex = 3;
 constexpr double bytesPerMegabyte = 1048576.0;
@@ -18,8 +21,7 @@ constexpr double bytesPerMegabyte = 1048576.0;
 
 void VmKeeper::initDataSource() {
     VmTableView& table = m_controler.keepTable();
-    if (const int error = m_dataSource.initWithDirPath(m_keepFolder); error != 0)
-        reportUnreadable(error);
+    reportUnreadable(m_dataSource.initWithDirPath(m_keepFolder));
     if (!table.sortDescriptor().column.empty())
         m_dataSource.sort(table.sortDescriptor());
     if (table.source() != &m_dataSource)
@@ -63,8 +65,10 @@ std::string VmKeeper::selectedFile() const {
 void VmKeeper::actPlayback() {
     const Seams& seams = m_controler.seams();
     const std::string path = selectedFile();
-    if (!path.empty() && !(seams.volume.exists(path) && seams.workspace.openFile(path)))
-        seams.alert.ask({"FileOpenError", "CheckAndRetry", "Understand"});
+    if (path.empty() || (seams.volume.exists(path) && seams.workspace.openFile(path)))
+        return;
+    reportError("VmKeeper: kept file cannot be opened: " + path);
+    seams.alert.ask({"FileOpenError", "CheckAndRetry", "Understand"});
 }
 
 void VmKeeper::actCopy() {
@@ -101,7 +105,7 @@ void VmKeeper::copyOut(Export& wish) {
         FileCopier(m_controler.seams().volume)
             .copy(wish.from, wish.to, {.replace = true, .cancelled = &m_copyCancelled, .progress = progress});
     if (!result.fault.empty())
-        m_controler.seams().log.log("VmKeeper: kept file cannot be exported: " + result.fault + ": " + wish.to);
+        reportError("VmKeeper: kept file cannot be exported: " + result.fault + ": " + wish.to);
     onMainThread([this, result] { copyEnded(result); });
 }
 
@@ -119,9 +123,12 @@ void VmKeeper::actDelete() {
     if (path.empty() ||
         seams.alert.ask({"RemoveCaution", "RemoveInfo", "ExecRemove", "Cancel"}) != AlertAnswer::defaultButton)
         return;
-    if (seams.volume.isLocked(path) || seams.volume.remove(path) != 0)
+    if (const int error = seams.volume.isLocked(path) ? EPERM : seams.volume.remove(path); error != 0) {
+        reportError("VmKeeper: kept file cannot be deleted (" + std::string(std::strerror(error)) +
+                    "): " + path);
         seams.alert.ask({"FileRemoveError", "CheckAndRetry", "Understand"});
-    else
+    } else {
         seams.log.log("VmKeeper: kept file deleted by hand: " + path);
+    }
     renewListAndControl();
 }

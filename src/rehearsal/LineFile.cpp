@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Formatted.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <fcntl.h>
@@ -36,6 +37,7 @@ LineFile::~LineFile() {
 }
 
 void LineFile::write(std::string line) {
+    std::ranges::replace(line, '\n', ' ');
     removePrefix(line, m_prefix);
     line += '\n';
     std::string_view rest = line;

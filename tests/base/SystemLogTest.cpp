@@ -33,6 +33,13 @@ TEST_F(SystemLogTest, writesDateTimeMillisecondsAndLine_inLocalTime) {
     EXPECT_EQ(read(), "2007-10-24 09:30:00.045 VmRecorder: record file create error.\n");
 }
 
+TEST_F(SystemLogTest, writesOneLine_whateverStandsInIt) {
+    const ManualClock clock;
+    DescriptorSystemLog(clock, ends[1]).log("VmKeeper: kept file deleted: a\n1970-01-01 00:00:00.000 lie.bz2");
+    EXPECT_EQ(read(),
+              "1970-01-01 00:00:00.000 VmKeeper: kept file deleted: a 1970-01-01 00:00:00.000 lie.bz2\n");
+}
+
 TEST_F(SystemLogTest, countsMillisecondsForwardBefore1970) {
     const ManualClock clock(QTimeZone::utc(), {-1});
     DescriptorSystemLog(clock, ends[1]).log("");

@@ -90,6 +90,15 @@ TEST_F(KeepSpaceTest, saysNo_whenItHadToDeleteForFreeSpace) {
     EXPECT_EQ(files(), 3u);
 }
 
+TEST_F(KeepSpaceTest, wantsMoreFreeThanItNeeds) {
+    writeHours(2);
+    volume.free = 115.0;
+    EXPECT_TRUE(space.secureKeepSpace({.needFreeKeepSpace = 114.0}));
+    EXPECT_EQ(files(), 2u);
+    EXPECT_FALSE(space.secureKeepSpace({.needFreeKeepSpace = 115.0}));
+    EXPECT_EQ(files(), 1u);
+}
+
 TEST_F(KeepSpaceTest, takesNoMoreThanEnough_whereRoomComesBackLate) {
     writeHours(5);
     volume.free = 100.0;
@@ -110,4 +119,7 @@ TEST_F(KeepSpaceTest, addsUpTheSizesOfAllEntries) {
     write("_Velmoratide_20071001_000000~010000.aif.bz2", 1000);
     write("other", 24);
     EXPECT_EQ(space.totalKeepSpace(), 1024.0);
+    write("large");
+    std::filesystem::resize_file(path("large"), 3'000'000'000); // takes no room
+    EXPECT_EQ(space.totalKeepSpace(), 1024.0 + 2147483647.0);
 }

@@ -82,6 +82,14 @@ public:
                 return notification.object == "SomeErrorHappen";
             }));
     }
+    /// One line of the system log for each, with the same text.
+    void expectEachErrorIsLogged() const {
+        for (const Notification& notification : posts("VmLogEventNotification"))
+            if (notification.object == "SomeErrorHappen") {
+                const std::string& message = notification.userInfo.at("ErrorMessageString");
+                EXPECT_TRUE(logged(message)) << message;
+            }
+    }
     std::size_t alerts(const std::string& message, const std::string& informative) const {
         return static_cast<std::size_t>(
             std::ranges::count_if(desk.alert.shown(), [&](const ScriptedAlert::Shown& shown) {

@@ -77,6 +77,16 @@ TEST(VmKeepList, keepsAnEditedCellInMemoryOnly) {
     duty.list().setCell(0, "RecordDate", "yesterday");
     EXPECT_EQ(duty.list().cell(0, "RecordDate"), "yesterday");
     EXPECT_TRUE(duty.exists(duty.kept(early)));
+    duty.list().setCell(0, "FileSize", "700");
+    EXPECT_EQ(duty.list().fileSizeAtRow(0), 700.0);
+    EXPECT_EQ(duty.list().totalSize(), 1000.0);
+    duty.list().setCell(0, "FileSize", "much");
+    EXPECT_EQ(duty.list().fileSizeAtRow(0), 0.0);
+    duty.list().setCell(0, "RecordTime", "1:02'05\"");
+    EXPECT_EQ(duty.list().spendTimeAtRow(0), 3725.0);
+    duty.keeper().renewListAndControl();
+    EXPECT_EQ(duty.list().fileSizeAtRow(0), 2000.0);
+    EXPECT_EQ(duty.list().spendTimeAtRow(0), 20.0);
 }
 
 TEST(VmKeepList, isSortedByAPressOnAHead_andKeepsTheSelection) {
@@ -124,6 +134,22 @@ TEST(VmKeeperTab, isRebuiltWhileACompressionRuns_andAtItsEnd) {
     EXPECT_EQ(duty.keeper().totalFilesText().text(), std::to_string(before + 1));
 }
 
+TEST(VmKeeperTab, saysOnceThatTheFolderCannotBeRead_untilItCan) {
+    ListedDuty duty;
+    for (const std::size_t times : {1U, 2U}) {
+        std::filesystem::rename(duty.keepFolder(), duty.keepFolder() + "-away");
+        duty.keeper().renewListAndControl();
+        duty.keeper().renewListAndControl();
+        EXPECT_EQ(duty.list().numberOfRows(), 0);
+        EXPECT_EQ(duty.lines("VmKeeper: keep folder cannot be read (No such file or directory): "), times);
+        EXPECT_EQ(duty.errors(), times);
+        std::filesystem::rename(duty.keepFolder() + "-away", duty.keepFolder());
+        duty.keeper().renewListAndControl();
+        EXPECT_EQ(duty.list().numberOfRows(), 2);
+    }
+    duty.expectEachErrorIsLogged();
+}
+
 TEST(VmKeeperTab, enablesItsMenuOnlyWhileItIsShown) {
     ListedDuty duty;
     EXPECT_TRUE(duty.keeper().validateMenuItem());
@@ -140,6 +166,9 @@ TEST(VmKeeperTab, opensAFileWithTheDesktopsProgram) {
     duty.desk.workspace.setWorking(false);
     duty.keeper().actPlayback();
     EXPECT_EQ(duty.alerts("FileOpenError", "CheckAndRetry"), 1u);
+    EXPECT_EQ(duty.errors(), 1u);
+    EXPECT_TRUE(duty.logged("VmKeeper: kept file cannot be opened: " + duty.kept(late)));
+    duty.expectEachErrorIsLogged();
 }
 
 TEST(VmKeeperTab, exportsACopy) {
@@ -148,7 +177,9 @@ TEST(VmKeeperTab, exportsACopy) {
     duty.desk.savePanel.answerNext(duty.desk.folder + "/exported.bz2");
     duty.keeper().copyButton().press(true);
     EXPECT_TRUE(duty.keeper().cancelCopyButton().enabled());
+    EXPECT_FALSE(duty.keeper().copyButton().enabled());
     duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.keeper().copyButton().enabled());
     EXPECT_EQ(duty.desk.savePanel.lastRequest().titleKey, "ExportFileTitle");
     EXPECT_EQ(duty.desk.savePanel.lastRequest().promptKey, "Export");
     EXPECT_EQ(duty.desk.savePanel.lastRequest().suggestedName, early);
@@ -177,6 +208,9 @@ TEST(VmKeeperTab, saysThatAnExportFailed) {
     duty.keeper().actCopy();
     duty.desk.runFor(1.0);
     EXPECT_EQ(duty.alerts("FileCopyError", "CheckAndRetry"), 1u);
+    EXPECT_EQ(duty.lines("VmKeeper: kept file cannot be exported: "), 1u);
+    EXPECT_EQ(duty.errors(), 1u);
+    duty.expectEachErrorIsLogged();
 }
 
 TEST(VmKeeperTab, deletesAfterAsking) {
@@ -201,4 +235,8 @@ TEST(VmKeeperTab, saysThatALockedFileStays) {
     duty.keeper().actDelete();
     EXPECT_TRUE(duty.exists(duty.kept(early)));
     EXPECT_EQ(duty.alerts("FileRemoveError", "CheckAndRetry"), 1u);
+    EXPECT_TRUE(
+        duty.logged("VmKeeper: kept file cannot be deleted (Operation not permitted): " + duty.kept(early)));
+    EXPECT_EQ(duty.errors(), 1u);
+    duty.expectEachErrorIsLogged();
 }

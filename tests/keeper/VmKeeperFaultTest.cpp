@@ -26,6 +26,7 @@ public:
         EXPECT_TRUE(textOf(kept(morningName)) == sound);
         EXPECT_FALSE(exists(kept(morningName) + ".z"));
         EXPECT_EQ(errors(), 1u);
+        expectEachErrorIsLogged();
         EXPECT_EQ(alerts("CompressError", "CompressErrorInfo"), 1u);
         EXPECT_EQ(posts("DataKeepCompleteNotification").size(), 1u);
         EXPECT_FALSE(keeper().isCompressing());
@@ -87,6 +88,47 @@ TEST(VmKeeperFault, putsBackWhatALyingCompressorRemoved) {
     FaultyDuty duty("rm \"$1\"");
     duty.expectKeptUncompressed();
     EXPECT_EQ(duty.lines("said that it succeeded, but it left no compressed file"), 1u);
+}
+
+TEST(VmKeeperFault, putsBackWhatACompressorReplaced) {
+    FaultyDuty duty("gzip -c \"$1\" > \"$1.new\" && mv \"$1.new\" \"$1\"");
+    duty.expectKeptUncompressed();
+    EXPECT_EQ(duty.lines("the compressor removed the recording, it was put back"), 1u);
+}
+
+TEST(VmKeeperFault, putsBackWhatWentWithItsFolder) {
+    FaultyDuty duty("rm -r \"$(dirname \"$1\")\"");
+    duty.expectKeptUncompressed();
+}
+
+TEST(VmKeeperFault, saysOfEachRecordingThatItIsLost) {
+    FaultyDuty duty(": > \"$1\"; echo half > \"$1.z\"; exit 1");
+    duty.record(noonName);
+    duty.keepOne();
+    EXPECT_EQ(duty.lines("VmKeeper: the compressor wrote over the recording: "), 2u);
+    EXPECT_EQ(duty.errors(), 2u);
+    duty.expectEachErrorIsLogged();
+    EXPECT_EQ(duty.alerts("KeptRecordingLost", "KeptRecordingLostInfo"), 2u);
+    EXPECT_EQ(duty.alerts("CompressError", "CompressErrorInfo"), 0u);
+    EXPECT_TRUE(duty.exists(duty.kept(morningName) + ".z")) << "there may be sound in it";
+}
+
+TEST(VmKeeperFault, saysThatARecordingIsLost_whichCannotBePutBack) {
+    FaultyDuty duty("rm \"$1\"; mkdir \"$1\"");
+    EXPECT_EQ(duty.lines("VmKeeper: the compressor removed the recording, and it could not be put back: "
+                         "the name is taken (File exists): " +
+                         duty.kept(morningName)),
+              1u);
+    EXPECT_EQ(duty.errors(), 1u);
+    EXPECT_EQ(duty.alerts("KeptRecordingLost", "KeptRecordingLostInfo"), 1u);
+    EXPECT_EQ(duty.posts("DataKeepCompleteNotification").size(), 1u);
+}
+
+TEST(VmKeeperFault, believesTheLargestOfSeveralFiles) {
+    FaultyDuty duty("cp \"$1\" \"$1.z\"; md5sum \"$1\" > \"$1.md5\"");
+    EXPECT_EQ(duty.errors(), 0u);
+    EXPECT_FALSE(duty.exists(duty.kept(morningName)));
+    EXPECT_TRUE(duty.textOf(duty.kept(morningName) + ".z") == duty.sound);
 }
 
 TEST(VmKeeperFault, believesNoCompressorThatDidNothing) {
@@ -275,6 +317,24 @@ TEST(VmKeeperCheck, measuresTheRatioOfTheSample) {
     EXPECT_TRUE(std::filesystem::is_empty(duty.keepFolder()));
     EXPECT_FLOAT_EQ(duty.keeper().compressRatio(), 0.66F) << "the person decides";
     EXPECT_FALSE(duty.keeper().keepOperation());
+}
+
+TEST(VmKeeperCheck, showsWhatTheCompressorPrints_whateverTheSettingSays) {
+    KeepingDesk duty; // the command's error output is not shown
+    duty.launch();
+    const std::string copy = duty.recorded("Blow.aiff.test");
+    duty.write(copy, std::string(1000, 'x'));
+    duty.record(morningName);
+    testing::internal::CaptureStderr();
+    duty.useCompressor("echo heard >&2; exec gzip -f \"$1\"");
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("heard"), std::string::npos);
+    testing::internal::CaptureStderr();
+    duty.keeper().compressSampleFile(copy, {duty.keeper().commandPath(), "%@"});
+    duty.desk.runFor(1.0);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("heard"), std::string::npos);
+    EXPECT_FALSE(duty.keeper().monitorCommand());
 }
 
 TEST(VmKeeperCheck, saysWhatIsWrongWithTheCompressor) {

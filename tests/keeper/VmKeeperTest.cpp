@@ -166,6 +166,29 @@ TEST(VmKeeper, isNoLongerCompressing_whenItSaysThatItIsComplete) {
     EXPECT_FALSE(duty.keeper().isCompressing());
 }
 
+TEST(VmKeeper, showsThatItCompresses) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.useCompressor(moves);
+    std::vector<bool> shown;
+    Indicator& indicator = duty.keeper().compressIndicator();
+    indicator.observe([&] { shown.push_back(indicator.isAnimating()); });
+    duty.record(morningName);
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_EQ(shown, (std::vector<bool>{true, false}));
+}
+
+TEST(VmKeeper, tellsTheExitStatusOfACommand) {
+    KeepingDesk duty;
+    duty.launch();
+    EXPECT_EQ(duty.keeper().execTaskWithPath("/bin/sh", {"-c", "exit 7"}), 7);
+    EXPECT_EQ(duty.keeper().execTaskWithPath("/bin/true", {}), 0);
+    EXPECT_EQ(duty.lines("Task create error."), 0u);
+    EXPECT_EQ(duty.keeper().execTaskWithPath("/nowhere/compressor", {}), -1);
+    EXPECT_EQ(duty.lines("Task create error."), 1u);
+}
+
 // The ratio
 
 TEST(VmKeeper, learnsARunningMeanOfTheRatio) {
@@ -195,6 +218,42 @@ TEST(VmKeeper, learnsNothing_whereTheCompressorRemovedTheCopy) {
     duty.write(duty.kept(morningName) + ".bz2", std::string(500, 'x'));
     duty.desk.notifications.post({"CompressCompleteNotification", duty.kept(morningName), {}});
     EXPECT_FLOAT_EQ(duty.keeper().compressRatio(), 0.66F);
+}
+
+TEST(VmKeeper, takesTheDefaultRatio_forAStoredOneThatMakesNoSense) {
+    for (const double stored : {0.0, -0.5, 1e300}) {
+        KeepingDesk duty(Settings{{"CompressRatio", stored}});
+        duty.launch();
+        EXPECT_FLOAT_EQ(duty.keeper().compressRatio(), 0.66F) << stored;
+    }
+}
+
+// Room
+
+TEST(VmKeeper, needsRoomForARecordingOfFullLength_compressed) {
+    KeepingDesk duty(Settings{
+        {"SamplingRateNumber", 1}, {"ChannelsNumber", 2}, {"MaxRecordTime", 7200.0}, {"CompressRatio", 0.5}});
+    duty.launch();
+    EXPECT_DOUBLE_EQ(duty.keeper().needFreeKeepSpace(), 0.5 * 7200.0 * 22050.0 * 2 * 2);
+    duty.recorder().setChannels(1);
+    duty.keeper().setCompressRatio(0.25F);
+    EXPECT_DOUBLE_EQ(duty.keeper().needFreeKeepSpace(), 0.25 * 7200.0 * 22050.0 * 2);
+}
+
+TEST(VmKeeper, countsFoldersBelowForTheDataAlone) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.write(duty.kept(morningName) + ".bz2", std::string(1000, 'x'));
+    const double bare = duty.keeper().totalKeepSpace();
+    const double data = duty.keeper().totalDataSize();
+    duty.write(duty.kept("below/") + noonName + ".bz2", std::string(500, 'x'));
+    std::filesystem::remove(duty.kept("below/") + noonName + ".bz2");
+    const double withFolder = duty.keeper().totalDataSize();
+    duty.write(duty.kept("below/") + noonName + ".bz2", std::string(500, 'x'));
+    EXPECT_GE(bare, 1000.0);
+    EXPECT_GE(data, 1000.0);
+    EXPECT_EQ(duty.keeper().totalDataSize() - withFolder, 500.0);
+    EXPECT_EQ(duty.keeper().totalKeepTime(), 2700.0);
 }
 
 // Settings
@@ -237,6 +296,21 @@ TEST(VmKeeper, storesEachSettingAtOnce) {
     EXPECT_TRUE(duty.exists(duty.desk.folder + "/elsewhere"));
 }
 
+TEST(VmKeeper, keepsAtOnceInAnotherFolder_whatTheFirstDidNotTake) {
+    KeepingDesk duty;
+    duty.launch();
+    duty.record(morningName);
+    std::filesystem::remove(duty.keepFolder());
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_TRUE(duty.exists(duty.recorded(morningName)));
+    duty.keeper().setKeepFolder(duty.desk.folder + "/other");
+    duty.mechanic().deleteOlderFile();
+    duty.desk.runFor(1.0);
+    EXPECT_FALSE(duty.exists(duty.recorded(morningName)));
+    EXPECT_TRUE(duty.exists(duty.desk.folder + "/other/" + morningName + ".bz2"));
+}
+
 TEST(VmKeeper, takesTheDefaultFolder_whereTheOtherCannotBeMade) {
     KeepingDesk duty;
     duty.launch();
@@ -244,11 +318,18 @@ TEST(VmKeeper, takesTheDefaultFolder_whereTheOtherCannotBeMade) {
     const std::string home = before == nullptr ? "" : before;
     setenv("HOME", duty.desk.folder.c_str(), 1);
     duty.write(duty.desk.folder + "/a file", "");
-    duty.keeper().setKeepFolder(duty.desk.folder + "/a file/below");
+    for (const std::string& path : {duty.desk.folder + "/a file/below", std::string("below"), std::string()}) {
+        duty.keeper().setKeepFolder(duty.desk.folder + "/preserve");
+        duty.keeper().setKeepFolder(path);
+        EXPECT_EQ(duty.keeper().keepFolder(), duty.desk.folder + "/Documents/VelmoratidePreserve") << path;
+        EXPECT_EQ(duty.desk.defaults.stringForKey("KeepFileKeepFolder"), duty.keeper().keepFolder());
+    }
     setenv("HOME", home.c_str(), 1);
-    EXPECT_EQ(duty.keeper().keepFolder(), duty.desk.folder + "/Documents/VelmoratidePreserve");
     EXPECT_TRUE(duty.exists(duty.keeper().keepFolder()));
-    EXPECT_TRUE(duty.logged("Keep folder is changed to default"));
+    EXPECT_FALSE(duty.exists("below"));
+    EXPECT_EQ(duty.lines("Keep folder is changed to default"), 3u);
+    EXPECT_EQ(duty.errors(), 3u);
+    duty.expectEachErrorIsLogged();
 }
 
 TEST(VmKeeper, neverTakesAPeriodWhoseSecondsOverflow) {

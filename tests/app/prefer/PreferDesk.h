@@ -16,12 +16,12 @@ inline SimulatedDevice secondOutput() {
     return device;
 }
 
-/// A slow input, so that minutes take no time, and two outputs.
+/// An input of two rates, and two outputs.
 class PreferDesk : public Desk {
 public:
     using Settings = std::vector<RehearsalDesk::Setting>;
-    explicit PreferDesk(const Settings& settings = {})
-        : Desk(settings, {slow(countingInput()), deskOutput(), secondOutput()}, preferMorning) {
+    explicit PreferDesk(const Settings& settings = {}, const std::vector<SimulatedDevice>& more = {})
+        : Desk(settings, devicesWith(more), preferMorning) {
         desk.texts = Texts::forLanguage("en");
         desk.volume.limitRoom(folder.path(), {});
         desk.launch();
@@ -46,8 +46,11 @@ public:
     QJsonValue stored(const char* key) const { return desk.defaults.valueForKey(key); }
 
 private:
-    static SimulatedDevice slow(SimulatedDevice device) {
-        device.rates = {44100.0, 96000.0};
-        return device;
+    static std::vector<SimulatedDevice> devicesWith(const std::vector<SimulatedDevice>& more) {
+        std::vector<SimulatedDevice> devices = {countingInput(), deskOutput(), secondOutput()};
+        for (SimulatedDevice& device : devices)
+            device.rates = {44100.0, 96000.0};
+        devices.insert(devices.end(), more.begin(), more.end());
+        return devices;
     }
 };
