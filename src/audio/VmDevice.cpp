@@ -13,6 +13,7 @@
 #include "library/VmPlayer.h"
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
+#include "schedule/VmReserveList.h"
 
 #include <algorithm>
 
@@ -362,4 +363,5 @@ void VmDevice::deviceListChanged() {
         followList(m_play, AudioDirection::output);
     else if (playSourceCount() > 0)
         setPlaySource(checkPlaySource(m_controler.seams().defaults.integerForKey("PlaybackSourceDevice")));
+    m_controler.reservelist().sourcesChanged(); // an entry's own input may be back
 }

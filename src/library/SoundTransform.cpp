@@ -32,7 +32,10 @@ unsigned SoundTransform::transformSoundData(const std::int16_t* samples, float* 
 }
 
 unsigned SoundTransform::floats(std::int64_t size, double ratio, int channels) {
-    return limitOf(size, ratio, channels) & ~1U;
+    // A quotient that ought to be whole may come out a little less: a frame would be left out at every read.
+    constexpr double rounding = 1e-9;
+    const double exact = static_cast<double>(size / 2 * (2 / channels)) / ratio;
+    return static_cast<unsigned>(exact + rounding) & ~1U;
 }
 
 ReadPlan ReadPlan::make(float sampleRate, int channels, double deviceRate) {

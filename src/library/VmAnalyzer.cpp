@@ -120,7 +120,9 @@ void VmAnalyzer::erasePositionLine() {
     if (m_saveImage.isNull() || image.isNull())
         return;
     QPainter(&image).drawImage(m_savePoint, 0, m_saveImage);
-    m_saveImage = QImage(); // what lies there may be marked from now on, and must not come back
+    m_waveView.renewMark(m_savePoint); // the range may have come or gone under the line
+    m_saveImage = QImage();
+    m_savePoint = -1;
     m_waveView.setNeedsDisplay();
 }
 

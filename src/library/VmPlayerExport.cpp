@@ -141,7 +141,8 @@ void VmPlayerFiles::copyEnded(const SoundFileCopier::Order& order, const SoundFi
 }
 
 void VmPlayerFiles::copyFailed(const SoundFileCopier::Order& order, int error) {
-    const bool isOther = error != EINVAL && error != EPERM && error != EISDIR && error != EEXIST;
+    const bool isOther =
+        error != EINVAL && error != EPERM && error != EISDIR && error != EEXIST && error != ENAMETOOLONG;
     m_controler.seams().alert.tell(
         {"FileCopyError", isOther ? "CheckAndRetry" : "ChooseOtherName", "Understand"});
     m_controler.seams().log.log("VmPlayer: " + order.destination + ": " + std::strerror(error));

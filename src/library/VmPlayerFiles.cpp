@@ -163,6 +163,7 @@ void VmPlayerFiles::actDelete() {
     // A lock that is made of permissions alone would not keep the system from removing the file.
     if (m_mechanic.isLockedFile(name) || seams.volume.remove(path) != 0) {
         seams.alert.tell({"FileRemoveError", "CheckAndRetry", "Understand"});
+        m_host.reopen(); // it stays selected, and can be played as before
         return;
     }
     m_list.renewRow(name);

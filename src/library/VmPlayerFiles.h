@@ -25,6 +25,8 @@ public:
     /// What the player does for its work.
     struct Host {
         std::function<void()> stopPlayback;
+        /// Opens the selected recording again, if it is still there.
+        std::function<void()> reopen;
         std::function<void()> renewListAndControl;
         std::function<Selection()> selection;
         /// Removes the waveform picture of a sound file; returns the picture's path.

@@ -35,10 +35,12 @@ void VmPlayer::awakeList() {
     m_observations.push_back(center.observe(
         VmSelectRangeDrag_Notification, [this](const Notification& change) { dispSelectedRangeText(change); }));
     m_observations.push_back(center.observe(VmSelectRangeEnd_Notification, [this](const Notification& change) {
+        m_controler.analyzer().erasePositionLine(); // with Shift it was still there, under the mark
         redrawPositionLine();
         dispSelectedRangeText(change);
     }));
     m_observations.push_back(center.observe(VmSelectRangeRelease_Notification, [this](const Notification&) {
+        m_controler.analyzer().erasePositionLine();
         redrawPositionLine();
         clearSelectRangeText();
     }));
@@ -56,6 +58,12 @@ void VmPlayer::awakeList() {
 
 VmPlayerFiles::Host VmPlayer::filesHost() {
     return {.stopPlayback = [this] { stopPlayback(); },
+            .reopen =
+                [this] {
+                    if (m_controler.seams().volume.exists(presentPath()))
+                        openFile(presentPath());
+                    dispRecordTime();
+                },
             .renewListAndControl = [this] { renewListAndControl(); },
             .selection =
                 [this] {

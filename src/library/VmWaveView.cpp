@@ -51,7 +51,7 @@ void VmWaveView::setImage(const QImage& image) {
     m_progress.reset();
     m_copyImage = image.convertToFormat(QImage::Format_RGB32);
     m_shownImage = m_copyImage;
-    markSelectedRange(m_mouseIsDown && !m_shiftKey ? draggedRange() : m_selectedRange);
+    markSelectedRange(markedRange());
     changed();
 }
 
@@ -78,26 +78,42 @@ WaveRange VmWaveView::rangeFrom(unsigned from, unsigned to) {
 void VmWaveView::markSelectedRange(WaveRange range) {
     if (range.length == 0 || m_shownImage.isNull())
         return;
+    paintMark(range);
+    changed();
+}
+
+void VmWaveView::paintMark(WaveRange range) {
     QPainter painter(&m_shownImage);
     painter.setCompositionMode(QPainter::CompositionMode_Plus);
     painter.fillRect(rectangleOf(range, m_shownImage), overlayColor);
-    painter.end();
-    changed();
 }
 
 void VmWaveView::releaseSelectedRange(WaveRange range) {
     if (range.length == 0 || m_shownImage.isNull())
         return;
+    paintUnmarked(range);
+    changed();
+}
+
+void VmWaveView::paintUnmarked(WaveRange range) {
     const QRect rectangle = rectangleOf(range, m_shownImage);
     QPainter painter(&m_shownImage);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.drawImage(rectangle.topLeft(), m_copyImage, rectangle);
-    painter.end();
-    changed();
 }
 
 void VmWaveView::releaseLastSelect() {
     releaseSelectedRange(m_selectedRange);
+}
+
+void VmWaveView::renewMark(int x) {
+    if (x < 0 || x >= m_shownImage.width())
+        return;
+    const auto column = static_cast<unsigned>(x);
+    const WaveRange marked = markedRange();
+    paintUnmarked({column, 1});
+    if (column >= marked.location && column < marked.end())
+        paintMark({column, 1});
 }
 
 void VmWaveView::clearSelectedRange() {
@@ -201,6 +217,11 @@ void VmWaveView::mouseUp() {
     const WaveRange range = draggedRange();
     setSelectedRange(range);
     post(range.length != 0 ? VmSelectRangeEnd_Notification : VmSelectRangeRelease_Notification, range);
+}
+
+/// What carries the mark now.
+WaveRange VmWaveView::markedRange() const {
+    return m_mouseIsDown && !m_shiftKey ? draggedRange() : m_selectedRange;
 }
 
 WaveRange VmWaveView::draggedRange() const {

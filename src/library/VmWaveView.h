@@ -65,6 +65,9 @@ public:
     void markSelectedRange(WaveRange range);
     void releaseSelectedRange(WaveRange range);
     void releaseLastSelect();
+    /// Repaints the column of points at `x` from the unmarked copy, marked if it lies in the range. It shows at
+    /// the next `setNeedsDisplay`.
+    void renewMark(int x);
     /// Takes the selection away, its mark too, and posts the release notification without user info.
     void clearSelectedRange();
     bool selectEnabled() const { return m_selectEnabled; }
@@ -89,6 +92,9 @@ private:
     bool beginDrag(int x);
     bool continueDrag(int x);
     WaveRange draggedRange() const;
+    WaveRange markedRange() const;
+    void paintMark(WaveRange range);
+    void paintUnmarked(WaveRange range);
     void post(std::string_view name, WaveRange range) const;
 
     NotificationCenter& m_notifications;

@@ -94,8 +94,8 @@ void VmReserveList::saveUserDefaults() {
     QJsonArray list;
     for (std::size_t index = 0; index < m_timers.size(); ++index) {
         QJsonArray values = m_timers[index].valueArray();
-        if (!m_renewFlags[index])
-            values[deviceIndex] = m_lastTimers[index].device();
+        // What stands in for a source that is missing at present is nobody's choice.
+        values[deviceIndex] = m_lastTimers[index].device();
         list.append(values);
     }
     m_controler.seams().defaults.set(timerListKey, list);
@@ -104,6 +104,8 @@ void VmReserveList::saveUserDefaults() {
 
 void VmReserveList::insert(VmReserverElement element, int row) {
     const std::ptrdiff_t at = hasRow(row) ? row : std::ssize(m_timers);
+    if (const int source = m_controler.devicer().checkRecordSource(element.device()); source >= 0)
+        element.setDevice(source);
     m_lastTimers.insert(m_lastTimers.begin() + at, element);
     m_renewFlags.insert(m_renewFlags.begin() + at, true);
     m_timers.insert(m_timers.begin() + at, std::move(element));
@@ -125,6 +127,8 @@ void VmReserveList::replace(int row, VmReserverElement element) {
     if (!hasRow(row))
         return;
     const auto index = static_cast<std::size_t>(row);
+    if (element.device() >= 0) // without any source there was none to choose
+        m_lastTimers[index].setDevice(element.device());
     m_timers[index] = std::move(element);
     m_renewFlags[index] = true;
     initReserveList();
@@ -133,6 +137,10 @@ void VmReserveList::replace(int row, VmReserverElement element) {
 
 void VmReserveList::changed() {
     saveUserDefaults(); // a timetable must not be lost with a duty of days
+    postChanged();
+}
+
+void VmReserveList::postChanged() const {
     m_controler.seams().notifications.post({std::string(VmReserveListChanged_Notification), {}, {}});
 }
 
@@ -209,7 +217,15 @@ void VmReserveList::setObjectValue(std::string_view key, int row, std::string te
 }
 
 void VmReserveList::initReserveList() {
+    // From the source that was chosen, not from what stood in for it: it may be back.
+    for (std::size_t index = 0; index < m_timers.size(); ++index)
+        m_timers[index].setDevice(m_lastTimers[index].device());
     m_reserveList = initWithTimers(m_timers);
+}
+
+void VmReserveList::sourcesChanged() {
+    initReserveList();
+    postChanged();
 }
 
 std::vector<ReserveRow> VmReserveList::initWithTimers(std::vector<VmReserverElement>& timers) const {
@@ -250,8 +266,12 @@ void VmReserveList::sortDescriptorsDidChange(const std::vector<SortDescriptor>& 
 }
 
 void VmReserveList::sortTimers() {
-    for (std::size_t index = 0; index < m_timers.size(); ++index)
-        m_timers[index] = elementFromRow(m_reserveList[index], m_timers[index]);
+    for (std::size_t index = 0; index < m_timers.size(); ++index) {
+        VmReserverElement element = elementFromRow(m_reserveList[index], m_timers[index]);
+        if (element.device() != m_timers[index].device()) // another source was written into its cell
+            m_lastTimers[index].setDevice(element.device());
+        m_timers[index] = std::move(element);
+    }
 }
 
 int VmReserveList::sourceOfRow(const ReserveRow& row, int former) const {

@@ -13,7 +13,7 @@
 class UserDefaults;
 class VmControler;
 
-/// Posted after every change of the entries or of their order.
+/// Posted after every change of the entries, of their order, or of the sources that there are.
 inline constexpr std::string_view VmReserveListChanged_Notification = "VmReserveListChanged_Notification";
 
 /// Holds the entries in their order and shows them as rows.
@@ -31,14 +31,13 @@ public:
     static void registerDefaults(UserDefaults& defaults);
     /// Loads the entries. One that cannot be read is reported and left out. Needs the record sources.
     void awake();
-    /// An entry that was not edited in this run keeps the source that was stored: a substitute for a missing
-    /// one is not written.
+    /// An entry keeps the source that was chosen for it: what stands in for a missing one is not written.
     void saveUserDefaults();
 
     const std::vector<VmReserverElement>& timers() const { return m_timers; }
     /// Per entry: whether it was made or edited in this run.
     const std::vector<bool>& renewFlags() const { return m_renewFlags; }
-    /// Per entry: as it was loaded or inserted.
+    /// Per entry: as it was loaded or inserted, with the source that was last chosen for it.
     const std::vector<VmReserverElement>& lastTimers() const { return m_lastTimers; }
 
     // Changes; each is stored and posted
@@ -69,8 +68,10 @@ public:
     std::string objectValue(std::string_view key, int row) const;
     /// Stores an edited cell in its row.
     void setObjectValue(std::string_view key, int row, std::string text);
-    /// Builds the rows anew; an entry whose source is missing gets one that is there.
+    /// Builds the rows anew; an entry whose source is missing gets one that is there, until its own is back.
     void initReserveList();
+    /// Inputs came or went.
+    void sourcesChanged();
     /// Sorts the rows by the first of `descriptors`, equal ones by the next, and the entries with them.
     void sortDescriptorsDidChange(const std::vector<SortDescriptor>& descriptors);
 
@@ -88,6 +89,7 @@ private:
     /// The rate of source `device` that is nearest to the row's.
     int sampleOfRow(const ReserveRow& row, int device, int former) const;
     void changed();
+    void postChanged() const;
 
     VmControler& m_controler;
     std::vector<ReserveRow> m_reserveList;

@@ -104,8 +104,14 @@ void VmReserver::actInsertTimer() {
 }
 
 void VmReserver::actCopyTimer() {
-    if (const VmReserverElement* selected = elementAtIndex(m_selectedRow))
-        insertElement(std::move(*selected->clone()));
+    const VmReserverElement* const selected = elementAtIndex(m_selectedRow);
+    if (selected == nullptr)
+        return;
+    VmReserverElement copy = *selected->clone();
+    if (copy.device() < 0) // there is no source at present
+        copy.setDevice(
+            m_controler.reservelist().lastTimers()[static_cast<std::size_t>(m_selectedRow)].device());
+    insertElement(std::move(copy));
 }
 
 void VmReserver::actDeleteTimer() {

@@ -34,6 +34,8 @@ std::string SoundFileNames::finalName(std::string_view leading, std::string_view
 }
 
 std::string SoundFileNames::freeName(std::string name, const std::function<bool(const std::string&)>& exists) {
+    if (name.size() > longestName) // no file has it
+        return name;
     const std::size_t end = std::min(dotOf(name), name.size());
     for (std::string free = name; free.size() <= longestName; free.insert(end, 1, '+'))
         if (!exists(free))

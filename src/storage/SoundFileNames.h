@@ -22,7 +22,7 @@ struct SoundFileNames {
                                  std::optional<std::string_view> extension);
     static constexpr std::size_t longestName = 255; ///< that a folder takes
     /// `name` with as many "+" before its extension as it takes until `exists` denies it; with one "+" and a
-    /// number where that many would make it too long.
+    /// number where that many would make it too long. A name that is too long itself stays as it is.
     static std::string freeName(std::string name, const std::function<bool(const std::string&)>& exists);
     /// A recording's name, visible or hidden. A name made free by a "+" is none.
     static bool isSoundFile(std::string_view name);

@@ -68,6 +68,20 @@ TEST(SoundTransform, stepsThroughStereoSampleBySample) {
         EXPECT_EQ(floats[i], static_cast<float>(expected[i]) * scale) << i;
 }
 
+TEST(SoundTransform, leavesNoFrameOut_whereTheRatioOfTheRatesIsNoRoundNumber) {
+    // Two seconds each; 96000 / (48000 / 44100) comes out a little below 88200.
+    for (const double rate : {8000.0, 11025.0, 22050.0, 32000.0, 48000.0, 96000.0})
+        for (const double device : {8000.0, 44100.0, 48000.0, 96000.0, 192000.0}) {
+            const auto size = static_cast<std::int64_t>(rate * 4);
+            const unsigned floats = SoundTransform::floats(size, rate / device, 1);
+            EXPECT_EQ(floats, static_cast<unsigned>(device * 4)) << rate << " on " << device;
+            std::vector<std::int16_t> samples(static_cast<std::size_t>(size / 2) + 1);
+            std::vector<float> to(floats + 2);
+            EXPECT_GE(SoundTransform::transformSoundData(samples.data(), to.data(), size, rate / device, 1),
+                      floats);
+        }
+}
+
 TEST(SoundTransform, scalesTheWholeRangeOfSamples) {
     const std::vector<std::int16_t> samples = {-32768, 32767, 0};
     std::vector<float> floats(4);

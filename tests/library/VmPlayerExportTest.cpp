@@ -89,6 +89,17 @@ TEST_F(VmPlayerExportTest, refusesToExportOntoTheRecordingItself) {
     EXPECT_FALSE(files.has(".VelmoratideTempFile"));
 }
 
+TEST_F(VmPlayerExportTest, asksForAnotherName_whenTheDateMakesItTooLong) {
+    const std::string longest = std::string(251, 'x') + ".aif";
+    exportTo(out(longest), {true, false});
+    EXPECT_EQ(alert(), "FileCopyError ChooseOtherName Understand");
+    EXPECT_TRUE(desk.logged("VmPlayer: " + out(std::string(251, 'x')) +
+                            "_20071024_093000~094000.aif: File name too long"));
+    EXPECT_TRUE(outside.names().empty());
+    exportTo(out(longest));
+    EXPECT_EQ(outside.names(), Names{longest});
+}
+
 TEST_F(VmPlayerExportTest, saysThatTheDiskIsFull_andLeavesNothing) {
     outside.write("x.aif", "old");
     desk.desk.volume.setWriteError(true);

@@ -153,6 +153,17 @@ TEST_F(VmPlayerFilesTest, deletesNoLockedFile) {
     EXPECT_FALSE(desk.happened("SoundFileDelete"));
 }
 
+TEST_F(VmPlayerFilesTest, canPlayTheRecordingAsBefore_whenItCouldNotBeDeleted) {
+    ASSERT_EQ(FileLock::setLocked(files / name, true), 0);
+    play();
+    controls().deleteButton().press(true);
+    EXPECT_FALSE(player->playButton().isOn());
+    EXPECT_EQ(player->selectedName(), name);
+    EXPECT_TRUE(player->isOpen());
+    EXPECT_EQ(player->positionText().text(), "09:30:00");
+    play();
+}
+
 TEST_F(VmPlayerFilesTest, saysThatAFileIsGoneAlready) {
     std::filesystem::remove(files / name);
     controls().deleteButton().press(true);

@@ -32,6 +32,11 @@ TEST(SoundFileNames, putsAPlusBeforeTheExtension_whileTheNameIsTaken) {
     EXPECT_EQ(SoundFileNames::freeName(".Velmoratide_x", exists), ".Velmoratide_x+");
 }
 
+TEST(SoundFileNames, leavesANameAlone_thatNoFileCanHave) {
+    const std::string tooLong = std::string(252, 'x') + ".aif";
+    EXPECT_EQ(SoundFileNames::freeName(tooLong, [](const std::string&) { return false; }), tooLong);
+}
+
 TEST(SoundFileNames, putsANumberBehindThePlus_whenSoManyPlusesWouldBeTooLong) {
     std::set<std::string> taken;
     const auto exists = [&](const std::string& name) { return taken.contains(name); };
