@@ -23,6 +23,10 @@
 #include <algorithm>
 #include <string_view>
 
+namespace {
+constexpr double longestPictureWait = 2.0; ///< seconds; what is missing is drawn when somebody looks
+}
+
 void VmControler::registerDefaults(UserDefaults& defaults) {
     defaults.registerDefault("AuthorizationRequired", false);
     defaults.registerDefault("WindowOpacity", 1.0);
@@ -105,6 +109,7 @@ void VmControler::applicationDidFinishLaunching() {
 
 void VmControler::applicationWillTerminate() {
     m_recorder->finishForTermination();
+    m_analyzer->awaitPictures(longestPictureWait);
     m_seams.log.log("---applicationWillTerminate---");
     m_seams.notifications.postLogEvent("DutyFinish");
     saveUserDefaults();

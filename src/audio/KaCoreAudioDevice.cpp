@@ -58,6 +58,25 @@ std::unique_ptr<KaCoreAudioDevice> KaCoreAudioDevice::deviceWithUID(KaCoreAudioS
     return nullptr;
 }
 
+namespace {
+std::unique_ptr<KaCoreAudioDevice> defaultDevice(KaCoreAudioSystem& system, AudioDirection direction) {
+    const AudioDeviceID deviceID = system.hardware().defaultDevice(direction);
+    return deviceID == 0 ? nullptr : std::make_unique<KaCoreAudioDevice>(system, deviceID);
+}
+} // namespace
+
+std::unique_ptr<KaCoreAudioDevice> KaCoreAudioDevice::defaultInputDevice(KaCoreAudioSystem& system) {
+    return defaultDevice(system, AudioDirection::input);
+}
+
+std::unique_ptr<KaCoreAudioDevice> KaCoreAudioDevice::defaultOutputDevice(KaCoreAudioSystem& system) {
+    return defaultDevice(system, AudioDirection::output);
+}
+
+std::unique_ptr<KaCoreAudioDevice> KaCoreAudioDevice::defaultSystemOutputDevice(KaCoreAudioSystem& system) {
+    return defaultOutputDevice(system);
+}
+
 std::string KaCoreAudioDevice::deviceName() const {
     return m_hardware.deviceName(m_myDevice);
 }
@@ -105,8 +124,12 @@ double KaCoreAudioDevice::nominalSampleRate() const {
 }
 
 void KaCoreAudioDevice::setNominalSampleRate(double rate) {
-    if (m_hardware.setNominalSampleRate(m_myDevice, rate))
-        m_system.deviceDidChange(m_myDevice, AudioDirection::output, audioDevicePropertyNominalSampleRate);
+    if (!m_hardware.setNominalSampleRate(m_myDevice, rate))
+        return;
+    m_system.deviceDidChange(m_myDevice, AudioDirection::output, audioDevicePropertyNominalSampleRate);
+    for (const AudioDirection direction : {AudioDirection::output, AudioDirection::input})
+        for (const AudioStreamID stream : m_hardware.streams(m_myDevice, direction))
+            m_system.streamDidChange(stream, audioDevicePropertyStreamFormat);
 }
 
 std::vector<std::array<double, 2>> KaCoreAudioDevice::nominalSampleRates() const {
@@ -137,12 +160,12 @@ std::uint32_t KaCoreAudioDevice::deviceMaxVariableBufferSizeInFrames() const {
     return m_hardware.maxVariableBufferFrameSize(m_myDevice);
 }
 
-const std::vector<KaCoreAudioStream>& KaCoreAudioDevice::streamsForDirection(AudioDirection direction) {
+std::vector<KaCoreAudioStream>& KaCoreAudioDevice::streamsForDirection(AudioDirection direction) {
     const auto index = static_cast<std::size_t>(direction);
     if (m_streamsDirty[index]) {
         m_myStreams[index].clear();
         for (const AudioStreamID stream : m_hardware.streams(m_myDevice, direction))
-            m_myStreams[index].emplace_back(m_hardware, stream, direction, *this);
+            m_myStreams[index].emplace_back(m_system, stream, direction, *this);
         // A device that is away has no streams; they are asked for again when it is back.
         m_streamsDirty[index] = m_myStreams[index].empty();
     }

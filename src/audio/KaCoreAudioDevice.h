@@ -41,6 +41,12 @@ public:
     /// Nothing if no device has that unique ID.
     static std::unique_ptr<KaCoreAudioDevice> deviceWithUID(KaCoreAudioSystem& system, const std::string& uid);
 
+    /// What the sound system uses where no device is named; nothing when there is none.
+    static std::unique_ptr<KaCoreAudioDevice> defaultInputDevice(KaCoreAudioSystem& system);
+    static std::unique_ptr<KaCoreAudioDevice> defaultOutputDevice(KaCoreAudioSystem& system);
+    /// For alerts: the same one here.
+    static std::unique_ptr<KaCoreAudioDevice> defaultSystemOutputDevice(KaCoreAudioSystem& system);
+
     AudioDeviceID deviceID() const { return m_myDevice; }
     std::string deviceName() const;
     std::string deviceUID() const;
@@ -64,7 +70,7 @@ public:
     std::uint32_t deviceBufferSizeInFrames() const;
     void setDeviceBufferSizeInFrames(std::uint32_t frames);
     std::uint32_t deviceMaxVariableBufferSizeInFrames() const;
-    const std::vector<KaCoreAudioStream>& streamsForDirection(AudioDirection direction);
+    std::vector<KaCoreAudioStream>& streamsForDirection(AudioDirection direction);
     /// Null ends it. The delegate outlives this object.
     void setDelegate(KaCoreAudioDeviceDelegate* delegate);
     /// Class, address, ID and name.

@@ -29,6 +29,13 @@ void KaCoreAudioSystem::hardwareDidTell(const AudioHardwareEvent& event) {
     case AudioHardwareEvent::Kind::deviceListChanged:
         post({std::string(KaCoreAudioHardwareDeviceListDidChangeNotification), {}, {}});
         break;
+    case AudioHardwareEvent::Kind::defaultInputChanged:
+        post({std::string(KaCoreAudioHardwareDefaultInputDeviceDidChangeNotification), {}, {}});
+        break;
+    case AudioHardwareEvent::Kind::defaultOutputChanged: // alerts sound where everything else does
+        post({std::string(KaCoreAudioHardwareDefaultOutputDeviceDidChangeNotification), {}, {}});
+        post({std::string(KaCoreAudioHardwareDefaultSystemOutputDeviceDidChangeNotification), {}, {}});
+        break;
     case AudioHardwareEvent::Kind::deviceDied:
     case AudioHardwareEvent::Kind::deviceReturned:
         deviceDidChange(event.device, AudioDirection::output, audioDevicePropertyDeviceIsAlive);
@@ -67,6 +74,14 @@ void KaCoreAudioSystem::deviceDidChange(AudioDeviceID device, AudioDirection dir
            {"Channel", "0"},
            {"Direction", direction == AudioDirection::input ? "1" : "0"},
            {"PropertyID", textOfPropertyID(property)}}});
+}
+
+void KaCoreAudioSystem::streamDidChange(AudioStreamID stream, AudioPropertyID property) {
+    const std::lock_guard guard(m_eventLock);
+    post(
+        {std::string(KaCoreAudioStreamNotification),
+         {},
+         {{"StreamID", std::to_string(stream)}, {"Channel", "0"}, {"PropertyID", textOfPropertyID(property)}}});
 }
 
 void KaCoreAudioSystem::post(Notification notification) {

@@ -48,6 +48,8 @@ public:
     // Any thread but the I/O thread
     /// Has every object of the device hear of it.
     void deviceDidChange(AudioDeviceID device, AudioDirection direction, AudioPropertyID property);
+    /// Has every object of the stream hear of it.
+    void streamDidChange(AudioStreamID stream, AudioPropertyID property);
 
 private:
     struct Attachment {

@@ -56,24 +56,39 @@ void VmDevice::hearHardware() {
 void VmDevice::awake() {
     const UserDefaults& defaults = m_controler.seams().defaults;
     m_awakeError = false;
-    m_record.source = checkRecordSource(defaults.integerForKey("recordSourceDevice"));
-    m_play.source = checkPlaySource(defaults.integerForKey("PlaybackSourceDevice"));
-    m_monitor.source = checkPlaySource(defaults.integerForKey("MonitorSourceDevice"));
+    m_record.source = defaults.integerForKey("recordSourceDevice");
+    m_play.source = defaults.integerForKey("PlaybackSourceDevice");
+    m_monitor.source = defaults.integerForKey("MonitorSourceDevice");
     m_useHighQuality = defaults.boolForKey("UseHightQualitySampling");
+    initRecordDevice();
+    initPlayDevice();
+    initMonitorDevice();
+    newMonitorConverter();
+    hearHardware();
+}
+
+void VmDevice::initRecordDevice() {
+    m_record.source = checkRecordSource(m_record.source);
     if (m_record.source < 0)
         noRecordDeviceAlert();
     else
         renewRecordSource();
+}
+
+void VmDevice::initPlayDevice() {
+    m_play.source = checkPlaySource(m_play.source);
     if (m_play.source < 0)
         noPlayDeviceAlert();
     else
         renewPlaySource();
+}
+
+void VmDevice::initMonitorDevice() {
+    m_monitor.source = checkPlaySource(m_monitor.source);
     if (m_monitor.source < 0)
         noPlayDeviceAlert();
     else
         renewMonitorSource();
-    newMonitorConverter();
-    hearHardware();
 }
 
 void VmDevice::saveUserDefaults() {
@@ -218,6 +233,15 @@ void VmDevice::setUp(Path& path, KaCoreAudioDevice& device, AudioDirection direc
     path.channels = static_cast<int>(device.channelsForDirection(direction));
 }
 
+bool VmDevice::dropIfUnusable(Path& path) {
+    if (path.sampleRate > 0.0 && path.bufferSize > 0 && path.channels > 0)
+        return false;
+    // It is found again when the list changes.
+    path.device.reset();
+    path.source = -1;
+    return true;
+}
+
 void VmDevice::renewRecordSource() {
     m_levelDevice.reset();
     if (!findSource(m_record, AudioDirection::input, "No recording source is exist."))
@@ -229,11 +253,9 @@ void VmDevice::renewRecordSource() {
     m_controler.meter().setLevelIOTargetWithDevice(*m_levelDevice);
     setUp(m_record, *m_levelDevice, AudioDirection::input);
     setUp(m_record, *m_record.device, AudioDirection::input);
-    if (m_record.sampleRate <= 0.0 || m_record.bufferSize <= 0 || m_record.channels <= 0) {
-        // It went away while it was asked; it is found again when the list changes.
-        m_record.device.reset();
+    if (dropIfUnusable(m_record)) {
         m_levelDevice.reset();
-        m_record.source = -1;
+        reportMissing("VmRecorder: no sound data input device.");
         return;
     }
     const auto frames = static_cast<unsigned>(m_record.bufferSize);
@@ -248,13 +270,10 @@ void VmDevice::renewPlaySource() {
     m_play.device = std::make_unique<KaCoreAudioDevice>(m_system, m_play.chosen.device);
     m_controler.player().setPlayIOTargetWithDevice(*m_play.device);
     setUp(m_play, *m_play.device, AudioDirection::output);
-    if (m_play.sampleRate <= 0.0 || m_play.bufferSize <= 0 || m_play.channels <= 0) {
-        // It went away while it was asked; it is found again when the list changes.
-        m_play.device.reset();
-        m_play.source = -1;
-        return;
-    }
-    playDevicePause(true);
+    if (dropIfUnusable(m_play))
+        noPlayDeviceAlert();
+    else
+        playDevicePause(true);
 }
 
 void VmDevice::renewMonitorSource() {
@@ -263,6 +282,10 @@ void VmDevice::renewMonitorSource() {
     m_monitor.device = std::make_unique<KaCoreAudioDevice>(m_system, m_monitor.chosen.device);
     m_controler.recorder().setMonitorIOTargetWithDevice(*m_monitor.device);
     setUp(m_monitor, *m_monitor.device, AudioDirection::output);
+    if (dropIfUnusable(m_monitor)) {
+        noPlayDeviceAlert();
+        return;
+    }
     const auto frames = static_cast<unsigned>(m_monitor.bufferSize);
     m_monitorBuffer = KaAudioBuffer::initWithCapacityFrames(frames, static_cast<unsigned>(m_monitor.channels));
     m_monitorConvertBuffer.reset(KaAudioBufferListNew(2, frames, true));
@@ -331,6 +354,9 @@ void VmDevice::hardwareEvent(const AudioHardwareEvent& event) {
     case AudioHardwareEvent::Kind::delivered:
         m_controler.meter().levelCrossed();
         break;
+    case AudioHardwareEvent::Kind::defaultInputChanged:
+    case AudioHardwareEvent::Kind::defaultOutputChanged:
+        break; // a person's choice is a device of its own
     case AudioHardwareEvent::Kind::deviceListChanged:
     case AudioHardwareEvent::Kind::serverReturned:
     case AudioHardwareEvent::Kind::deviceReturned: // the recorder sees it by the sound that comes

@@ -29,6 +29,10 @@ public:
     static void registerDefaults(UserDefaults& defaults);
     /// Sets up the three paths for the stored sources; tells where a direction has none. Needs its peers.
     void awake();
+    /// The parts of that: each sets up one path for the source that was read, or tells that there is none.
+    void initRecordDevice();
+    void initPlayDevice();
+    void initMonitorDevice();
 
     // Selection. `set...` is for this duty, `change...` is a person's choice and stored.
     void setRecordSource(int index);
@@ -155,6 +159,8 @@ private:
     void renewPlaySource();
     void renewMonitorSource();
     bool findSource(Path& path, AudioDirection direction, const char* missing);
+    /// True when the device went away while it was asked: the path has none then.
+    static bool dropIfUnusable(Path& path);
     /// False when the source is not in the list any more.
     bool followList(Path& path, AudioDirection direction) const;
     void deviceListChanged();

@@ -31,6 +31,13 @@ VmAnalyzer::~VmAnalyzer() {
         m_controler.seams().clock.sleep(wait);
 }
 
+void VmAnalyzer::awaitPictures(double patience) const {
+    Clock& clock = m_controler.seams().clock;
+    const HostTime deadline = clock.hostTime() + hostTimeFromSeconds(patience);
+    for (double wait = 0.0; m_running > 0 && clock.hostTime() < deadline; wait = secondsPerLook)
+        clock.sleep(wait);
+}
+
 bool VmAnalyzer::imageFileExistAtPath(Volume& volume, const std::string& soundPath) {
     return volume.exists(WaveformPicture::pathOfSound(soundPath));
 }
@@ -46,7 +53,6 @@ bool VmAnalyzer::soundFileExistAtPath(Volume& volume, const std::string& path) {
 }
 
 void VmAnalyzer::createImageFileWithSoundFile(const std::string& path) {
-    m_waveView.expectImage(path);
     const std::lock_guard guard(m_mutex);
     if (std::ranges::find(m_creatingImageList, path) == m_creatingImageList.end()) {
         m_creatingImageList.push_back(path);

@@ -46,6 +46,8 @@ public:
     /// Has the picture of a sound file drawn, before all others that wait. Nothing if it is being drawn
     /// already.
     void createImageFileWithSoundFile(const std::string& path);
+    /// Blocks until all pictures that were asked for are there, but not longer than `patience` seconds.
+    void awaitPictures(double patience) const;
     /// The picture of a sound file, if there is one that fits the sound and the view; else have it made.
     std::optional<QImage> imageWithSoundFile(const std::string& path);
     /// View points of a byte position in the file that the mechanic opened last.

@@ -205,6 +205,26 @@ private:
     SNDFILE* const m_file;
 };
 
+/// Interleaved stereo at another rate. Each side is picked by itself: samples of both together would wander
+/// from one side to the other.
+std::vector<std::int16_t> pickedBySide(std::span<const std::int16_t> source, double ratio,
+                                       std::pmr::memory_resource& temporary) {
+    std::pmr::vector<std::int16_t> side(source.size() / 2, &temporary);
+    std::pmr::vector<std::int16_t> picked(
+        static_cast<std::size_t>(static_cast<double>(side.size()) / ratio) + 2, &temporary);
+    std::vector<std::int16_t> samples;
+    for (const std::size_t channel : {0U, 1U}) {
+        for (std::size_t frame = 0; frame < side.size(); ++frame)
+            side[frame] = source[frame * 2 + channel];
+        const double bytes = static_cast<double>(side.size()) * sizeof(std::int16_t);
+        const std::size_t count = MarkerSound::transformSoundDataSInt16(side, picked, bytes, ratio, 2);
+        samples.resize(count * 2);
+        for (std::size_t frame = 0; frame < count; ++frame)
+            samples[frame * 2 + channel] = picked[frame];
+    }
+    return samples;
+}
+
 MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate,
                                 std::pmr::memory_resource& temporary) {
     SourceFile file(path);
@@ -226,6 +246,8 @@ MarkerSound::Loaded loadOrThrow(const std::string& path, double recordSampleRate
     const double widened = static_cast<double>(source.size()) * (2.0 / reader.channels()) / ratio;
     if (widened > static_cast<double>(MarkerSound::largest))
         return {{}, Outcome::tooLong};
+    if (reader.channels() == 2 && ratio != 1.0)
+        return {pickedBySide(source, ratio, temporary), Outcome::loaded};
     std::vector<std::int16_t> samples(static_cast<std::size_t>(widened) + 4);
     samples.resize(MarkerSound::transformSoundDataSInt16(source, samples, bytes, ratio, reader.channels()));
     return {std::move(samples), Outcome::loaded};
@@ -248,14 +270,8 @@ std::size_t MarkerSound::transformSoundDataSInt16(std::span<const std::int16_t> 
     const auto limit = static_cast<std::size_t>(std::trunc(size * (2 / channels) / ratio)) / 2;
     const std::size_t step = isMono ? 2 : 1;
     std::size_t count = 0;
-    // By the frame, a position is one of frames; a sample of the left side then never comes out on the right.
-    const bool byFrame = !isMono && ratio != 1.0;
-    for (double position = 0.0; count <= limit && count + step <= destination.size();) {
-        const bool isRight = byFrame && count % 2 != 0;
-        const auto at = byFrame ? static_cast<std::size_t>(position) * 2 + (isRight ? 1 : 0)
-                                : static_cast<std::size_t>(position);
-        if (!byFrame || isRight)
-            position += ratio;
+    for (double position = 0.0; count <= limit && count + step <= destination.size(); position += ratio) {
+        const auto at = static_cast<std::size_t>(position);
         const std::int16_t sample = at < source.size() ? source[at] : std::int16_t{0};
         destination[count] = sample;
         if (isMono)

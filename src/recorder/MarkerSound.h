@@ -36,9 +36,7 @@ struct MarkerSound {
                        std::pmr::memory_resource& temporary = *std::pmr::get_default_resource());
 
     /// Copies about every `ratio`-th sample of `source`, of the sound's `size` bytes, without interpolation.
-    /// `channels` is 1 or 2; one channel is doubled into left and right. Of two channels at another rate whole
-    /// frames are picked, not single samples: these would wander from one side to the other.
-    /// Behind the end of `source` there is
+    /// `channels` is 1 or 2; one channel is doubled into left and right. Behind the end of `source` there is
     /// silence; what does not fit into `destination` is left out. Returns the number of samples written.
     static std::size_t transformSoundDataSInt16(std::span<const std::int16_t> source,
                                                 std::span<std::int16_t> destination, double size, double ratio,

@@ -9,6 +9,7 @@
 #include "base/SystemLog.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
+#include "library/VmAnalyzer.h"
 #include "recorder/RecordingMender.h"
 #include "recorder/VmLevelMeter.h"
 #include "schedule/VmReserveList.h"
@@ -262,10 +263,11 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
     if (account.unwrittenFrames > 0 || m_pipeline.writeThreadError())
         cutTo = static_cast<std::int64_t>(m_lastWrite);
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label, cutTo);
+    if (!path.empty())
+        m_controler.analyzer().createImageFileWithSoundFile(path);
     seams.notifications.postLogEvent(event);
     if (!path.empty())
-        seams.notifications.post(
-            {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+        tellFinished(path);
 }
 
 DutyFrames VmRecorder::dutyFrames() const {
@@ -297,9 +299,15 @@ void VmRecorder::rescueLeftover() {
     const std::string path = m_workFiles.rescueTempFile(label);
     if (m_overRecordBytes == 0)
         m_workFiles.rescueRelayFile();
-    if (!path.empty())
-        m_controler.seams().notifications.post(
-            {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
+    if (path.empty())
+        return;
+    m_controler.analyzer().createImageFileWithSoundFile(path);
+    tellFinished(path);
+}
+
+void VmRecorder::tellFinished(const std::string& path) const {
+    m_controler.seams().notifications.post(
+        {std::string(VmSoundFileFinished_Notification), {}, {{"SoundFilePath", path}}});
 }
 
 WorkFiles::Label VmRecorder::fileLabel() const {
@@ -324,10 +332,6 @@ double VmRecorder::sampleRate(int rateNumber) const {
     return m_controler.devicer().sampleRateWithNominal(m_controler.devicer().recordSampleRate(), rateNumber);
 }
 
-void VmRecorder::setChannels(int channels) {
-    m_channels = channels >= 2 ? 2 : 1;
-}
-
 void VmRecorder::setRateNumber(int rateNumber) {
     m_rateNumber = rateNumber;
     renewDispSampleRate();
@@ -337,14 +341,6 @@ void VmRecorder::setRecordMode(int mode) {
     m_recordMode = mode;
     m_controler.meter().lookSoon(); // it may have rested
     dispRecordMode();
-}
-
-void VmRecorder::setDelayTime(int seconds) {
-    m_delayTime = std::max(seconds, 0);
-}
-
-void VmRecorder::setPreBufferSec(int seconds) {
-    m_preBufferSec = std::clamp(seconds, 0, longestPreBuffer);
 }
 
 void VmRecorder::setSliderAlways(bool always) {
@@ -365,6 +361,9 @@ double VmRecorder::dataSize() const {
     const double seconds = m_writeFile != nullptr
                                ? m_controler.seams().clock.now().secondsSince(m_recordStartDate)
                                : m_secondCount;
+    // The file's own form: that of the next one may be another already.
+    const bool hasFile = m_fileRate > 0.0;
+    const int channelCount = hasFile ? m_label.channels : m_channels;
     // Whole frames: a product that falls just short of one would tell of a lost byte.
-    return std::round(seconds * sampleRate()) * m_channels * 2.0;
+    return std::round(seconds * (hasFile ? m_fileRate : sampleRate())) * channelCount * 2.0;
 }

@@ -7,6 +7,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Realtime.h"
 #include "base/RunLoop.h"
+#include "recorder/RecordChoices.h"
 #include "recorder/RecordControls.h"
 #include "recorder/RecordTransition.h"
 #include "recorder/StreamMoment.h"
@@ -26,12 +27,6 @@ class UserDefaults;
 class VmControler;
 class VmReserverElement;
 
-/// Device frames of a duty. A file's frames count for as many of the device's as were reduced to them.
-struct DutyFrames {
-    std::int64_t captured = 0; ///< that the files should hold
-    std::int64_t written = 0;  ///< that they hold
-};
-
 /// Posted when a finished recording has its final name; user information "SoundFilePath" holds the full path.
 inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFileFinished_Notification";
 
@@ -43,7 +38,7 @@ inline constexpr std::string_view VmSoundFileFinished_Notification = "VmSoundFil
 /// The end of a file is a frame, fixed before the sound of it comes: the write thread stops there by itself,
 /// and what was captured after it stays in the queue until the next file takes it. So a file may be finished
 /// and the next one begun as late as the queue lasts, and no frame is lost or doubled at the seam.
-class VmRecorder final : public KaCoreAudioDeviceDelegate, public RecordControls {
+class VmRecorder final : public KaCoreAudioDeviceDelegate, public RecordControls, public RecordChoices {
 public:
     explicit VmRecorder(VmControler& controler);
     ~VmRecorder() override;
@@ -107,8 +102,6 @@ public:
     void reviveRecordCondition();
     void autoRecordStart();
     void autoReserveStart();
-    bool autoStartup() const { return m_autoStartup; }
-    void setAutoStartup(bool on) { m_autoStartup = on; }
     /// While the preferences are open, no recording is begun and no other input chosen by hand.
     void setPreferencesOpen(bool open);
     void deleteProgressSoundFile() { m_workFiles.progress().deleteProgressSoundFile(); }
@@ -167,19 +160,16 @@ public:
     int recordMode() const { return m_recordMode; }
     /// 0 always, 1 by the level, 2 standby.
     void setRecordMode(int mode);
-    /// Which part of the device's rate: 0 a quarter, 1 half of it, 2 all.
-    int rateNumber() const { return m_rateNumber; }
     void setRateNumber(int rateNumber);
     double sampleRate() const { return sampleRate(m_rateNumber); }
     double sampleRate(int rateNumber) const;
-    int channels() const { return m_channels; }
-    void setChannels(int channels);
-    /// Label key for a channel count.
-    static std::string channels(int count) { return count == 1 ? "ChannelMono" : "ChannelStereo"; }
     std::string headerString() const;
     std::string whichHeaderString() const;
     std::string fileExtension() const { return "aif"; }
     int inputLevel() const;
+    /// Whether the write thread of a recording is to run, and whether it does.
+    bool writeThread() const { return m_pipeline.writeThread(); }
+    bool fileWriteing() const { return m_pipeline.fileWriteing(); }
     double lastWrite() const { return m_lastWrite; }
     /// Expected file bytes of the recording so far.
     double dataSize() const;
@@ -193,17 +183,7 @@ public:
     Date recordStartDate() const { return m_recordStartDate; }
     Date recordStopDate() const { return m_recordStopDate; }
     int actionMethod() const { return m_actionMethod; }
-    static constexpr int longestPreBuffer = 79;         ///< seconds: what the queue holds
-    int preBufferSec() const { return m_preBufferSec; } ///< seconds kept from before the start of auto mode
-    void setPreBufferSec(int seconds);
-    int delayTime() const { return m_delayTime; } ///< seconds of quiet after which auto mode stops
-    void setDelayTime(int seconds);
-    /// Whether the start level may be moved while it decides nothing, or a recording runs.
-    bool sliderAlways() const { return m_sliderAlwaysEnable; }
     void setSliderAlways(bool always);
-    /// Whether new recordings are hidden.
-    bool hideSoundFile() const { return m_hideSoundFile; }
-    void setHideSoundFile(bool hide) { m_hideSoundFile = hide; }
     /// Whether the total time of the duty is shown: its field is disabled while it is not.
     bool dispTotalTime() const { return m_totalTimeField.enabled(); }
     void setDispTotalTime(bool shown) { m_totalTimeField.setEnabled(shown); }
@@ -237,6 +217,7 @@ private:
     bool createFile(const StreamMoment& begin, const WorkFiles::Label& label, double rate, std::int64_t stop);
     void beginWriting(std::int64_t stop);
     void rescueLeftover();
+    void tellFinished(const std::string& path) const;
     /// Puts what the relay file holds into the new file. False when that does not take it.
     bool takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
@@ -335,14 +316,7 @@ private:
     bool m_modeTimer = false;
     bool m_startOnTheHour = true;
     int m_autoLevel = 0;
-    int m_delayTime = 5;
     std::optional<Date> m_delayCount;
-    int m_preBufferSec = 3;
-    int m_rateNumber = 1;
-    int m_channels = 1;
-    bool m_hideSoundFile = false;
-    bool m_sliderAlwaysEnable = false;
-    bool m_autoStartup = false;
     bool m_preferencesOpen = false;
     bool m_emergency = false;
     bool m_startFailed = false;
@@ -375,11 +349,6 @@ private:
     std::optional<StreamMoment> m_beginWith;
     bool m_isSeam = false; // the next file goes on where the last one ends
 
-    /// An end of the open file that is known ahead. It follows the clocks until its sound is about to come.
-    struct PlannedEnd {
-        StreamMoment moment;
-        HostTime time = 0;
-    };
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
     Date m_boundaryDate;
     std::optional<PlannedEnd> m_boundary;    // where the next file goes on
@@ -388,18 +357,11 @@ private:
     std::int64_t m_overRecordFrame = 0;      // the first of them
     std::int64_t m_carriedBytes = 0;         // of them, in the open file
 
-    struct Interruption {
-        StreamMoment from; ///< the first sound that is in no file
-        bool timetable = false;
-        std::shared_ptr<const VmReserverElement> element; ///< that ran, if one did
-        Date timerStart;
-        double period = 0.0; ///< seconds
-    };
     void takeElement(const VmReserverElement& element);
-    void resumeElement(const Interruption& interruption);
-    std::optional<Interruption> m_interruption; // until a file can be written again
-    std::optional<StreamMoment> m_goOn;         // the next file begins with this, if it can
-    std::deque<OwedSound> m_owed;               // in the order of the stream; all before any later recording
+    void resumeElement(const RecordInterruption& interruption);
+    std::optional<RecordInterruption> m_interruption; // until a file can be written again
+    std::optional<StreamMoment> m_goOn;               // the next file begins with this, if it can
+    std::deque<OwedSound> m_owed; // in the order of the stream; all before any later recording
     bool m_isSettling = false;
     double m_fileRate = 0.0; // Hz, of the open file
     std::unique_ptr<Timer> m_retryTimer;

@@ -24,7 +24,7 @@ void VmRecorder::interrupt(const StreamMoment& from) {
         return; // switched off meanwhile
     const bool timetable = m_reserveButton.isOn();
     const StreamMoment first = m_inputLoss ? soundEnd() : from;
-    m_interruption = Interruption{first, timetable, nullptr, m_timerStartDate, m_recordPeriod};
+    m_interruption = RecordInterruption{first, timetable, nullptr, m_timerStartDate, m_recordPeriod};
     if (timetable && m_runningElement != nullptr)
         m_interruption->element = m_runningElement->clone();
     emerRecordStop();
@@ -64,7 +64,7 @@ void VmRecorder::retryDisk() {
     }
     if (m_asleep)
         return; // nothing is recorded before the machine wakes
-    const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
+    const RecordInterruption interruption = *std::exchange(m_interruption, std::nullopt);
     m_retryTimer.reset();
     m_messageField.setText("");
     m_goOn = interruption.from;
@@ -86,7 +86,7 @@ void VmRecorder::retryDisk() {
 void VmRecorder::endInterruption() {
     if (!m_interruption)
         return;
-    const Interruption interruption = *std::exchange(m_interruption, std::nullopt);
+    const RecordInterruption interruption = *std::exchange(m_interruption, std::nullopt);
     owe(interruption.from, soundEnd());
     m_messageField.setText("");
 }

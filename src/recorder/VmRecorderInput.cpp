@@ -33,9 +33,9 @@ OSStatus VmRecorder::recordIOForDevice(KaCoreAudioDevice&, const AudioTimeStamp*
     const auto frames = static_cast<unsigned>(devicer.recordBufferSize());
     devicer.recordBuffer().writeFromAudioBufferList(*inputData, frames, devicer.recordSampleRate(), false);
     AudioBufferList& converted = devicer.convertBuffer();
-    devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
-    const bool isMarked = m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData),
-                                             converted.mBuffers[0].mDataByteSize / sizeof(float),
+    // What came in, and no frame of the cycle before: one that has fewer leaves the rest of the list as it was.
+    const unsigned got = devicer.recordBuffer().readToAudioBufferList(converted, frames, false);
+    const bool isMarked = m_pipeline.capture(static_cast<float*>(converted.mBuffers[0].mData), got * 2,
                                              inputTime->mHostTime, condition() == RecordCondition::recording);
     // What the monitor plays of a marker has gone through the recording's conversion to two channels.
     const bool isMarkerHeard = isMarked && m_markerHeard.load(std::memory_order_relaxed);

@@ -112,7 +112,9 @@ void VmRecorder::crossBoundariesBefore(const StreamMoment& stop) {
 void VmRecorder::crossBoundary() {
     planBoundary();
     const bool isCaptured = m_pipeline.frameCount() >= m_boundary->moment.frame;
-    const bool isLate = m_controler.seams().clock.hostTime() - m_boundary->time > hostTimeFromSeconds(patience);
+    // Sound that comes late after a stall is waited for, as long as it comes.
+    const HostTime silentSince = std::max(m_boundary->time, m_lastFrameTime);
+    const bool isLate = m_controler.seams().clock.hostTime() - silentSince > hostTimeFromSeconds(patience);
     if ((!isCaptured && !isLate) || m_boundary->moment.frame >= ownEnd())
         return;
     const int method = m_actionMethod;

@@ -145,7 +145,7 @@ void VmRecorder::takeElement(const VmReserverElement& element) {
     m_scheduleEnd.reset();
 }
 
-void VmRecorder::resumeElement(const Interruption& interruption) {
+void VmRecorder::resumeElement(const RecordInterruption& interruption) {
     // As if it had never been interrupted: its end stays, even if that has passed meanwhile.
     storeSwitch("ReserveSwitch", true);
     armRecordTimer();

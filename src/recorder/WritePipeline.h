@@ -124,6 +124,7 @@ public:
     /// Queue capacity in bytes: 80 s of stereo floats at the device's rate.
     unsigned preBufferSize() const { return preBufferSizeAtRate(m_recordSampleRate); }
     static unsigned preBufferSizeAtRate(double recordSampleRate);
+    bool writeThread() const { return m_writeThread.load(std::memory_order_acquire); }
     bool fileWriteing() const { return m_fileWriteing.load(std::memory_order_acquire); }
     bool writeThreadError() const { return m_writeThreadError.load(std::memory_order_acquire); }
 

@@ -26,11 +26,13 @@ public:
 
     std::map<AudioDeviceID, Device> table;
     std::vector<AudioDeviceID> order;
+    std::map<AudioDirection, AudioDeviceID> defaults;
     std::vector<std::string> ioCalls;
     OSStatus addStatus = 0;
     OSStatus startStatus = 0;
 
     std::vector<AudioDeviceID> devices() override { return order; }
+    AudioDeviceID defaultDevice(AudioDirection direction) override { return defaults[direction]; }
     std::string deviceName(AudioDeviceID device) override { return table[device].name; }
     std::string deviceUID(AudioDeviceID device) override { return table[device].uid; }
     std::vector<AudioStreamID> streams(AudioDeviceID device, AudioDirection direction) override {

@@ -66,6 +66,16 @@ TEST_F(KaCoreAudioDeviceTest, findsADeviceByItsUniqueID) {
     EXPECT_EQ(KaCoreAudioDevice::deviceWithUID(system, "oth"), nullptr);
 }
 
+TEST_F(KaCoreAudioDeviceTest, findsTheDefaultDevices_andNothingWhereThereIsNone) {
+    EXPECT_EQ(KaCoreAudioDevice::defaultInputDevice(system), nullptr);
+    EXPECT_EQ(KaCoreAudioDevice::defaultOutputDevice(system), nullptr);
+    EXPECT_EQ(KaCoreAudioDevice::defaultSystemOutputDevice(system), nullptr);
+    hardware.defaults = {{AudioDirection::input, 4}, {AudioDirection::output, 9}};
+    EXPECT_EQ(KaCoreAudioDevice::defaultInputDevice(system)->deviceID(), 4U);
+    EXPECT_EQ(KaCoreAudioDevice::defaultOutputDevice(system)->deviceID(), 9U);
+    EXPECT_EQ(KaCoreAudioDevice::defaultSystemOutputDevice(system)->deviceID(), 9U);
+}
+
 TEST_F(KaCoreAudioDeviceTest, leavesTheDataSource_whenNoNameIsExactlyEqual) {
     hardware.table[1].sources[input] = {{7, "Internal microphone"}, {9, "External microphone/Line In"}};
     hardware.table[1].source[input] = 7;

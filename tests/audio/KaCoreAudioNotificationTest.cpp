@@ -1,11 +1,13 @@
 #include "audio/CrankedHardware.h"
 #include "audio/KaCoreAudioDevice.h"
 #include "audio/KaCoreAudioDeviceDelegate.h"
+#include "audio/KaCoreAudioStreamDelegate.h"
 #include "audio/KaCoreAudioSystem.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
 #include "base/SystemLog.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -94,6 +96,43 @@ TEST_F(KaCoreAudioNotificationTest, postsAChangeOfTheDeviceList_fromTheLoopOnly)
     ASSERT_EQ(notifications.size(), 1U);
     EXPECT_EQ(notifications[0].name, "KaCoreAudioHardwareDeviceListDidChangeNotification");
     EXPECT_TRUE(notifications[0].userInfo.empty());
+}
+
+TEST_F(KaCoreAudioNotificationTest, postsAChangeOfTheDefaultDevices) {
+    hardware.tell({Kind::defaultInputChanged, 7, 0, ""});
+    hardware.tell({Kind::defaultOutputChanged, 0, 0, ""});
+    loop.run();
+    Lines names;
+    for (const Notification& heard : notifications)
+        names.push_back(heard.name);
+    EXPECT_EQ(names, (Lines{"KaCoreAudioHardwareDefaultInputDeviceDidChangeNotification",
+                            "KaCoreAudioHardwareDefaultOutputDeviceDidChangeNotification",
+                            "KaCoreAudioHardwareDefaultSystemOutputDeviceDidChangeNotification"}));
+}
+
+TEST_F(KaCoreAudioNotificationTest, tellsTheDelegateOfAStream_whenItsFormatChanges) {
+    struct StreamDelegate final : KaCoreAudioStreamDelegate {
+        void audioStreamStreamDescriptionDidChange(AudioStreamID stream) override { heard.push_back(stream); }
+        std::vector<AudioStreamID> heard;
+    } delegate;
+    hardware.table[7].channels[input] = {2};
+    hardware.table[7].channels[output] = {2};
+    hardware.table[8].channels[input] = {2};
+    KaCoreAudioDevice seven(*system, 7);
+    KaCoreAudioDevice eight(*system, 8);
+    KaCoreAudioStream& stream = seven.streamsForDirection(input)[0];
+    stream.setDelegate(&delegate);
+    KaCoreAudioDevice(*system, 7).setNominalSampleRate(48000.0);
+    eight.setNominalSampleRate(48000.0);
+    loop.run();
+    EXPECT_EQ(delegate.heard, std::vector<AudioStreamID>{stream.streamID()});
+    const auto posted = std::ranges::find(notifications, "_KaCoreAudioStreamNotification", &Notification::name);
+    ASSERT_NE(posted, notifications.end());
+    EXPECT_EQ(posted->userInfo, (UserInfo{{"StreamID", "700"}, {"Channel", "0"}, {"PropertyID", "sfmt"}}));
+    stream.setDelegate(nullptr);
+    seven.setNominalSampleRate(44100.0);
+    loop.run();
+    EXPECT_EQ(delegate.heard.size(), 1U);
 }
 
 TEST_F(KaCoreAudioNotificationTest, postsADevicesChangeWithItsProperty) {

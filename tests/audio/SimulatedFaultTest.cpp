@@ -105,7 +105,8 @@ TEST_F(SimulatedFaultTest, isGoneWhileUnplugged_andDeliversAgainAfterwards) {
     EXPECT_EQ(ear.nextFrame, 3 * 44100 + 86 * 512);
     EXPECT_EQ(ear.wrongFrames + ear.silentFrames + ear.jumps, 0U);
     EXPECT_EQ(kinds(), (std::vector{EventKind::deviceDied, EventKind::deviceListChanged,
-                                    EventKind::deviceListChanged, EventKind::deviceReturned}));
+                                    EventKind::defaultInputChanged, EventKind::deviceListChanged,
+                                    EventKind::defaultInputChanged, EventKind::deviceReturned}));
 }
 
 TEST_F(SimulatedFaultTest, tellsOnlyOfTheList_whenAnIdleDeviceIsUnplugged) {
@@ -115,7 +116,12 @@ TEST_F(SimulatedFaultTest, tellsOnlyOfTheList_whenAnIdleDeviceIsUnplugged) {
     hardware->unplug("no one");
     hardware->replug("desk");
     hardware->replug("desk");
-    EXPECT_EQ(kinds(), (std::vector{EventKind::deviceListChanged, EventKind::deviceListChanged}));
+    EXPECT_EQ(kinds(), (std::vector{EventKind::deviceListChanged, EventKind::defaultInputChanged,
+                                    EventKind::deviceListChanged, EventKind::defaultInputChanged}));
+    EXPECT_EQ(events[1].device, 0U);
+    EXPECT_EQ(events[3].device, 1U);
+    EXPECT_EQ(hardware->defaultDevice(AudioDirection::input), 1U);
+    EXPECT_EQ(hardware->defaultDevice(AudioDirection::output), 0U);
 }
 
 TEST_F(SimulatedFaultTest, canBeStoppedWhileUnplugged) {

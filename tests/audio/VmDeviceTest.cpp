@@ -1,5 +1,6 @@
 #include "audio/VmDevice.h"
 
+#include "audio/KaAudioBuffer.h"
 #include "audio/KaCoreAudioDevice.h"
 #include "support/DeskOfATest.h"
 
@@ -139,4 +140,87 @@ TEST(VmDevice, storesAPersonsChoiceOnly) {
     devicer(it).changeRecordSource(1);
     EXPECT_EQ(it.desk.defaults.integerForKey("recordSourceDevice"), 1);
     EXPECT_EQ(devicer(it).presentRecordSourceName(), "B");
+}
+
+TEST(VmDevice, saysInTheLogThatThereIsNoSource_whenOneIsChosen) {
+    Desk it({}, {output("Speakers")});
+    it.desk.launch();
+    devicer(it).setRecordSource(2);
+    EXPECT_EQ(devicer(it).recordSource(), -1);
+    EXPECT_EQ(devicer(it).recordDevice(), nullptr);
+    EXPECT_EQ(devicer(it).levelDevice(), nullptr);
+    EXPECT_TRUE(it.logged("No recording source is exist."));
+    EXPECT_EQ(devicer(it).checkRecordSource(0), -1);
+    EXPECT_EQ(devicer(it).recordSourceCount(), 0);
+}
+
+TEST(VmDevice, saysSo_whenADeviceThatIsListedCannotBeUsed) {
+    SimulatedDevice microphone = input("Desk");
+    SimulatedDevice speakers = output("Speakers");
+    microphone.rates = {};
+    speakers.rates = {};
+    Desk it({}, {microphone, speakers});
+    it.desk.launch();
+    EXPECT_EQ(devicer(it).recordSource(), -1);
+    EXPECT_EQ(devicer(it).playSource(), -1);
+    EXPECT_EQ(devicer(it).monitorSource(), -1);
+    EXPECT_EQ(devicer(it).recordDevice(), nullptr);
+    EXPECT_EQ(devicer(it).playDevice(), nullptr);
+    EXPECT_EQ(devicer(it).monitorDevice(), nullptr);
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: no sound data input device."));
+    EXPECT_TRUE(it.happened("SomeErrorHappen: VmRecorder: no sound data output device."));
+    EXPECT_FALSE(it.recorder().monitorButton().enabled());
+}
+
+TEST(VmDevice, knowsTheSourcesByTheirNames) {
+    Desk it({}, {input("Desk", {"Internal microphone", "External microphone/Line In", "Digital In", "Phantom"}),
+                 output("Speakers", {"Headphones"}), output("Box")});
+    it.desk.launch();
+    EXPECT_EQ(devicer(it).usableRecordSourceNames(),
+              (Names{"Internal microphone", "Line In", "Digital In", "Phantom"}));
+    EXPECT_EQ(devicer(it).usableJapanRecordSourceNames(),
+              (Names{"InternalSource", "ExternalSource", "DigitalSource", "Phantom"}));
+    EXPECT_EQ(devicer(it).usablePlaySourceNames(), (Names{"Box", "Internal speakers"}));
+    const auto present = [&](int source) {
+        devicer(it).setRecordSource(source);
+        return std::tuple(devicer(it).isPresentInternalRecord(), devicer(it).isPresentExternalRecord(),
+                          devicer(it).isPresentDigitalRecord());
+    };
+    EXPECT_EQ(present(0), std::tuple(true, false, false));
+    EXPECT_EQ(present(1), std::tuple(false, true, false));
+    EXPECT_EQ(devicer(it).presentJapanRecordSourceName(), "ExternalSource");
+    EXPECT_EQ(present(2), std::tuple(false, false, true));
+    EXPECT_EQ(present(3), std::tuple(false, false, false));
+    EXPECT_EQ(devicer(it).presentRecordSourceName(), "Phantom");
+    EXPECT_EQ(devicer(it).japanSourceNameOfRecordSource(0), "InternalSource");
+    EXPECT_FALSE(devicer(it).isPresentInternalPlay());
+    devicer(it).setPlaySource(1);
+    EXPECT_TRUE(devicer(it).isPresentInternalPlay());
+    EXPECT_FALSE(devicer(it).isPresentInternalMonitor());
+    devicer(it).setMonitorSource(1);
+    EXPECT_TRUE(devicer(it).isPresentInternalMonitor());
+    EXPECT_EQ(devicer(it).convertJapanPlaySourceName("Internal speakers"), "InternalOutput");
+    EXPECT_EQ(devicer(it).convertJapanPlaySourceName("Headphones"), "Headphones");
+}
+
+TEST(VmDevice, setsUpBothObjectsOfTheInputAlike) {
+    SimulatedDevice device = input("Desk");
+    device.channels = 3;
+    device.rates = {8000, 48000};
+    Desk it({}, {device, output("Speakers")});
+    it.desk.launch();
+    ASSERT_NE(devicer(it).levelDevice(), nullptr);
+    EXPECT_NE(devicer(it).levelDevice(), devicer(it).recordDevice());
+    EXPECT_EQ(devicer(it).levelDevice()->deviceID(), devicer(it).recordDevice()->deviceID());
+    EXPECT_EQ(devicer(it).recordSampleRate(), 48000.0);
+    EXPECT_EQ(devicer(it).levelDevice()->nominalSampleRate(), 48000.0);
+    EXPECT_EQ(devicer(it).recordChannels(), 3);
+    EXPECT_EQ(devicer(it).recordBuffer().channels(), 3U);
+    EXPECT_EQ(devicer(it).recordBuffer().capacity(), 512U);
+    EXPECT_EQ(devicer(it).convertBuffer().mNumberBuffers, 1U);
+    EXPECT_EQ(devicer(it).convertBuffer().mBuffers[0].mNumberChannels, 2U);
+    EXPECT_EQ(devicer(it).convertBuffer().mBuffers[0].mDataByteSize, 512U * 2 * 4);
+    EXPECT_EQ(devicer(it).monitorBuffer().capacity(), 512U);
+    EXPECT_EQ(devicer(it).monitorConvertBuffer().mBuffers[0].mNumberChannels, 2U);
+    EXPECT_NE(devicer(it).monitorConverter(), nullptr);
 }

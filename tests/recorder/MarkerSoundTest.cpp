@@ -54,14 +54,14 @@ TEST(MarkerSoundPicking, copiesSampleBySample_whenTheRatesAreEqual) {
 }
 
 TEST(MarkerSoundPicking, takesTheSampleAtTheTruncatedPosition_withoutInterpolation) {
-    const Samples source{10, 20, 30, 40, 50, 60, 70, 80}; // four frames
+    const Samples source{10, 20, 30, 40, 50, 60, 70, 80};
     Samples picked(64, -1);
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 16, 2.0, 2), 5U); // trunc(16 / 2) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 5), (Samples{10, 20, 50, 60, 0}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 5), (Samples{10, 30, 50, 70, 0}));
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 16, 1.5, 2), 6U); // trunc(10.67) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 6), (Samples{10, 20, 30, 40, 70, 80}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 6), (Samples{10, 20, 40, 50, 70, 80}));
     ASSERT_EQ(MarkerSound::transformSoundDataSInt16(source, picked, 8, 0.5, 2), 9U); // trunc(16) / 2 + 1
-    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 9), (Samples{10, 20, 10, 20, 30, 40, 30, 40, 50}));
+    EXPECT_EQ(Samples(picked.begin(), picked.begin() + 9), (Samples{10, 10, 20, 20, 30, 30, 40, 40, 50}));
 }
 
 TEST(MarkerSoundPicking, doublesOneChannelIntoLeftAndRight) {
@@ -102,6 +102,17 @@ TEST_F(MarkerSoundTest, isHeardOnBothSides_whenItHasOneChannel) {
         ASSERT_EQ(mono.samples[2 * i + 1], source[i]);
     }
     EXPECT_LE(mono.samples.size(), 2 * source.size() + 2);
+}
+
+TEST_F(MarkerSoundTest, keepsLeftAndRightApart_atAnotherRate) {
+    Samples source(48000);
+    for (std::size_t i = 0; i < source.size(); i += 2)
+        source[i] = 16384;
+    const auto loaded = MarkerSound::load(sounds.writeAiff("l.aiff", 48000, 2, source), 44100.0);
+    ASSERT_EQ(loaded.outcome, Outcome::loaded);
+    ASSERT_GT(loaded.samples.size(), 44000U);
+    for (std::size_t i = 0; i + 4 < loaded.samples.size(); ++i)
+        ASSERT_EQ(loaded.samples[i], i % 2 == 0 ? 16384 : 0) << i;
 }
 
 TEST_F(MarkerSoundTest, lastsAsLongAsItsFile_atEveryRateAndChannelCount) {

@@ -1,4 +1,5 @@
 // Monitoring, other sources while recording, and sound that fails to come.
+#include "recorder/ClockedDesk.h"
 #include "support/Counting.h"
 #include "support/DeskOfATest.h"
 
@@ -242,6 +243,26 @@ TEST(VmRecorderInput, losesNothingOfWhatComesAfterAStopInAStall) {
     const auto after = it.samples(it.recordings()[1]);
     EXPECT_NEAR(static_cast<double>(after.size() / 2) / 44100.0, 10.0, 0.1);
     EXPECT_EQ(counting::breaks(after, counting::frameOf(after[0], after[1])), 0);
+}
+
+TEST(VmRecorderInput, losesNothingOfWhatComesLate_whenAStallEndsBehindTheHour) {
+    // The hour is 100 s after the launch.
+    for (const double behind : {1.0, 5.0, 30.0}) {
+        SCOPED_TRACE(behind);
+        ClockedDesk it;
+        it.recordAt(5.0);
+        it.until(95.0);
+        it.desk.hardware.stall("desk-in", 5.0 + behind);
+        it.stopAt(200.0);
+        const auto names = it.recordings();
+        std::int64_t frames = 0;
+        for (const std::string& name : names)
+            frames += it.frames(name);
+        EXPECT_NEAR(static_cast<double>(frames), 195.0 * 8000, 800);
+        it.expectNamesToAgree();
+        ASSERT_GE(names.size(), 2U);
+        EXPECT_EQ(names.back().substr(0, 28), "_Velmoratide_20260302_100000");
+    }
 }
 
 TEST(VmRecorderInput, doesNotReachBackAcrossAGapForTheSoundBeforeTheTrigger) {

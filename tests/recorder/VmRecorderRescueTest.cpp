@@ -16,10 +16,10 @@ protected:
         std::ofstream(temporary(), std::ios::binary) << bytes;
     }
     /// A file of our own with ten seconds of sound, or none; no start is noted in it.
-    void leaveOwn(std::size_t samples = 160000) {
+    void leaveOwn(std::size_t samples = 160000, double rate = 8000.0, unsigned channels = 2) {
         std::filesystem::create_directories(folder.path() + "/record");
         PosixVolume volume;
-        const auto made = SoundFile::create(volume, temporary(), 8000.0, 2);
+        const auto made = SoundFile::create(volume, temporary(), rate, channels);
         ASSERT_NE(made.file, nullptr);
         ASSERT_TRUE(samples == 0 || made.file->writeSamples(0, std::vector<std::int16_t>(samples, 100)));
         ASSERT_TRUE(made.file->close());
@@ -44,7 +44,7 @@ protected:
     Names files() const {
         Names names;
         for (const VolumeEntry& entry : PosixVolume().list(folder.path() + "/record"))
-            if (!VmDutyLog::isLogFile(entry.name))
+            if (!VmDutyLog::isLogFile(entry.name) && !VmMechanic::isImageFile(entry.name))
                 names.push_back(entry.name);
         return names;
     }
@@ -149,4 +149,35 @@ TEST_F(Crashes, leaveARecordingThatGetsAName_howeverManyOfTheSameSecondThereAre)
     EXPECT_TRUE(std::filesystem::exists(stem + "+217.aif"));
     EXPECT_FALSE(std::filesystem::exists(temporary()));
     EXPECT_EQ(std::filesystem::file_size(stem + std::string(216, '+') + ".aif"), 18U);
+}
+
+TEST_F(Crashes, leaveSixtySeconds_inAFileOf60SecondsOfSound) {
+    // At 22050 Hz: 4096 bytes and 60 s of one channel, then of two.
+    for (const unsigned channels : {1U, 2U}) {
+        SCOPED_TRACE(channels);
+        leaveOwn(std::size_t{22050} * channels * 60, 22050.0, channels);
+        ASSERT_EQ(std::filesystem::file_size(temporary()), 4096U + 22050U * 2U * 60U * channels);
+        launch({{"WriteStartTempFile", "20260302_095000"}});
+        ASSERT_EQ(files(), Names{"_Velmoratide_20260302_095000~095100.aif"});
+        EXPECT_EQ(desk->clock.format(desk->controler->recorder().lastCrashDate(), "%Y%m%d_%H%M%S"),
+                  "20260302_095100");
+        std::ifstream file(folder.path() + "/record/" + files()[0], std::ios::binary);
+        file.seekg(256);
+        std::string information;
+        std::getline(file, information, '\0');
+        EXPECT_EQ(information,
+                  std::string("_Velmoratide_20260302_095000~09510022050") + (channels == 1 ? "M" : "S") + "I*");
+        std::filesystem::remove(folder.path() + "/record/" + files()[0]);
+    }
+}
+
+TEST_F(Crashes, areRoundedToTheNearestSecond) {
+    for (const auto& [samples, end] :
+         {std::pair(160000 + 7998, "095010"), std::pair(160000 + 8000, "095011")}) {
+        SCOPED_TRACE(samples);
+        leaveOwn(static_cast<std::size_t>(samples)); // 10.499875 s and 10.5 s
+        launch({{"WriteStartTempFile", "20260302_095000"}});
+        EXPECT_EQ(files(), Names{std::string("_Velmoratide_20260302_095000~") + end + ".aif"});
+        std::filesystem::remove(folder.path() + "/record/" + files()[0]);
+    }
 }

@@ -45,17 +45,27 @@ public:
                   const CalendarDate& start = morning)
         : desk(folder.path(), QTimeZone("Asia/Tokyo"), start, std::move(devices), settings) {
         watch = desk.notifications.observe({}, [this](const Notification& notification) {
+            if (notification.name == "VmCreateImageFile_Notification")
+                return; // of the recordings' pictures
             const auto message = notification.userInfo.find(std::string(ErrorMessageString));
             events.push_back(notification.object +
                              (message == notification.userInfo.end() ? "" : ": " + message->second));
         });
     }
     VmRecorder& recorder() { return desk.controler->recorder(); }
-    /// All files of the record folder but the log book.
+    /// All files of the record folder but the log book and the pictures.
     std::vector<std::string> recordings() const {
         std::vector<std::string> names;
         for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
-            if (!VmDutyLog::isLogFile(entry.name))
+            if (!VmDutyLog::isLogFile(entry.name) && !VmMechanic::isImageFile(entry.name))
+                names.push_back(entry.name);
+        return names;
+    }
+    /// The waveform pictures of the record folder.
+    std::vector<std::string> pictures() const {
+        std::vector<std::string> names;
+        for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
+            if (VmMechanic::isImageFile(entry.name))
                 names.push_back(entry.name);
         return names;
     }

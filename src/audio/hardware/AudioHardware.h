@@ -74,8 +74,10 @@ struct AudioHardwareEvent {
         deviceReturned,    ///< a device that died delivers again (same unique ID)
         serverLost,        ///< the whole sound system went away; told once
         serverReturned,
-        hole,      ///< `frames` frames were lost before the adapter and handed on as silence
-        delivered, ///< the cycles of one piece of input have run; told for each piece
+        hole,                 ///< `frames` frames were lost before the adapter and handed on as silence
+        delivered,            ///< the cycles of one piece of input have run; told for each piece
+        defaultInputChanged,  ///< `device` is the usual one now, 0 when there is none
+        defaultOutputChanged, ///< the same for outputs
     };
     Kind kind = Kind::deviceListChanged;
     AudioDeviceID device = 0;
@@ -93,6 +95,8 @@ public:
 
     // Main thread. A failed query yields an empty, zero or false result.
     virtual std::vector<AudioDeviceID> devices() = 0;
+    /// The device of `direction` that the sound system uses where none is named; 0 when there is none.
+    virtual AudioDeviceID defaultDevice(AudioDirection direction) = 0;
     virtual std::string deviceName(AudioDeviceID device) = 0;
     virtual std::string deviceUID(AudioDeviceID device) = 0;
     virtual std::vector<AudioStreamID> streams(AudioDeviceID device, AudioDirection direction) = 0;

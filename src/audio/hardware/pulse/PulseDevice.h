@@ -25,4 +25,5 @@ struct PulseDevice {
     PulseFormat format;
     std::vector<PulsePort> ports; ///< in the server's order
     std::string activePort;
+    bool isDefault = false; ///< what the server uses where none is named
 };

@@ -50,8 +50,9 @@ void PulseDeviceLister::attach(pa_context* context) {
             static_cast<PulseDeviceLister*>(lister)->refresh();
         },
         this);
-    constexpr auto followed = static_cast<pa_subscription_mask_t>(
-        PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_CARD);
+    constexpr auto followed =
+        static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SINK |
+                                            PA_SUBSCRIPTION_MASK_CARD | PA_SUBSCRIPTION_MASK_SERVER);
     if (pa_operation* const operation = pa_context_subscribe(context, followed, ignoreSuccess, nullptr))
         pa_operation_unref(operation);
     ask();
@@ -65,6 +66,7 @@ void PulseDeviceLister::detach() {
 }
 
 void PulseDeviceLister::cancel() {
+    release(m_serverQuery);
     release(m_sourcesQuery);
     release(m_sinksQuery);
 }
@@ -83,6 +85,15 @@ void PulseDeviceLister::ask() {
     m_failed = false;
     m_isStale = false;
     cancel();
+    m_defaultSource.clear();
+    m_defaultSink.clear();
+    m_serverQuery = pa_context_get_server_info(
+        m_context,
+        [](pa_context*, const pa_server_info* info, void* lister) {
+            if (info != nullptr)
+                static_cast<PulseDeviceLister*>(lister)->takeDefaults(*info);
+        },
+        this);
     m_sourcesQuery = pa_context_get_source_info_list(
         m_context,
         [](pa_context*, const pa_source_info* info, int end, void* lister) {
@@ -105,18 +116,25 @@ void PulseDeviceLister::ask() {
         this);
 }
 
+void PulseDeviceLister::takeDefaults(const pa_server_info& info) {
+    m_defaultSource = info.default_source_name == nullptr ? "" : info.default_source_name;
+    m_defaultSink = info.default_sink_name == nullptr ? "" : info.default_sink_name;
+}
+
 void PulseDeviceLister::finishSources(bool failed) {
     m_failed = failed;
 }
 
 void PulseDeviceLister::finishSinks(bool failed) {
-    // The server answers in order, so the sources are complete by now.
-    release(m_sourcesQuery);
-    release(m_sinksQuery);
+    // The server answers in order, so its defaults and the sources are known by now.
+    cancel();
     if (m_isStale) {
         ask();
         return;
     }
+    for (PulseDevice& device : m_devices)
+        device.isDefault =
+            device.name == (device.direction == AudioDirection::input ? m_defaultSource : m_defaultSink);
     if (!failed && !m_failed)
         m_listed(m_devices); // a list that failed leaves the last one standing; the next event asks again
 }

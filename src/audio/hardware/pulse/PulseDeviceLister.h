@@ -28,14 +28,18 @@ public:
 private:
     void ask();
     void cancel();
+    void takeDefaults(const pa_server_info& info);
     void finishSources(bool failed);
     void finishSinks(bool failed);
 
     const Listed m_listed;
     pa_context* m_context = nullptr;
+    pa_operation* m_serverQuery = nullptr;
     pa_operation* m_sourcesQuery = nullptr;
     pa_operation* m_sinksQuery = nullptr;
     std::vector<PulseDevice> m_devices;
+    std::string m_defaultSource;
+    std::string m_defaultSink;
     bool m_failed = false;
     bool m_isStale = false;
 };

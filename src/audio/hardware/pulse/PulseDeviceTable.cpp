@@ -44,6 +44,15 @@ const PulseDeviceTable::Entry* PulseDeviceTable::entry(AudioDeviceID device) con
     return device == 0 || device > m_entries.size() ? nullptr : &m_entries[device - 1];
 }
 
+AudioDeviceID PulseDeviceTable::defaultDevice(AudioDirection direction) const {
+    const std::lock_guard guard(m_mutex);
+    const auto found = std::ranges::find_if(m_present, [&](AudioDeviceID present) {
+        const PulseDevice& device = m_entries[present - 1].device;
+        return device.isDefault && device.direction == direction;
+    });
+    return found == m_present.end() ? 0 : *found;
+}
+
 void PulseDeviceTable::setActivePort(AudioDeviceID device, const std::string& port) {
     const std::lock_guard guard(m_mutex);
     if (device != 0 && device <= m_entries.size())

@@ -11,6 +11,8 @@ public:
     // Any thread
     /// Takes the server's list in place of the last one. True when devices came or went.
     bool replace(const std::vector<PulseDevice>& devices);
+    /// The device of `direction` that the server uses where none is named; 0 when it names none.
+    AudioDeviceID defaultDevice(AudioDirection direction) const;
     void setActivePort(AudioDeviceID device, const std::string& port);
 
     /// Devices that are present, in the server's order, sources first.

@@ -49,6 +49,7 @@ void PulseHardware::connectionFailed(bool wasReady) {
         tell({AudioHardwareEvent::Kind::serverLost, 0, 0, m_connection.lastError()});
     if (hadDevices)
         tell({AudioHardwareEvent::Kind::deviceListChanged, 0, 0, {}});
+    tellDefaults();
 }
 
 void PulseHardware::devicesListed(const std::vector<PulseDevice>& listed) {
@@ -59,8 +60,18 @@ void PulseHardware::devicesListed(const std::vector<PulseDevice>& listed) {
         tell({AudioHardwareEvent::Kind::serverReturned, 0, 0, {}});
     if (changed)
         tell({AudioHardwareEvent::Kind::deviceListChanged, 0, 0, {}});
+    tellDefaults();
     for (const auto& [device, procedures] : m_ios)
         procedures->devicesListed();
+}
+
+void PulseHardware::tellDefaults() {
+    const AudioDeviceID input = m_table.defaultDevice(AudioDirection::input);
+    const AudioDeviceID output = m_table.defaultDevice(AudioDirection::output);
+    if (std::exchange(m_defaultInput, input) != input)
+        tell({AudioHardwareEvent::Kind::defaultInputChanged, input, 0, {}});
+    if (std::exchange(m_defaultOutput, output) != output)
+        tell({AudioHardwareEvent::Kind::defaultOutputChanged, output, 0, {}});
 }
 
 void PulseHardware::tell(const AudioHardwareEvent& event) {

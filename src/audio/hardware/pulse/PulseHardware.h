@@ -28,6 +28,7 @@ public:
 
     // Main thread
     std::vector<AudioDeviceID> devices() override;
+    AudioDeviceID defaultDevice(AudioDirection direction) override { return m_table.defaultDevice(direction); }
     /// Also of a device that is away.
     std::string deviceName(AudioDeviceID device) override;
     /// Also of a device that is away.
@@ -64,6 +65,7 @@ private:
     void connectionReady() override;
     void connectionFailed(bool wasReady) override;
     void devicesListed(const std::vector<PulseDevice>& listed);
+    void tellDefaults();
     void tell(const AudioHardwareEvent& event);
 
     // Main thread
@@ -82,6 +84,8 @@ private:
     std::mutex m_iosMutex; ///< never held while anything else is waited for
     std::map<AudioDeviceID, std::unique_ptr<PulseDeviceIO>> m_ios; ///< grows only
     std::function<void(const AudioHardwareEvent&)> m_listener;
+    AudioDeviceID m_defaultInput = 0; ///< as it was told last
+    AudioDeviceID m_defaultOutput = 0;
     bool m_hasList = false; ///< of the present connection
     bool m_failedOnce = false;
 };

@@ -54,15 +54,22 @@ void SimulatedHardware::tell(const AudioHardwareEvent& event) {
         (*listener)(event);
 }
 
-void SimulatedHardware::unplug(const std::string& uid) {
-    const AudioDeviceID device = deviceWithUID(uid);
-    Unit* const unit = present(device);
-    if (unit == nullptr)
-        return;
-    unit->engine->setPlugged(false);
-    if (unit->engine->running())
-        tell({AudioHardwareEvent::Kind::deviceDied, device, 0, {}});
+void SimulatedHardware::setPlugged(Unit& unit, bool plugged) {
+    const AudioDeviceID input = defaultDevice(AudioDirection::input);
+    const AudioDeviceID output = defaultDevice(AudioDirection::output);
+    unit.engine->setPlugged(plugged);
+    if (!plugged && unit.engine->running())
+        tell({AudioHardwareEvent::Kind::deviceDied, deviceWithUID(unit.engine->device().uid), 0, {}});
     tell({AudioHardwareEvent::Kind::deviceListChanged, 0, 0, {}});
+    if (const AudioDeviceID now = defaultDevice(AudioDirection::input); now != input)
+        tell({AudioHardwareEvent::Kind::defaultInputChanged, now, 0, {}});
+    if (const AudioDeviceID now = defaultDevice(AudioDirection::output); now != output)
+        tell({AudioHardwareEvent::Kind::defaultOutputChanged, now, 0, {}});
+}
+
+void SimulatedHardware::unplug(const std::string& uid) {
+    if (Unit* const unit = present(deviceWithUID(uid)))
+        setPlugged(*unit, false);
 }
 
 void SimulatedHardware::replug(const std::string& uid) {
@@ -70,8 +77,7 @@ void SimulatedHardware::replug(const std::string& uid) {
     Unit* const unit = known(device);
     if (unit == nullptr || unit->engine->plugged())
         return;
-    unit->engine->setPlugged(true);
-    tell({AudioHardwareEvent::Kind::deviceListChanged, 0, 0, {}});
+    setPlugged(*unit, true);
     if (unit->engine->running())
         tell({AudioHardwareEvent::Kind::deviceReturned, device, 0, {}});
 }
@@ -98,6 +104,13 @@ std::vector<AudioDeviceID> SimulatedHardware::devices() {
             found.push_back(device);
     }
     return found;
+}
+
+AudioDeviceID SimulatedHardware::defaultDevice(AudioDirection direction) {
+    for (const AudioDeviceID device : devices())
+        if (present(device, direction) != nullptr)
+            return device;
+    return 0;
 }
 
 std::string SimulatedHardware::deviceName(AudioDeviceID device) {

@@ -27,6 +27,8 @@ public:
     void setOutputSink(const SimulatedOutputSink& sink);
 
     std::vector<AudioDeviceID> devices() override;
+    /// The first one that is plugged in.
+    AudioDeviceID defaultDevice(AudioDirection direction) override;
     std::string deviceName(AudioDeviceID device) override;
     std::string deviceUID(AudioDeviceID device) override;
     std::vector<AudioStreamID> streams(AudioDeviceID device, AudioDirection direction) override;
@@ -63,6 +65,7 @@ private:
     Unit* present(AudioDeviceID device) const;
     Unit* present(AudioDeviceID device, AudioDirection direction) const;
     AudioDeviceID deviceWithUID(const std::string& uid) const;
+    void setPlugged(Unit& unit, bool plugged);
     void tell(const AudioHardwareEvent& event);
 
     std::recursive_mutex
