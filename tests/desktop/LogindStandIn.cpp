@@ -1,5 +1,7 @@
 #include "desktop/LogindStandIn.h"
 
+#include "support/Sanitizer.h"
+
 #include <chrono>
 #include <fcntl.h>
 #include <poll.h>
@@ -101,7 +103,7 @@ void LogindStandIn::pretendPrepareForSleep(const std::string& address, bool slee
 bool becomesTrueInLoop(const std::function<bool()>& condition) {
     QTimer look; // a closed pipe is no event of the loop
     look.start(5);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience(10.0));
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

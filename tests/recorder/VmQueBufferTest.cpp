@@ -1,5 +1,7 @@
 #include "recorder/VmQueBuffer.h"
 
+#include "support/Sanitizer.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -30,12 +32,6 @@ std::vector<float> numbers(unsigned first, unsigned count) {
     std::iota(result.begin(), result.end(), static_cast<float>(first));
     return result;
 }
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#else
-constexpr bool sanitized = false;
-#endif
 
 /// What the queue must do, in the plainest words.
 class QueueModel {
@@ -205,7 +201,7 @@ TEST(VmQueBuffer, roundsItsCapacityDownToWholeSamples) {
 }
 
 TEST(VmQueBuffer, isNotMade_withoutMemory) {
-    if (sanitized)
+    if (watchedBySanitizer)
         GTEST_SKIP() << "a sanitizer cannot run with little address space";
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);

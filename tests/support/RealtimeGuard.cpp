@@ -1,6 +1,7 @@
 #include "support/RealtimeGuard.h"
 
 #include "base/Realtime.h"
+#include "support/Sanitizer.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -8,14 +9,8 @@
 #include <string_view>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZER_OWNS_MALLOC
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-#define SANITIZER_OWNS_MALLOC
-#endif
-#endif
-#if defined(__GLIBC__) && !defined(SANITIZER_OWNS_MALLOC)
+// A sanitizer needs `malloc` for itself.
+#if defined(__GLIBC__) && !defined(WATCHED_BY_A_SANITIZER)
 #define GUARDS_MALLOC
 #endif
 

@@ -1,6 +1,7 @@
 #include "system/CountedDuty.h"
 
 #include "support/Counting.h"
+#include "support/Sanitizer.h"
 
 #include <cmath>
 #include <csignal>
@@ -27,6 +28,10 @@ void writeCountingFloats(const std::string& path, double seconds) {
             block.clear();
         }
     }
+}
+
+Clock::time_point deadlineAfter(double seconds) {
+    return Clock::now() + std::chrono::milliseconds(std::llround(patience(seconds) * 1000.0));
 }
 
 ino_t numberOf(const std::string& path) {
@@ -64,7 +69,7 @@ bool CountedDuty::launch(const std::vector<std::string>& settings, const ChildPr
     const ino_t leftover = numberOf(temporaryFile());
     m_program.reset();
     m_program = std::make_unique<RunningProgram>(arguments, environment);
-    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(20);
+    const Clock::time_point deadline = deadlineAfter(20.0);
     while (Clock::now() < deadline) {
         if (const ino_t number = numberOf(temporaryFile()); number != 0 && number != leftover) {
             m_began = Clock::now();
@@ -93,7 +98,7 @@ std::vector<std::string> CountedDuty::linesWith(const std::string& words) const 
 }
 
 bool CountedDuty::awaitLines(const std::string& words, std::size_t count, double seconds) const {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(std::llround(seconds * 1000.0));
+    const Clock::time_point deadline = deadlineAfter(seconds);
     while (linesWith(words).size() < count) {
         if (Clock::now() > deadline)
             return false;

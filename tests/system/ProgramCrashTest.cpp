@@ -3,6 +3,7 @@
 #include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "support/Counting.h"
+#include "support/Sanitizer.h"
 #include "system/PrivatePulseServer.h"
 #include "system/RunningProgram.h"
 
@@ -27,6 +28,11 @@ using Moment = std::chrono::steady_clock::time_point;
 constexpr double rate = 44100.0;
 constexpr double mostLost = 7.0; // seconds: a write interval, and sound that was still on its way
 constexpr std::uintmax_t headerBytes = 4096;
+
+std::chrono::steady_clock::duration lasting(double seconds) {
+    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+        std::chrono::duration<double>(seconds));
+}
 
 double secondsBetween(Moment from, Moment to) {
     return std::chrono::duration<double>(to - from).count();
@@ -87,7 +93,7 @@ public:
     }
     /// Waits until a file is being written, and returns when that began.
     std::optional<Moment> awaitRecording() const {
-        const Moment deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const Moment deadline = std::chrono::steady_clock::now() + lasting(patience(20.0));
         while (std::chrono::steady_clock::now() < deadline) {
             // A leftover is older, or becomes a recording as the file that it is.
             std::error_code missing;
@@ -183,11 +189,6 @@ private:
     std::int64_t m_end = 0;
     double m_worst = 0.0;
 };
-
-std::chrono::steady_clock::duration lasting(double seconds) {
-    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-        std::chrono::duration<double>(seconds));
-}
 
 /// Launches, records for `life` seconds and kills. Returns what that leaves, if it leaves sound.
 std::optional<Crash> crashAfter(CrashingDuty& duty, double life, std::optional<Crash> before,

@@ -1,6 +1,7 @@
 // The built program while its sound server or its source comes and goes.
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
+#include "support/Sanitizer.h"
 #include "system/PrivatePulseServer.h"
 #include "system/RunningProgram.h"
 
@@ -18,7 +19,7 @@ void pauseFor(double seconds) {
 }
 
 bool becomesTrue(double seconds, const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience(seconds));
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

@@ -1,5 +1,7 @@
 #include "system/PulseHardwareFixture.h"
 
+#include "support/Sanitizer.h"
+
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -111,7 +113,7 @@ void PulseHardwareFixture::stopRecording(AudioDeviceID device) {
 }
 
 bool PulseHardwareFixture::await(double seconds, const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience(seconds));
     while (!done()) {
         if (std::chrono::steady_clock::now() >= deadline)
             return false;

@@ -1,6 +1,7 @@
 // The built program's window, used as a person uses it.
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
+#include "support/Sanitizer.h"
 #include "system/PrivateDisplay.h"
 #include "system/PrivatePulseServer.h"
 #include "system/RunningProgram.h"
@@ -36,7 +37,7 @@ void pauseFor(double seconds) {
 
 /// A person waits until something is to be seen.
 bool comes(const std::function<bool()>& what, double seconds = 20.0) {
-    for (double waited = 0.0; waited < seconds; waited += 0.1) {
+    for (double waited = 0.0; waited < patience(seconds); waited += 0.1) {
         if (what())
             return true;
         pauseFor(0.1);
