@@ -144,7 +144,7 @@ void VmPlayList::apply(Renewal& renewal) {
 void VmPlayList::show(RecordListing listing) {
     const int selected = m_table == nullptr ? -1 : m_table->selectedRow();
     const std::string name = fileNameAtRow(selected);
-    const RecordFileStatus file = rowAt(selected) == nullptr ? RecordFileStatus() : rowAt(selected)->file;
+    const FileStatus file = rowAt(selected) == nullptr ? FileStatus() : rowAt(selected)->file;
     const bool sameFolder = listing.folder == m_shown.folder;
     m_shown = std::move(listing);
     if (m_table != nullptr) {

@@ -66,6 +66,10 @@ public:
         errno = error;
         return entries;
     }
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& names) override {
+        return m_files.look(folder, names);
+    }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     std::optional<double> freeBytes(const std::string&) override { return free; }
