@@ -84,8 +84,8 @@ public:
     }
     std::vector<VolumeEntry> list(const std::string& folder) override;
     std::vector<std::optional<FileStatus>> look(const std::string& folder,
-                                                const std::vector<std::string>& names) override {
-        return m_files.look(folder, names);
+                                                const std::vector<std::string>& files) override {
+        return m_files.look(folder, files);
     }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
