@@ -131,7 +131,7 @@ std::vector<SimulatedDevice> devices() {
 /// Reports the longest work of the main thread.
 bool reportStalls(const std::string& folder) {
     RehearsalDesk desk(folder, QTimeZone("UTC"), {.year = 2026, .month = 4, .day = 1}, devices(),
-                       {{"VerifyDelete", false}});
+                       {{"VerifyDelete", false}, {"MaxTotalTime", recordings * 60.0}}); // none goes of itself
     desk.launch();
     VmControler& controler = *desk.controler;
     TableBox box(controler.recordTable(), desk.texts);

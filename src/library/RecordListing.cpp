@@ -2,7 +2,7 @@
 
 #include "library/RecordNote.h"
 #include "library/TimeStrings.h"
-#include "storage/FileLock.h"
+#include "storage/FolderPlace.h"
 #include "storage/Paths.h"
 #include "storage/RecordFolder.h"
 #include "storage/SoundFile.h"
@@ -11,54 +11,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <numeric>
-#include <optional>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 constexpr double bytesPerMegabyte = 1048576.0;
 constexpr std::size_t dateAt = 13;
-
-std::int64_t nanoseconds(const statx_timestamp& time) {
-    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
-}
-
-/// A place from which its files are found without walking the whole path each time.
-class OpenedFolder {
-public:
-    explicit OpenedFolder(const std::string& folder)
-        : m_descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
-    ~OpenedFolder() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    OpenedFolder(const OpenedFolder&) = delete;
-    OpenedFolder& operator=(const OpenedFolder&) = delete;
-
-    int descriptor() const { return m_descriptor; } ///< -1 if it cannot be opened
-
-private:
-    const int m_descriptor;
-};
-
-/// Of the file `name` in `folder`; `path` is its full path. Nothing unless it is a regular file.
-std::optional<RecordFileStatus> statusOf(const OpenedFolder& folder, const std::string& name,
-                                         const std::string& path) {
-    constexpr unsigned wanted = STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
-    struct statx status {};
-    if (::statx(folder.descriptor(), name.c_str(), AT_SYMLINK_NOFOLLOW, wanted, &status) != 0 ||
-        !S_ISREG(status.stx_mode))
-        return std::nullopt;
-    return RecordFileStatus{.device = (static_cast<std::uint64_t>(status.stx_dev_major) << 32U) |
-                                      status.stx_dev_minor,
-                            .inode = status.stx_ino,
-                            .size = static_cast<std::int64_t>(status.stx_size),
-                            .modified = nanoseconds(status.stx_mtime),
-                            .changed = nanoseconds(status.stx_ctime),
-                            .locked = FileLock::isLocked(path, status)};
-}
 
 /// What its sound lasts; its name says only how long it was at the last full minute.
 int secondsOfSound(Volume& volume, const std::string& path) {
@@ -74,7 +31,8 @@ bool isProgress(const RecordListing::Request& request, const std::string& name) 
 }
 
 RecordRow rowOf(Volume& volume, const RecordListing::Request& request, const std::string& name,
-                const std::string& path, const RecordFileStatus& status) {
+                const FileStatus& status) {
+    const std::string path = Paths::inFolder(request.folder, name);
     RecordRow row = RecordRow::ofName(name);
     row.file = status;
     row.fileSize = static_cast<double>(status.size) / bytesPerMegabyte;
@@ -94,7 +52,7 @@ class KnownRows {
 public:
     explicit KnownRows(const RecordListing& known) : m_known(known) {}
     /// The row of `name` if the file is as it was; null otherwise. Names must come in order.
-    const RecordRow* find(const std::string& name, const RecordFileStatus& status) {
+    const RecordRow* find(const std::string& name, const FileStatus& status) {
         while (m_at < m_known.names.size() && m_known.names[m_at] < name)
             ++m_at;
         if (m_at >= m_known.names.size() || m_known.names[m_at] != name || m_known.rows[m_at].inProgress)
@@ -162,29 +120,28 @@ RecordListing RecordListing::read(Volume& volume, const Request& request, const 
     listing.folder = request.folder;
     static const RecordListing nothing;
     KnownRows knownRows(known.folder == request.folder ? known : nothing);
-    const OpenedFolder opened(request.folder);
+    const FolderPlace place(request.folder);
     for (std::string& name : namesIn(volume, listing)) {
         if (superseded) {
             listing.isComplete = false;
             break;
         }
-        const std::string path = Paths::inFolder(request.folder, name);
-        const auto status = statusOf(opened, name, path);
-        if (!status) // gone meanwhile, or no file
+        FileStatus status;
+        if (place.look(name, status) != 0) // gone meanwhile, or no file
             continue;
-        const RecordRow* const same = isProgress(request, name) ? nullptr : knownRows.find(name, *status);
-        listing.rows.push_back(same != nullptr ? *same : rowOf(volume, request, name, path, *status));
+        const RecordRow* const same = isProgress(request, name) ? nullptr : knownRows.find(name, status);
+        listing.rows.push_back(same != nullptr ? *same : rowOf(volume, request, name, status));
         listing.names.push_back(std::move(name));
     }
     return listing;
 }
 
 bool RecordListing::readRow(Volume& volume, const Request& request, const std::string& name, RecordRow& row) {
-    const std::string path = Paths::inFolder(request.folder, name);
-    const auto status = statusOf(OpenedFolder(request.folder), name, path);
-    if (status)
-        row = rowOf(volume, request, name, path, *status);
-    return status.has_value();
+    FileStatus status;
+    if (FolderPlace(request.folder).look(name, status) != 0)
+        return false;
+    row = rowOf(volume, request, name, status);
+    return true;
 }
 
 bool RecordListing::isSame(const RecordListing& other) const {
@@ -200,7 +157,7 @@ int RecordListing::rowOfName(std::string_view name) const {
     return found == names.end() ? -1 : static_cast<int>(found - names.begin());
 }
 
-int RecordListing::rowOfFile(const RecordFileStatus& file, std::string_view name) const {
+int RecordListing::rowOfFile(const FileStatus& file, std::string_view name) const {
     constexpr std::size_t startLength = 15;
     const auto start = [](std::string_view of) { return of.substr(std::min(dateAt, of.size()), startLength); };
     for (std::size_t row = rows.size(); row > 0; --row)

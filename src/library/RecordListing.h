@@ -38,7 +38,7 @@ struct RecordListing {
     int rowOfName(std::string_view name) const;
     /// The row of the file that was called `name` and has another one now: a recording keeps its start. The
     /// last of several; -1 when there is none.
-    int rowOfFile(const RecordFileStatus& file, std::string_view name) const;
+    int rowOfFile(const FileStatus& file, std::string_view name) const;
     /// Orders names and rows by the first of `descriptors`, equal ones by the next, at last by name.
     void sort(const std::vector<SortDescriptor>& descriptors);
 };

@@ -1,22 +1,9 @@
 // library/RecordRow.h — what the table shows of one recording.
 #pragma once
-#include <cstdint>
+#include "storage/FileStatus.h"
+
 #include <string>
 #include <string_view>
-
-/// Which file it is, and in which state. Two equal statuses of one name mean that the file is as it was.
-struct RecordFileStatus {
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    std::int64_t size = 0; ///< bytes
-    std::int64_t modified = 0;
-    std::int64_t changed = 0; ///< also by a lock; both nanoseconds since 1970
-    bool locked = false;
-    bool operator==(const RecordFileStatus&) const = default;
-    bool isSameFile(const RecordFileStatus& other) const {
-        return device == other.device && inode == other.inode;
-    }
-};
 
 /// A row record. Any thread.
 struct RecordRow {
@@ -27,7 +14,7 @@ struct RecordRow {
     std::string recordTime;
     double fileSize = 0.0; ///< megabytes
     std::string remark;
-    RecordFileStatus file;
+    FileStatus file;
     bool inProgress = false; ///< being recorded now
 
     static constexpr std::size_t shortestName = 35; ///< bytes, up to the end time's last digit

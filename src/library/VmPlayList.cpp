@@ -1,6 +1,7 @@
 #include "library/VmPlayList.h"
 
 #include "app/VmControler.h"
+#include "base/Clock.h"
 #include "base/FolderWatch.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
@@ -17,7 +18,9 @@
 
 namespace {
 constexpr double tickSeconds = 1.0;
-constexpr int ticksBetweenLooks = 5; // for folders whose file system tells of nothing
+constexpr int fewestTicksBetweenLooks = 5; // for folders whose file system tells of nothing
+constexpr int mostTicksBetweenLooks = 60;
+constexpr double longestShareOfLooking = 1.0 / 300.0; // of the time
 constexpr double burstSeconds = 0.2;
 
 const std::vector<TableColumn>& tableColumns() {
@@ -39,8 +42,9 @@ struct VmPlayList::Renewal {
     std::vector<SortDescriptor> sort;
     std::shared_ptr<const RecordListing> known;
     std::shared_ptr<const RecordListing> read{}; // by name
-    RecordListing sorted{};
+    RecordListing sorted{};                      // only its error when all is the same
     bool isSame = false;
+    double seconds = 0.0; // that it took
 };
 
 VmPlayList::VmPlayList(VmControler& controler)
@@ -103,15 +107,22 @@ void VmPlayList::startRenewal(const std::string& path) {
     auto renewal =
         std::make_shared<Renewal>(Renewal{.request = request(path), .sort = m_sort, .known = m_read});
     m_superseded = std::make_shared<std::atomic<bool>>(false);
-    m_reader->perform([this, renewal, superseded = m_superseded,
+    m_reader->perform([this, renewal, superseded = m_superseded, &clock = m_controler.seams().clock,
                        &volume = m_controler.seams().volume]() -> JobThread::Report {
+        const HostTime begin = clock.hostTime();
         RecordListing listing = RecordListing::read(volume, renewal->request, *renewal->known, *superseded);
         if (*superseded)
             return nullptr;
         renewal->isSame = listing.error == renewal->known->error && listing.isSame(*renewal->known);
-        renewal->read = std::make_shared<const RecordListing>(listing);
-        listing.sort(renewal->sort);
-        renewal->sorted = std::move(listing);
+        if (renewal->isSame) {
+            renewal->read = renewal->known;
+            renewal->sorted.error = listing.error;
+        } else {
+            renewal->read = std::make_shared<const RecordListing>(listing);
+            listing.sort(renewal->sort);
+            renewal->sorted = std::move(listing);
+        }
+        renewal->seconds = static_cast<double>(clock.hostTime() - begin) * 1e-9;
         return [this, renewal, superseded] {
             if (!*superseded)
                 finishRenewal(renewal);
@@ -123,6 +134,8 @@ void VmPlayList::startRenewal(const std::string& path) {
 void VmPlayList::finishRenewal(const std::shared_ptr<Renewal>& renewal) {
     m_superseded.reset();
     m_heldBack.reset();
+    m_ticksBetweenLooks = std::clamp(static_cast<int>(renewal->seconds / (longestShareOfLooking * tickSeconds)),
+                                     fewestTicksBetweenLooks, mostTicksBetweenLooks);
     reportUnreadable(renewal->sorted.error);
     if (isEditing())
         m_heldBack = renewal;
@@ -144,7 +157,7 @@ void VmPlayList::apply(Renewal& renewal) {
 void VmPlayList::show(RecordListing listing) {
     const int selected = m_table == nullptr ? -1 : m_table->selectedRow();
     const std::string name = fileNameAtRow(selected);
-    const RecordFileStatus file = rowAt(selected) == nullptr ? RecordFileStatus() : rowAt(selected)->file;
+    const FileStatus file = rowAt(selected) == nullptr ? FileStatus() : rowAt(selected)->file;
     const bool sameFolder = listing.folder == m_shown.folder;
     m_shown = std::move(listing);
     if (m_table != nullptr) {
@@ -254,7 +267,10 @@ void VmPlayList::tick() {
                                    ? std::string()
                                    : m_shown.names[static_cast<std::size_t>(inProgress - m_shown.rows.begin())];
     const std::string progress = m_controler.seams().defaults.stringForKey("ProgressSoundFileName");
-    if (++m_ticks % ticksBetweenLooks == 0 || listed != RecordFolder::bareName(progress))
+    const bool isTimeToLook = ++m_ticks >= m_ticksBetweenLooks;
+    if (isTimeToLook)
+        m_ticks = 0;
+    if (isTimeToLook || listed != RecordFolder::bareName(progress))
         renewWithDirPath(m_mechanic.recordFolder());
     else if (!listed.empty() && !isRenewing())
         readProgressRow(listed);

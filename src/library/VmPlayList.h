@@ -106,7 +106,8 @@ private:
     std::shared_ptr<Renewal> m_heldBack;             // read while a note was edited
     std::string m_wantedPath;                        // to be read after the renewal under way; or empty
     bool m_unreadable = false;
-    int m_ticks = 0;
+    int m_ticks = 0;             // since the folder was last looked at
+    int m_ticksBetweenLooks = 5; // more where looking takes long
     std::unique_ptr<Timer> m_tick;
     std::unique_ptr<Timer> m_burst;      // runs while further changes are waited for
     std::unique_ptr<JobThread> m_reader; // last: ends before what it reports to

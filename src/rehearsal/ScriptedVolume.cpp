@@ -39,6 +39,12 @@ private:
 };
 } // namespace
 
+std::vector<VolumeEntry> ScriptedVolume::list(const std::string& folder) {
+    if (const double seconds = m_listSeconds; seconds > 0.0)
+        m_clock.sleep(seconds);
+    return m_files.list(folder); // errno is its word too
+}
+
 void ScriptedVolume::beforeSynchronizing() {
     if (const double seconds = m_writeSeconds; seconds > 0.0)
         m_clock.sleep(seconds);

@@ -19,6 +19,8 @@ public:
     void setWriteError(bool failing) { m_writeError = failing; }
     /// Every block takes this many seconds of the clock to reach the disk.
     void setWriteSeconds(double seconds) { m_writeSeconds = seconds; }
+    /// Every folder takes this many seconds of the clock to be read.
+    void setListSeconds(double seconds) { m_listSeconds = seconds; }
     /// The n-th write from now on (0: none) fails once with EIO.
     void failWrite(int number) { m_failingWrite = number; }
 
@@ -51,7 +53,11 @@ public:
     }
     int remove(const std::string& path) override { return m_files.remove(path); }
     int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
-    std::vector<VolumeEntry> list(const std::string& folder) override { return m_files.list(folder); }
+    std::vector<VolumeEntry> list(const std::string& folder) override;
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& names) override {
+        return m_files.look(folder, names);
+    }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     /// The other volume's, unless the room was limited.
@@ -73,6 +79,7 @@ private:
     Clock& m_clock;
     std::atomic<bool> m_writeError{false};
     std::atomic<double> m_writeSeconds{0.0};
+    std::atomic<double> m_listSeconds{0.0};
     std::atomic<int> m_failingWrite{0};
 
     mutable std::mutex m_mutex; // guards all below

@@ -14,8 +14,8 @@ constexpr mode_t writePermissions = S_IWUSR | S_IWGRP | S_IWOTH;
 
 class OpenedFile {
 public:
-    explicit OpenedFile(const std::string& path)
-        : m_descriptor(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)),
+    explicit OpenedFile(const std::string& path, int folder = AT_FDCWD)
+        : m_descriptor(::openat(folder, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)),
           m_error(m_descriptor < 0 ? errno : 0) {}
     ~OpenedFile() {
         if (m_descriptor >= 0)
@@ -42,13 +42,13 @@ int statusOf(const std::string& path, struct statx& status) {
                                                                                                        : errno;
 }
 
-bool isImmutable(const std::string& path, const struct statx& status) {
+bool isImmutable(const std::string& path, const struct statx& status, int folder = AT_FDCWD) {
     if ((status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0)
         return (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     if (!S_ISREG(status.stx_mode))
         return false;
     int flags = 0;
-    return OpenedFile(path).readFlags(flags) == 0 && (flags & FS_IMMUTABLE_FL) != 0;
+    return OpenedFile(path, folder).readFlags(flags) == 0 && (flags & FS_IMMUTABLE_FL) != 0;
 }
 
 int regularFileStatus(const std::string& path, struct statx& status) {
@@ -62,13 +62,13 @@ bool FileLock::isLocked(const std::string& path) {
     struct statx status {};
     if (const int error = statusOf(path, status); error != 0)
         return error != ENOENT && error != ENOTDIR;
-    return isLocked(path, status);
+    return isLocked(AT_FDCWD, path, status);
 }
 
-bool FileLock::isLocked(const std::string& path, const struct statx& status) {
+bool FileLock::isLocked(int folder, const std::string& name, const struct statx& status) {
     if (S_ISLNK(status.stx_mode))
         return false;
-    return (status.stx_mode & S_IWUSR) == 0 || isImmutable(path, status);
+    return (status.stx_mode & S_IWUSR) == 0 || isImmutable(name, status, folder);
 }
 
 int FileLock::setImmutable(const std::string& path, bool immutable) {

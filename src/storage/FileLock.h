@@ -10,8 +10,9 @@ struct statx;
 struct FileLock {
     /// A file about which nothing can be learned is taken for locked; one that does not exist is not.
     static bool isLocked(const std::string& path);
-    /// The same for one whose `status` is known, with type and mode, read without following a link.
-    static bool isLocked(const std::string& path, const struct statx& status);
+    /// The same for the file `name` in the opened `folder`, whose `status` is known, with type and mode, read
+    /// without following a link.
+    static bool isLocked(int folder, const std::string& name, const struct statx& status);
     /// 0, or the errno of what failed. Regular files only (EINVAL). Unlocking clears both marks.
     static int setLocked(const std::string& path, bool locked);
 

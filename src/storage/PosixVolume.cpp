@@ -1,6 +1,7 @@
 #include "storage/PosixVolume.h"
 
 #include "storage/FileLock.h"
+#include "storage/FolderPlace.h"
 #include "storage/PosixVolumeFile.h"
 
 #include <algorithm>
@@ -197,6 +198,22 @@ std::vector<VolumeEntry> PosixVolume::list(const std::string& folder) {
               [](const VolumeEntry& left, const VolumeEntry& right) { return left.name < right.name; });
     errno = error;
     return entries;
+}
+
+std::vector<std::optional<FileStatus>> PosixVolume::look(const std::string& folder,
+                                                         const std::vector<std::string>& names) {
+    std::vector<std::optional<FileStatus>> found;
+    found.reserve(names.size());
+    const FolderPlace place(folder);
+    for (const std::string& name : names) {
+        FileStatus status;
+        const int error = place.look(name, status);
+        if (error == ENOENT || error == ENOTDIR || error == EINVAL)
+            found.emplace_back();
+        else
+            found.push_back(error == 0 ? status : FileStatus{.locked = true});
+    }
+    return found;
 }
 
 bool PosixVolume::isLocked(const std::string& path) {

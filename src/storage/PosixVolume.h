@@ -22,6 +22,8 @@ public:
     int remove(const std::string& path) override;
     int synchronizeFolder(const std::string& folder) override;
     std::vector<VolumeEntry> list(const std::string& folder) override;
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& names) override;
     bool isLocked(const std::string& path) override;
     int setLocked(const std::string& path, bool locked) override;
     std::optional<double> freeBytes(const std::string& folder) override;

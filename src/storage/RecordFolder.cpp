@@ -2,27 +2,10 @@
 
 #include "storage/Paths.h"
 #include "storage/RecordingName.h"
-#include "storage/SoundFile.h"
 #include "storage/SoundFileNames.h"
 #include "storage/Volume.h"
 
 #include <cerrno>
-
-namespace {
-/// A recording that ends earlier in the day than it began went over midnight, or through the hour that comes
-/// twice when summer time ends: half an hour is no day then. Its sound tells which.
-double secondsOf(Volume& volume, const std::string& path, const RecordingName& name) {
-    const double byName = name.length();
-    if (name.endSeconds >= name.startSeconds)
-        return byName;
-    const SoundFile::Opened opened = SoundFile::openForReading(volume, path);
-    if (opened.file == nullptr || !(opened.file->rate() > 0.0))
-        return byName;
-    const double bySound = static_cast<double>(opened.file->frames()) / opened.file->rate();
-    constexpr double tolerance = 60.0; // a name holds whole seconds, and sound may be missing here and there
-    return bySound < byName - tolerance ? bySound : byName;
-}
-} // namespace
 
 RecordFolder::Listing RecordFolder::list(Volume& volume, const std::string& folder,
                                          std::string_view progressPath) {
@@ -41,9 +24,9 @@ RecordFolder::Listing RecordFolder::list(Volume& volume, const std::string& fold
         if (!name)
             continue;
         listing.recordings.push_back({.name = entry.name,
-                                      .seconds = secondsOf(volume, Paths::inFolder(folder, entry.name), *name),
-                                      .locked = volume.isLocked(Paths::inFolder(folder, entry.name)),
-                                      .inProgress = entry.name == progressName});
+                                      .seconds = static_cast<double>(name->length()),
+                                      .inProgress = entry.name == progressName,
+                                      .endsBeforeStart = name->endSeconds < name->startSeconds});
     }
     return listing;
 }

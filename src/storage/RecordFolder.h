@@ -7,10 +7,11 @@
 class Volume;
 
 struct Recording {
-    std::string name; ///< bare
-    double seconds = 0.0;
+    std::string name;     ///< bare
+    double seconds = 0.0; ///< by its name at first, which is the longest it can be
     bool locked = false;
-    bool inProgress = false; ///< being written now: neither counted nor deleted
+    bool inProgress = false;      ///< being written now: neither counted nor deleted
+    bool endsBeforeStart = false; ///< earlier in the day, as its name says: its sound tells the length
 };
 
 /// Lists recordings by name: hidden ones first, then the oldest. Folders, links and pipes named like one are
@@ -21,6 +22,7 @@ struct RecordFolder {
         std::vector<Recording> recordings;
         int error = 0; ///< errno of a folder that could not be read to its end; no recordings then
     };
+    /// As the names tell: the files themselves are not looked at, and no lock is seen (see `RecordingLooks`).
     /// `progressPath` is the second name of the recording in progress, or empty.
     static Listing list(Volume& volume, const std::string& folder, std::string_view progressPath);
     /// Seconds of all unlocked recordings but the one in progress.

@@ -1,15 +1,27 @@
 #include "storage/RecordSpace.h"
 
+#include "base/Clock.h"
 #include "base/Formatted.h"
 #include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 #include "storage/Paths.h"
 #include "storage/Volume.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <utility>
+
+namespace {
+/// Seconds that deleting may take at a stretch. With the reading of a folder of 10,000 it stays below what a
+/// person notices.
+constexpr double longestStretch = 0.02;
+
+bool exceeds(double totalTime, const RecordSpace::Limits& limits) {
+    return totalTime - limits.maxTotalTime > limits.maxRecordTime;
+}
+} // namespace
 
 void RecordSpace::reportFailure(const std::string& message) {
     m_log.log(message);
@@ -17,13 +29,19 @@ void RecordSpace::reportFailure(const std::string& message) {
         m_notifications.postLogEvent("SomeErrorHappen", message);
 }
 
-std::vector<Recording> RecordSpace::recordings(const Place& place) {
+std::vector<Recording> RecordSpace::list(const Place& place) {
     RecordFolder::Listing listing = RecordFolder::list(m_volume, place.folder, place.progressPath);
     m_failureReported = false;
     if (listing.error != 0)
         reportFailure(formatted("VmMechanic: record folder cannot be read (%s): %s",
                                 std::strerror(listing.error), place.folder.c_str()));
     return std::move(listing.recordings);
+}
+
+std::vector<Recording> RecordSpace::recordings(const Place& place) {
+    std::vector<Recording> found = list(place);
+    m_looks.complete(place.folder, found);
+    return found;
 }
 
 double RecordSpace::totalTime(const Place& place) {
@@ -40,28 +58,67 @@ std::optional<double> RecordSpace::freeSpace(const std::string& folder) {
 }
 
 bool RecordSpace::deleteOlderFile(const Place& place) {
-    CleanUp cleanUp(place, recordings(place));
+    CleanUp cleanUp{.folder = place.folder, .recordings = list(place)};
     return deleteOldest(cleanUp, "asked for");
 }
 
+RecordSpace::CleanUp RecordSpace::begin(const Place& place, const Limits& limits) {
+    CleanUp cleanUp{.folder = place.folder, .recordings = list(place)};
+    cleanUp.totalTime = RecordFolder::totalTimeExceptLocked(cleanUp.recordings);
+    if (!exceeds(cleanUp.totalTime, limits)) // neither with locks nor with shorter sound
+        return cleanUp;
+    m_looks.complete(cleanUp.folder, cleanUp.recordings);
+    cleanUp.totalTime = RecordFolder::totalTimeExceptLocked(cleanUp.recordings);
+    cleanUp.isLooked = true;
+    return cleanUp;
+}
+
 bool RecordSpace::secure(const Place& place, const Limits& limits) {
+    m_unfinished.reset();
     const std::optional<double> freeAtFirst = freeSpace(place.folder);
-    CleanUp cleanUp(place, recordings(place));
-    bool deletedForTime = false;
-    while (cleanUp.totalTime - limits.maxTotalTime > limits.maxRecordTime) {
-        if (!deleteOldest(cleanUp, formatted("total time %.0f s exceeds %.0f s by more than %.0f s",
-                                             cleanUp.totalTime, limits.maxTotalTime, limits.maxRecordTime))) {
-            if (!deletedForTime)
-                return false;
-            break;
-        }
-        deletedForTime = true;
-    }
-    const std::optional<double> free = freeSpace(place.folder);
-    if (!free || *free > limits.needFreeSpace)
+    CleanUp cleanUp = begin(place, limits);
+    const bool isTooLong = exceeds(cleanUp.totalTime, limits);
+    if (isTooLong && !deleteForTime(cleanUp, limits))
+        return false;
+    if (m_unfinished || hasRoom(place.folder, limits.needFreeSpace))
         return true;
     // Whoever deleted for the total time first asks for the free space once more at the end.
-    return makeFreeSpace(cleanUp, limits, freeAtFirst) && deletedForTime;
+    return makeFreeSpace(cleanUp, limits, freeAtFirst) && isTooLong;
+}
+
+void RecordSpace::proceed(const Place& place, const Limits& limits) {
+    if (!m_unfinished)
+        return;
+    Unfinished rest = *std::exchange(m_unfinished, std::nullopt);
+    rest.limits.maxTotalTime = std::max(rest.limits.maxTotalTime, limits.maxTotalTime);
+    rest.limits.maxRecordTime = std::max(rest.limits.maxRecordTime, limits.maxRecordTime);
+    CleanUp cleanUp = begin(place, rest.limits);
+    cleanUp.failed = std::move(rest.failed);
+    m_failureReported = m_failureReported || rest.failureReported;
+    deleteForTime(cleanUp, rest.limits);
+}
+
+/// False when nothing could be deleted.
+bool RecordSpace::deleteForTime(CleanUp& cleanUp, const Limits& limits) {
+    const HostTime enough = m_clock.hostTime() + hostTimeFromSeconds(longestStretch);
+    bool isDeleted = false;
+    while (exceeds(cleanUp.totalTime, limits)) {
+        if (isDeleted && m_clock.hostTime() >= enough && hasRoom(cleanUp.folder, limits.needFreeSpace)) {
+            m_unfinished = {limits, std::move(cleanUp.failed), m_failureReported};
+            break;
+        }
+        if (!deleteOldest(cleanUp, formatted("total time %.0f s exceeds %.0f s by more than %.0f s",
+                                             cleanUp.totalTime, limits.maxTotalTime, limits.maxRecordTime)))
+            break;
+        isDeleted = true;
+    }
+    return isDeleted;
+}
+
+/// A free space that cannot be had is no reason to delete anything.
+bool RecordSpace::hasRoom(const std::string& folder, double needed) {
+    const std::optional<double> free = freeSpace(folder);
+    return !free || *free > needed;
 }
 
 /// True when there is enough in the end.
@@ -85,15 +142,22 @@ bool RecordSpace::makeFreeSpace(CleanUp& cleanUp, const Limits& limits, std::opt
     }
 }
 
+bool RecordSpace::isLocked(const CleanUp& cleanUp, const Recording& recording) {
+    return cleanUp.isLooked ? recording.locked
+                            : m_volume.isLocked(Paths::inFolder(cleanUp.folder, recording.name));
+}
+
 bool RecordSpace::deleteOldest(CleanUp& cleanUp, const std::string& reason) {
     while (cleanUp.next < cleanUp.recordings.size()) {
         const Recording& recording = cleanUp.recordings[cleanUp.next++];
-        if (recording.locked || recording.inProgress)
+        if (recording.inProgress || cleanUp.failed.contains(recording.name) || isLocked(cleanUp, recording))
             continue;
         const std::string path = Paths::inFolder(cleanUp.folder, recording.name);
         const std::int64_t bytes = m_volume.fileSize(path).value_or(0);
-        if (!deleteRecording(path, reason))
+        if (!deleteRecording(path, reason)) {
+            cleanUp.failed.insert(recording.name);
             continue;
+        }
         cleanUp.totalTime -= recording.seconds;
         cleanUp.removedBytes += static_cast<double>(bytes);
         return true;

@@ -62,7 +62,7 @@ void VmMechanic::registerDefaults(UserDefaults& defaults) {
 }
 
 VmMechanic::VmMechanic(const Seams& seams)
-    : m_seams(seams), m_space(seams.volume, seams.log, seams.notifications) {
+    : m_seams(seams), m_space(seams.volume, seams.clock, seams.log, seams.notifications) {
     const UserDefaults& defaults = m_seams.defaults;
     m_soundForm = defaults.integerForKey(soundFileFormKey);
     setMaxRecordTime(defaults.doubleForKey(maxRecordTimeKey));
@@ -187,6 +187,8 @@ void VmMechanic::setDirPath(const std::string& path) {
         folder = takeDefaultFolder();
     }
     m_isFolderTaken = false;
+    if (m_recordFolder != folder)
+        m_rest.reset();
     m_recordFolder = folder;
     m_seams.defaults.set(directoryPathKey, std::string_view(m_recordFolder));
     m_seams.defaults.synchronize();

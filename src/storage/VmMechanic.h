@@ -1,5 +1,6 @@
 // storage/VmMechanic.h — makes, opens and repairs sound files, and keeps the record folder.
 #pragma once
+#include "base/RunLoop.h"
 #include "base/Seams.h"
 #include "storage/AdvicePanel.h"
 #include "storage/RecordSpace.h"
@@ -103,7 +104,7 @@ public:
     /// Seconds of all unlocked recordings of the record folder, by their names.
     double recordTotalTime() { return m_space.totalTime(place()); }
     /// Makes room for a recording of `rate` Hz; false when there is too little, or was (see
-    /// `RecordSpace::secure`).
+    /// `RecordSpace::secure`). Where very much is to be deleted, timers see to the rest of it.
     bool secureRecordSpace(double rate, unsigned channels);
     /// Deletes the oldest unlocked recording, if there is one.
     bool deleteOlderFile() { return m_space.deleteOlderFile(place()); }
@@ -127,6 +128,7 @@ public:
 
 private:
     RecordSpace::Place place() const;
+    void goOnLater();
     bool setLocked(std::string_view name, bool locked);
     bool claim(const std::string& folder);
     std::string takeDefaultFolder();
@@ -141,6 +143,7 @@ private:
     std::function<void()> m_folderHandler;
     bool m_isFolderTaken = false;
     RecordSpace m_space;
+    std::unique_ptr<Timer> m_rest; // while there is more to delete
     AdvicePanel m_advicePanel;
     std::function<std::string()> m_keepFolder;
     int m_soundForm = 0;

@@ -11,6 +11,7 @@
 namespace {
 constexpr std::string_view progressSoundFileNameKey = "ProgressSoundFileName";
 constexpr double bytesPerMegabyte = 1048576.0;
+constexpr double pauseSeconds = 0.1;
 } // namespace
 
 RecordSpace::Place VmMechanic::place() const {
@@ -20,9 +21,25 @@ RecordSpace::Place VmMechanic::place() const {
 bool VmMechanic::secureRecordSpace(double rate, unsigned channels) {
     if (m_isFolderTaken) // what lies there is the other recorder's
         return false;
-    return m_space.secure(place(), {.maxTotalTime = m_maxTotalTime,
-                                    .maxRecordTime = m_maxRecordTime,
-                                    .needFreeSpace = needFreeSpace(rate, channels)});
+    const bool isSecure = m_space.secure(place(), {.maxTotalTime = m_maxTotalTime,
+                                                   .maxRecordTime = m_maxRecordTime,
+                                                   .needFreeSpace = needFreeSpace(rate, channels)});
+    goOnLater();
+    return isSecure;
+}
+
+/// Between two stretches there is time for the window, and for the disk to write what is recorded.
+void VmMechanic::goOnLater() {
+    if (!m_space.isUnfinished()) {
+        m_rest.reset();
+        return;
+    }
+    m_rest = m_seams.runLoop.schedule({.interval = pauseSeconds}, [this] {
+        if (m_isFolderTaken) // what lies there is the other recorder's
+            return;
+        m_space.proceed(place(), {.maxTotalTime = m_maxTotalTime, .maxRecordTime = m_maxRecordTime});
+        goOnLater();
+    });
 }
 
 bool VmMechanic::isLockedFile(std::string_view name) const {

@@ -1,5 +1,7 @@
 // storage/Volume.h — the files of the application, as far as a fault may be rehearsed.
 #pragma once
+#include "storage/FileStatus.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -61,6 +63,11 @@ public:
     /// Entries of one folder, sorted by name bytewise. errno is 0 then, or says why the folder could not be
     /// read to its end.
     virtual std::vector<VolumeEntry> list(const std::string& folder) = 0;
+    /// Looks once at each of the files `names` in `folder`, without following links; in their order. Nothing
+    /// for one that is not there or is no regular file; one about which nothing can be learned is locked, and
+    /// empty.
+    virtual std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                        const std::vector<std::string>& names) = 0;
     /// Whether a lock lies on a file; one about which nothing can be learned is taken for locked.
     virtual bool isLocked(const std::string& path) = 0;
     /// 0, or the errno of what failed.

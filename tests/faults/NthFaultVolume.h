@@ -83,6 +83,10 @@ public:
         return strikes(synchronizingFolder) ? EIO : m_files.synchronizeFolder(folder);
     }
     std::vector<VolumeEntry> list(const std::string& folder) override;
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& files) override {
+        return m_files.look(folder, files);
+    }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }

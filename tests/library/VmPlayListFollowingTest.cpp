@@ -102,6 +102,26 @@ TEST_F(VmPlayListFollowingTest, looksFromTimeToTime_whereNothingTellsOfChanges) 
     EXPECT_EQ(list->noteStringAtRow(0), "from elsewhere");
 }
 
+TEST_F(VmPlayListFollowingTest, looksLessOften_whereLookingTakesLong) {
+    desk.desk.volume.setListSeconds(0.1); // as it does with very many recordings
+    show();
+    run(1.0);
+    files.record(morningName);
+    run(27.0);
+    EXPECT_EQ(list->numberOfRows(), 0) << "a third of a percent of the time, that is every 30 s";
+    run(3.0);
+    EXPECT_EQ(list->fileList(), Names{morningName});
+    files.record(earlyName);
+    desk.desk.folderWatch.tell();
+    run(0.5);
+    EXPECT_EQ(list->numberOfRows(), 2) << "what is told is looked at soon";
+    desk.desk.volume.setListSeconds(10.0);
+    run(50.0);
+    files.note(morningName, "from elsewhere");
+    run(80.0);
+    EXPECT_EQ(list->noteStringAtRow(1), "from elsewhere") << "once a minute at least";
+}
+
 TEST_F(VmPlayListFollowingTest, restsWhileItIsNotShown) {
     show();
     list->setShown(false);

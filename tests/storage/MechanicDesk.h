@@ -4,11 +4,11 @@
 #include "base/NotificationCenter.h"
 #include "base/SavePanel.h"
 #include "base/Seams.h"
-#include "base/SystemClock.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
 #include "base/Workspace.h"
 #include "rehearsal/RecordedSystemLog.h"
+#include "rehearsal/VirtualRunLoop.h"
 #include "storage/FileFolder.h"
 #include "storage/PosixVolume.h"
 #include "storage/VmMechanic.h"
@@ -41,14 +41,15 @@ public:
     FileFolder folder;
     RecordedSystemLog log;
     UserDefaults defaults{"", log};
+    VirtualClock clock{QTimeZone("UTC"),
+                       Date{.microseconds = 4'102'444'800'000'000}}; // 2100: files are old by then
+    VirtualRunLoop runLoop{clock};
     PosixVolume disk;
     FaultVolume volume{disk};
     NotificationCenter notifications;
 
 private:
-    SystemClock m_clock;
     Texts m_texts;
-    Absent<RunLoop> m_runLoop;
     Absent<Alert> m_alert;
     Absent<AudioHardware> m_hardware;
     NoAdministratorRight m_right;
@@ -62,6 +63,6 @@ private:
         });
 
 public:
-    const Seams seams{m_clock, m_runLoop.seam(),  notifications, defaults, log,         m_alert.seam(),
+    const Seams seams{clock,   runLoop,           notifications, defaults, log,         m_alert.seam(),
                       m_texts, m_hardware.seam(), volume,        m_right,  m_savePanel, m_workspace};
 };

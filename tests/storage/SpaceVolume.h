@@ -22,6 +22,7 @@ public:
     std::set<std::string> immortal;        ///< full paths that removing reports gone but leaves
     std::vector<std::string> strangeNames; ///< listed as files beside those that are there
     std::vector<std::string> removed;      ///< full paths
+    std::function<void()> beforeRemoving;  ///< called before each file that is removed
 
     std::unique_ptr<VolumeFile> create(const std::string& path) override { return m_files.create(path); }
     std::unique_ptr<VolumeFile> openForReading(const std::string& path) override {
@@ -49,6 +50,8 @@ public:
             return found->second;
         if (immortal.contains(path))
             return 0;
+        if (beforeRemoving)
+            beforeRemoving();
         const int error = m_files.remove(path);
         if (error == 0) {
             removed.push_back(path);
@@ -65,6 +68,10 @@ public:
             entries.push_back({.name = name});
         errno = error;
         return entries;
+    }
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& names) override {
+        return m_files.look(folder, names);
     }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }

@@ -43,6 +43,10 @@ public:
     int remove(const std::string& path) override { return m_files.remove(path); }
     int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
     std::vector<VolumeEntry> list(const std::string& folder) override { return m_files.list(folder); }
+    std::vector<std::optional<FileStatus>> look(const std::string& folder,
+                                                const std::vector<std::string>& names) override {
+        return m_files.look(folder, names);
+    }
     bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
     int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }
