@@ -51,6 +51,7 @@ VmControler::VmControler(const Seams& seams)
       m_mainTab(std::make_unique<TabView>()),
       m_recordTable(std::make_unique<VmTableView>()),
       m_keepTable(std::make_unique<VmTableView>()) {
+    observeSettings();
     setOpacity(static_cast<float>(seams.defaults.doubleForKey("WindowOpacity")));
     m_mainWindow->setFrame(seams.defaults.stringForKey("MainWindow"));
     m_authorizationButton->setAction([this] { actAuthorization(); });
@@ -74,8 +75,18 @@ VmControler::VmControler(const Seams& seams)
 }
 
 VmControler::~VmControler() {
+    m_seams.defaults.setFaultHandler({});
     // The cycles end before anything that they reach.
     m_devicer->stopDevices();
+}
+
+/// Settings that cannot be read or stored are told when the launch is done: the log book is open then.
+void VmControler::observeSettings() {
+    m_seams.defaults.setFaultHandler([&seams = m_seams](const std::string& fault) {
+        seams.runLoop.post([&notifications = seams.notifications, fault] {
+            notifications.postLogEvent("SomeErrorHappen", fault);
+        });
+    });
 }
 
 void VmControler::applicationDidFinishLaunching() {
@@ -96,6 +107,8 @@ void VmControler::applicationDidFinishLaunching() {
     m_mainWindow->show();
     if (m_seams.defaults.isOfLaterVersion())
         m_seams.alert.tell({"SettingsOfLaterVersion", "LaterSettingsKept", "Understand"});
+    if (m_seams.defaults.wasUnreadable())
+        m_seams.alert.tell({"SettingsUnreadable", "SettingsUnreadableInfo", "Understand"});
     m_seams.notifications.postLogEvent("DutyStart");
     m_recorder->initMarkerBuffer(); // the book is open, should the sound be missing
     m_recorder->rescueTempFile();

@@ -87,6 +87,7 @@ public:
 
 private:
     bool isRefusedAtGate() const { return m_authorization && VmAuthorization() != 0; }
+    void observeSettings();
     void tellTabs(int selected);
     TerminateReply quitWhileCompressing();
     void dataKeepCompletedHandler();

@@ -93,19 +93,20 @@ bool UserDefaults::keepCopyOfLaterVersion() {
 }
 
 void UserDefaults::setAside(const std::string& why) {
+    m_wasUnreadable = true;
     for (int number = 1; number < 1000; ++number) {
         const QString aside = endOfLinks(m_path) + QStringLiteral(".unreadable-%1").arg(number);
         if (QFileInfo::exists(aside))
             continue;
         if (QFile::rename(endOfLinks(m_path), aside)) {
-            m_log.log("UserDefaults: settings file " + m_path + " cannot be read (" + why +
-                      "); it is kept as " + aside.toStdString() + ", defaults are used.");
+            sayFault("UserDefaults: settings file " + m_path + " cannot be read (" + why + "); it is kept as " +
+                     aside.toStdString() + ", defaults are used.");
             return;
         }
         break;
     }
-    m_log.log("UserDefaults: settings file " + m_path + " cannot be read (" + why +
-              ") nor set aside; defaults are used and nothing will be saved.");
+    sayFault("UserDefaults: settings file " + m_path + " cannot be read (" + why +
+             ") nor set aside; defaults are used and nothing will be saved.");
     m_writeFailureSaid = true;
     m_readOnly = true;
 }
@@ -231,6 +232,22 @@ bool UserDefaults::synchronize() {
 /// Always false.
 bool UserDefaults::sayUnwritten(const std::string& why) {
     if (!std::exchange(m_writeFailureSaid, true))
-        m_log.log("UserDefaults: settings file " + m_path + " cannot be written (" + why + ").");
+        sayFault("UserDefaults: settings file " + m_path + " cannot be written (" + why + ").");
     return false;
+}
+
+void UserDefaults::sayFault(const std::string& fault) {
+    m_log.log(fault);
+    if (m_faultHandler)
+        m_faultHandler(fault);
+    else
+        m_untoldFaults.push_back(fault);
+}
+
+void UserDefaults::setFaultHandler(std::function<void(const std::string& fault)> handler) {
+    const std::lock_guard guard(m_mutex);
+    m_faultHandler = std::move(handler);
+    if (m_faultHandler)
+        for (const std::string& fault : std::exchange(m_untoldFaults, {}))
+            m_faultHandler(fault);
 }

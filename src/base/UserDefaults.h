@@ -1,11 +1,13 @@
 // base/UserDefaults.h — the settings store.
 #pragma once
+#include <functional>
 #include <mutex>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class SystemLog;
 
@@ -44,10 +46,15 @@ public:
     void set(std::string_view key, std::string_view text);
     /// Writes the file if something changed. False when it could not be written (said once in the log).
     bool synchronize();
+    /// Is told what the log is told of a file that cannot be read or written, also what it was told before. It
+    /// may be called on any thread, and must not use the settings. An empty one ends it.
+    void setFaultHandler(std::function<void(const std::string& fault)> handler);
 
     const std::string& path() const { return m_path; }
     /// Whether the file was written by a later version than this one.
     bool isOfLaterVersion() const { return m_isOfLaterVersion; }
+    /// Whether there was a file that could not be read: all settings have their defaults.
+    bool wasUnreadable() const { return m_wasUnreadable; }
 
 private:
     void load();
@@ -56,6 +63,7 @@ private:
     void setAside(const std::string& why);
     bool isSettled(const QString& name, const QJsonValue& value) const;
     bool sayUnwritten(const std::string& why);
+    void sayFault(const std::string& fault);
 
     const std::string m_path;
     SystemLog& m_log;
@@ -64,8 +72,11 @@ private:
     QJsonObject m_overrides;
     QJsonObject m_stored;
     std::set<std::string, std::less<>> m_keptOut;
+    std::function<void(const std::string&)> m_faultHandler;
+    std::vector<std::string> m_untoldFaults; // of the time before there was a handler
     bool m_dirty = false;
     bool m_readOnly = false;
     bool m_isOfLaterVersion = false;
+    bool m_wasUnreadable = false;
     bool m_writeFailureSaid = false;
 };

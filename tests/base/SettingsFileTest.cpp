@@ -87,6 +87,24 @@ TEST_F(SettingsFileTest, saysOnceThatItCannotWrite_andTriesAgain) {
     EXPECT_EQ(lines.all.size(), 2U); // it had worked in between
 }
 
+TEST_F(SettingsFileTest, tellsItsHandlerWhatTheLogWasTold_alsoBefore) {
+    write("torn");
+    UserDefaults defaults(path, lines);
+    EXPECT_TRUE(defaults.wasUnreadable());
+    std::vector<std::string> told;
+    defaults.setFaultHandler([&told](const std::string& fault) { told.push_back(fault); });
+    EXPECT_EQ(told, lines.all);
+    ASSERT_EQ(told.size(), 1U);
+    files::create_directory(path);
+    defaults.set("Number", 1);
+    EXPECT_FALSE(defaults.synchronize());
+    EXPECT_EQ(told, lines.all);
+    EXPECT_EQ(told.size(), 2U);
+    defaults.setFaultHandler({});
+    UserDefaults fresh(folder.path() + "/none.json", lines);
+    EXPECT_FALSE(fresh.wasUnreadable());
+}
+
 TEST_F(SettingsFileTest, keepsTheFile_inAReadOnlyFolder) {
     const PlainUser user(folder.path());
     write(R"({"Number": 1})");
