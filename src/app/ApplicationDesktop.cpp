@@ -1,5 +1,6 @@
 // The application's window, the desktop that it stands on, and how it ends with them.
 #include "app/Application.h"
+#include "app/TerminationSignals.h"
 #include "app/VmControler.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
@@ -39,6 +40,18 @@ void Application::makeDesktop() {
     m_qtSavePanel = savePanel.get();
     m_savePanel = std::move(savePanel);
     m_workspace = std::make_unique<QtWorkspace>();
+}
+
+bool Application::refuseBeside(const std::string& text) {
+    refuse(1, text);
+    if (m_line.headless || m_line.recordFor)
+        return false;
+    m_errors.flush(0.2);
+    QtAlert alert(*m_runLoop, m_texts);
+    m_termination.setHandler([&alert] { alert.dismissQuestion(); });
+    alert.ask({"AnotherRecorder", "AnotherRecorderInfo", "Understand"});
+    m_termination.setHandler([] {});
+    return false;
 }
 
 void Application::showWindow() {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -109,21 +110,33 @@ protected:
     }
     /// Chooses "With Checkpoint" of the menu "Shutdown", and answers what is asked.
     void logOut() {
-        display->drag(in("^xsm", 120, 38), in("^xsm", 130, 58));
-        ASSERT_TRUE(comes([this] { return display->windows("^Shutdown$") == 1; })) << "no question";
-        pauseFor(0.5);
-        display->click(in("^Shutdown$", 24, 111));
+        for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 0; ++attempt) {
+            display->drag(in("^xsm", 120, 38), in("^xsm", 130, 58));
+            comes([this] { return display->windows("^Shutdown$") == 1; }, 5.0);
+        }
+        ASSERT_EQ(display->windows("^Shutdown$"), 1) << "no question";
+        for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 1; ++attempt) {
+            pauseFor(0.5);
+            display->click(in("^Shutdown$", 24, 111));
+            comes([this] { return display->windows("^Shutdown$") == 0; }, 5.0);
+        }
     }
     /// Stores the session under the name "duty", and goes on.
     void storeSession() {
         display->click(in("^xsm", 40, 38));
         ASSERT_TRUE(comes([this] { return display->windows("^Checkpoint$") == 1; })) << "no question";
+        display->keepPicture("session-1");
         pauseFor(0.5);
-        display->click(in("^Checkpoint$", 124, 9));
-        display->type("duty");
-        display->click(in("^Checkpoint$", 24, 111));
+        for (int attempt = 0; attempt < 5 && display->windows("^Checkpoint$") == 1; ++attempt) {
+            display->click(in("^Checkpoint$", 124, 9));
+            display->press("ctrl+a"); // to the begin
+            display->press("ctrl+k"); // nothing from there on
+            display->type("duty");
+            pauseFor(0.3);
+            display->click(in("^Checkpoint$", 24, 111));
+            comes([this] { return display->windows("^Checkpoint$") == 0; }, 5.0);
+        }
     }
-
     /// How the stored session is to start the program.
     Names restartCommand() const {
         std::ifstream file(home() + "/.XSM-duty");
@@ -161,6 +174,24 @@ TEST_F(WindowEnd, finishesTheFile_whenTheDisplayDies) {
     EXPECT_TRUE(std::ranges::any_of(errors, [](const std::string& line) {
         return line.ends_with("the display is gone; the duty ends here.");
     }));
+}
+
+TEST_F(WindowEnd, tellsAPersonThatAnotherRecorderRuns_andEnds) {
+    RunningProgram first({"--demo"}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 1; }));
+    RunningProgram second({"--demo", "--settings", first.settingsPath()}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 2; }))
+        << "nobody without a terminal learns why";
+    EXPECT_TRUE(second.process().isRunning());
+    pauseFor(0.5);
+    display->press("Return");
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_NE(second.errorLines().back().find("another recorder"), std::string::npos);
+    RunningProgram third({"--demo", "--settings", first.settingsPath()}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 2; }));
+    third.process().signal(SIGTERM);
+    EXPECT_EQ(third.wait(), 1) << "the question holds up who ends the program";
+    EXPECT_TRUE(first.process().isRunning());
 }
 
 TEST_F(SessionManagerEnd, storesTheSessionAndGoesOn_finishesTheFileWhenItEnds_andIsStartedInTheNext) {

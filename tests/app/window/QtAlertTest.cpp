@@ -125,3 +125,32 @@ TEST_F(QtAlertTest, takesItsBoxesAlong) {
     QApplication::processEvents();
     EXPECT_TRUE(openBoxes().isEmpty());
 }
+
+TEST_F(QtAlertTest, callsAPerson_onlyWhileNoWindowIsInFront) {
+    std::vector<std::string> called;
+    alert.setUnseenHandler([&](const QString& message, const QString& text) {
+        called.push_back(message.toStdString() + "/" + text.toStdString());
+    });
+    const auto state = [](Qt::ApplicationState wanted) {
+        for (int round = 0; round < 1000 && QGuiApplication::applicationState() != wanted; ++round)
+            QApplication::processEvents(QEventLoop::AllEvents, 10);
+        return QGuiApplication::applicationState() == wanted;
+    };
+    const auto tellAndClose = [this] {
+        alert.tell(news);
+        QApplication::processEvents();
+        ASSERT_EQ(openBoxes().size(), 1);
+        press(*openBoxes().first(), "default");
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    QWidget window;
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(state(Qt::ApplicationActive));
+    tellAndClose();
+    EXPECT_TRUE(called.empty()) << "who sits before the window sees the box";
+    window.hide();
+    ASSERT_TRUE(state(Qt::ApplicationInactive));
+    tellAndClose();
+    EXPECT_EQ(called, std::vector<std::string>{texts("FileWriteError") + "/" + texts("CheckAndRetry")});
+}
