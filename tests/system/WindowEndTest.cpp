@@ -101,39 +101,43 @@ protected:
     }
     std::string log() const { return textOf(home() + "/manager.log"); }
 
-    /// A point in the first window with that title.
-    PrivateDisplay::Point in(const std::string& title, int x, int y) const {
+    /// A point in the first window with that title: a part of its width, and pixels from its upper edge, or
+    /// from its lower one if they are negative. The manager's windows are as large as its font wants them.
+    PrivateDisplay::Point in(const std::string& title, double across, int down) const {
         int left = 0;
         int top = 0;
-        EXPECT_EQ(std::sscanf(display->geometry(title).c_str(), "%d %d", &left, &top), 2) << title;
-        return {left + x, top + y};
+        int width = 0;
+        int height = 0;
+        EXPECT_EQ(std::sscanf(display->geometry(title).c_str(), "%d %d %d %d", &left, &top, &width, &height), 4)
+            << title;
+        return {left + static_cast<int>(across * width), down < 0 ? top + height + down : top + down};
     }
     /// Chooses "With Checkpoint" of the menu "Shutdown", and answers what is asked.
     void logOut() {
         for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 0; ++attempt) {
-            display->drag(in("^xsm", 120, 38), in("^xsm", 130, 58));
+            const PrivateDisplay::Point menu = in("^xsm", 0.75, -14);
+            display->drag(menu, {menu.x + 5, menu.y + 22});
             comes([this] { return display->windows("^Shutdown$") == 1; }, 5.0);
         }
         ASSERT_EQ(display->windows("^Shutdown$"), 1) << "no question";
         for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 1; ++attempt) {
             pauseFor(0.5);
-            display->click(in("^Shutdown$", 24, 111));
+            display->click(in("^Shutdown$", 0.12, -14));
             comes([this] { return display->windows("^Shutdown$") == 0; }, 5.0);
         }
     }
     /// Stores the session under the name "duty", and goes on.
     void storeSession() {
-        display->click(in("^xsm", 40, 38));
+        display->click(in("^xsm", 0.25, -14));
         ASSERT_TRUE(comes([this] { return display->windows("^Checkpoint$") == 1; })) << "no question";
-        display->keepPicture("session-1");
         pauseFor(0.5);
         for (int attempt = 0; attempt < 5 && display->windows("^Checkpoint$") == 1; ++attempt) {
-            display->click(in("^Checkpoint$", 124, 9));
+            display->click(in("^Checkpoint$", 0.55, 12));
             display->press("ctrl+a"); // to the begin
             display->press("ctrl+k"); // nothing from there on
             display->type("duty");
             pauseFor(0.3);
-            display->click(in("^Checkpoint$", 24, 111));
+            display->click(in("^Checkpoint$", 0.12, -14));
             comes([this] { return display->windows("^Checkpoint$") == 0; }, 5.0);
         }
     }
