@@ -60,6 +60,8 @@ void Application::showWindow() {
         const VmControler::TerminateReply reply = m_controler->applicationShouldTerminate();
         if (reply == VmControler::TerminateReply::now)
             m_runLoop->quit(0);
+        if (reply == VmControler::TerminateReply::later && m_logBook != nullptr)
+            m_logBook->hide(); // with the whole application
         return reply != VmControler::TerminateReply::cancel;
     });
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,
