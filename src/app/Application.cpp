@@ -175,7 +175,7 @@ bool Application::lockSettings(const std::string& settings) {
     const std::filesystem::path real = std::filesystem::weakly_canonical(settings, ignored);
     if (m_settingsLock.lockFile((real.empty() ? settings : real.string()) + ".lock") ==
         InstanceLock::Outcome::heldByAnother)
-        return refuse(1, "another recorder is running with the settings " + settings);
+        return refuseBeside("another recorder is running with the settings " + settings);
     return true;
 }
 
@@ -241,7 +241,7 @@ bool Application::checkFolder() {
     std::filesystem::create_directories(folder, fault);
     if (!fault || m_volume->isFolder(folder)) {
         if (!claimFolder(folder))
-            return refuse(1, "another recorder is recording into the folder " + folder);
+            return refuseBeside("another recorder is recording into the folder " + folder);
         const std::string probe = folder + "/.velmoratide-write-test";
         fault = {};
         errno = 0;

@@ -57,6 +57,8 @@ private:
     void printFinishedFiles();
     /// Says in one line why not; always false.
     bool refuse(int exitCode, const std::string& text);
+    /// Refuses, and tells a person who may have started the program without a terminal.
+    bool refuseBeside(const std::string& text);
     int runDuty();
     void showWindow();
     void storeForSession();

@@ -1,5 +1,6 @@
 // The application's window, the desktop that it stands on, and how it ends with them.
 #include "app/Application.h"
+#include "app/TerminationSignals.h"
 #include "app/VmControler.h"
 #include "app/window/LogBookWindow.h"
 #include "app/window/MainWindow.h"
@@ -41,12 +42,26 @@ void Application::makeDesktop() {
     m_workspace = std::make_unique<QtWorkspace>();
 }
 
+bool Application::refuseBeside(const std::string& text) {
+    refuse(1, text);
+    if (m_line.headless || m_line.recordFor)
+        return false;
+    m_errors.flush(0.2);
+    QtAlert alert(*m_runLoop, m_texts);
+    m_termination.setHandler([&alert] { alert.dismissQuestion(); });
+    alert.ask({"AnotherRecorder", "AnotherRecorderInfo", "Understand"});
+    m_termination.setHandler([] {});
+    return false;
+}
+
 void Application::showWindow() {
     m_controler->setTerminateReplyHandler([this] { m_runLoop->quit(0); });
     m_window = assembleWindow(*m_controler, m_texts, [this] {
         const VmControler::TerminateReply reply = m_controler->applicationShouldTerminate();
         if (reply == VmControler::TerminateReply::now)
             m_runLoop->quit(0);
+        if (reply == VmControler::TerminateReply::later && m_logBook != nullptr)
+            m_logBook->hide(); // with the whole application
         return reply != VmControler::TerminateReply::cancel;
     });
     m_window->addCommand(QString::fromStdString(m_texts("ShowLogBook")), Qt::CTRL | Qt::Key_L,

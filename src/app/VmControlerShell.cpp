@@ -45,6 +45,7 @@ void VmControler::tabViewDidSelectTabViewItem(int index) {
         tabViewDidSelectTabViewItem(0);
         return;
     }
+    m_mainTab->select(index); // another choice may have been refused meanwhile
     m_authorizationButton->setEnabled(index == 0);
     tellTabs(index);
     const Size& size = tabSizes[static_cast<std::size_t>(index)];

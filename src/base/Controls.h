@@ -157,13 +157,15 @@ public:
     /// Shows a page without asking anybody.
     void select(int index) { change(m_selected, index); }
     void setAction(std::function<void(int)> action) { m_action = std::move(action); }
-    /// A person's choice: shows the page, then performs the action, which may select another.
+    /// A person's choice: performs the action, which may select another, and shows the page only then: the
+    /// action may ask whether this person may see it.
     void choose(int index) {
         if (!enabled() || index == m_selected)
             return;
-        select(index);
+        m_selected = index;
         if (m_action)
             m_action(index);
+        changed();
     }
 
 private:

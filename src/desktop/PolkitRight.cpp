@@ -113,7 +113,7 @@ bool PolkitRight::ask(QDBusConnection& bus) {
     QDBusMessage cancel = toAuthority(QStringLiteral("CancelCheckAuthorization"));
     cancel << cancellation;
     bus.call(cancel, QDBus::Block, cancelPatience); // the connection ends right after it
-    return refuse("nobody answered in time");
+    return refuse(watcher.isFinished() ? "nobody answered in time" : "the program ends");
 }
 
 bool PolkitRight::isGranted(const QDBusMessage& answer) {

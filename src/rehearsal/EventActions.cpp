@@ -66,10 +66,7 @@ std::string prefer(RehearsalDesk& desk, const ScenarioEvent& event) {
 }
 
 std::string answer(RehearsalDesk& desk, const ScenarioEvent& event) {
-    const std::string with = event.text("with");
-    desk.alert.answerNext(event.text("message"), with == "default"     ? AlertAnswer::defaultButton
-                                                 : with == "alternate" ? AlertAnswer::alternateButton
-                                                                       : AlertAnswer::otherButton);
+    desk.alert.answerNext(event.text("message"), EventActions::answerNamed(event.text("with")));
     return {};
 }
 
@@ -175,7 +172,7 @@ const std::map<std::string, Action>& actions() {
 } // namespace
 
 std::string EventActions::unsupportedField(const ScenarioEvent& event) {
-    if (event.action == "quit" || event.action == "crash")
+    if (event.action == "quit" || event.action == "terminate" || event.action == "crash")
         return {};
     if (!actions().contains(event.action))
         return "do";
@@ -184,4 +181,10 @@ std::string EventActions::unsupportedField(const ScenarioEvent& event) {
 
 std::string EventActions::perform(const ScenarioEvent& event) {
     return actions().at(event.action)(m_desk, event);
+}
+
+AlertAnswer EventActions::answerNamed(const std::string& word) {
+    return word == "default"     ? AlertAnswer::defaultButton
+           : word == "alternate" ? AlertAnswer::alternateButton
+                                 : AlertAnswer::otherButton;
 }

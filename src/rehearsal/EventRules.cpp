@@ -65,7 +65,8 @@ const std::vector<Rule>& rules() {
         {"slowDisk", {{"seconds", duration}}},
         {"admin", {{"grant", flag}}},
         {"answer", {{"message", text}, {"with", answer}}},
-        {"quit", {}},
+        {"quit", {{"compressing", answer, false}}},
+        {"terminate", {}},
         {"crash", {}},
     };
     return table;

@@ -1,6 +1,7 @@
 #include "rehearsal/LaunchRun.h"
 
 #include "app/VmControler.h"
+#include "keeper/VmKeeper.h"
 #include "recorder/VmRecorder.h"
 
 std::vector<RehearsalDesk::Setting> LaunchRun::settingsOf(const Scenario& scenario, std::size_t number) {
@@ -26,6 +27,7 @@ LaunchRun::LaunchRun(const Scenario& scenario, std::size_t number, const std::st
     m_desk.volume.limitRoom(folder, room);
     m_desk.runLoop.setAfterEach([this, progress = std::move(progress)] {
         m_records.look();
+        quitWhileCompressing();
         progress(m_desk.clock.hostTime());
     });
 }
@@ -59,8 +61,16 @@ LaunchRun::End LaunchRun::playEvent(const ScenarioEvent& event) {
         m_account.crash();
         return End::crash;
     }
+    if (event.action == "quit" && event.has("compressing")) {
+        m_quitAnswers.push_back(event.text("compressing"));
+        return End::none;
+    }
     if (event.action == "quit")
         return quit() ? End::quit : End::none;
+    if (event.action == "terminate") {
+        terminate();
+        return End::quit;
+    }
     const std::string fault = m_actions.perform(event);
     if (fault.empty())
         return End::none;
@@ -74,6 +84,16 @@ bool LaunchRun::quit() {
         return false;
     terminate();
     return true;
+}
+
+void LaunchRun::quitWhileCompressing() {
+    while (!m_quitAnswers.empty() && !m_desk.runLoop.hasQuit() && m_desk.controler != nullptr &&
+           m_desk.controler->keeper().isCompressing()) {
+        m_desk.alert.answerNext("CompressingCaution", EventActions::answerNamed(m_quitAnswers.front()));
+        m_quitAnswers.pop_front();
+        if (m_desk.controler->applicationShouldTerminate() == VmControler::TerminateReply::now)
+            m_desk.runLoop.quit(0);
+    }
 }
 
 void LaunchRun::terminate() {

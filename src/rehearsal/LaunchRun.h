@@ -7,6 +7,7 @@
 #include "rehearsal/RehearsalDesk.h"
 #include "rehearsal/Scenario.h"
 
+#include <deque>
 #include <functional>
 #include <string>
 
@@ -26,6 +27,8 @@ private:
     enum class End { none, quit, crash, misuse };
     End playEvent(const ScenarioEvent& event);
     bool quit();
+    /// Makes the quit requests that wait for the keeper to compress, once it does.
+    void quitWhileCompressing();
     void stopEverything();
     void terminate();
     LaunchReport report() const;
@@ -37,4 +40,5 @@ private:
     FrameAccount m_account;
     EventActions m_actions;
     std::string m_misuse;
+    std::deque<std::string> m_quitAnswers; // of the requests to be made once the keeper compresses
 };

@@ -107,6 +107,27 @@ TEST_F(PolkitRightTest, isRefusedAndTakesTheQuestionBack_whenNobodyAnswers) {
     EXPECT_EQ(m_polkit->cancelled()[0], m_polkit->questions()[0].cancellation);
 }
 
+TEST_F(PolkitRightTest, isRefusedAndTakesTheQuestionBack_whenTheProgramEndsMeanwhile) {
+    start(Manner::answersNever);
+    PolkitRight right(m_log, 60.0);
+    bool granted = true;
+    QTimer::singleShot(0, [&] { granted = right.obtain(); });
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [this] {
+        if (!m_polkit->questions().empty())
+            QCoreApplication::exit(0);
+    });
+    look.start(10);
+    QCoreApplication::exec();
+    look.stop();
+    EXPECT_FALSE(granted);
+    EXPECT_EQ(m_log.lines(), (std::vector<std::string>{
+                                 "PolkitRight: the administrator right cannot be had (the program ends)."}));
+    for (int i = 0; i < 200 && m_polkit->cancelled().empty(); ++i)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    EXPECT_EQ(m_polkit->cancelled().size(), 1U);
+}
+
 TEST_F(PolkitRightTest, isRefused_whenThereIsNoAuthority) {
     m_bus = std::make_unique<PrivateSystemBus>();
     PolkitRight right(m_log, 5.0);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -54,13 +55,24 @@ double secondsOf(const std::string& path) {
     return opened.file == nullptr ? 0.0 : static_cast<double>(opened.file->frames()) / opened.file->rate();
 }
 
-/// A demonstration that records as soon as it is started.
+/// A demonstration in a window of its own.
 class WindowEnd : public testing::Test {
 protected:
     void SetUp() override {
         if (const std::string why = PrivateDisplay::whyNot(); !why.empty())
             GTEST_SKIP() << why;
         display = std::make_unique<PrivateDisplay>();
+    }
+    /// A point in the first window with that title: a part of its width, and pixels from its upper edge, or
+    /// from its lower one if they are negative. Some windows are as large as a font wants them.
+    PrivateDisplay::Point in(const std::string& title, double across, int down) const {
+        int left = 0;
+        int top = 0;
+        int width = 0;
+        int height = 0;
+        EXPECT_EQ(std::sscanf(display->geometry(title).c_str(), "%d %d %d %d", &left, &top, &width, &height), 4)
+            << title;
+        return {left + static_cast<int>(across * width), down < 0 ? top + height + down : top + down};
     }
     std::unique_ptr<PrivateDisplay> display;
 };
@@ -100,30 +112,35 @@ protected:
     }
     std::string log() const { return textOf(home() + "/manager.log"); }
 
-    /// A point in the first window with that title.
-    PrivateDisplay::Point in(const std::string& title, int x, int y) const {
-        int left = 0;
-        int top = 0;
-        EXPECT_EQ(std::sscanf(display->geometry(title).c_str(), "%d %d", &left, &top), 2) << title;
-        return {left + x, top + y};
-    }
     /// Chooses "With Checkpoint" of the menu "Shutdown", and answers what is asked.
     void logOut() {
-        display->drag(in("^xsm", 120, 38), in("^xsm", 130, 58));
-        ASSERT_TRUE(comes([this] { return display->windows("^Shutdown$") == 1; })) << "no question";
-        pauseFor(0.5);
-        display->click(in("^Shutdown$", 24, 111));
+        for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 0; ++attempt) {
+            const PrivateDisplay::Point menu = in("^xsm", 0.75, -14);
+            display->drag(menu, {menu.x + 5, menu.y + 22});
+            comes([this] { return display->windows("^Shutdown$") == 1; }, 5.0);
+        }
+        ASSERT_EQ(display->windows("^Shutdown$"), 1) << "no question";
+        for (int attempt = 0; attempt < 5 && display->windows("^Shutdown$") == 1; ++attempt) {
+            pauseFor(0.5);
+            display->click(in("^Shutdown$", 0.12, -14));
+            comes([this] { return display->windows("^Shutdown$") == 0; }, 5.0);
+        }
     }
     /// Stores the session under the name "duty", and goes on.
     void storeSession() {
-        display->click(in("^xsm", 40, 38));
+        display->click(in("^xsm", 0.25, -14));
         ASSERT_TRUE(comes([this] { return display->windows("^Checkpoint$") == 1; })) << "no question";
         pauseFor(0.5);
-        display->click(in("^Checkpoint$", 124, 9));
-        display->type("duty");
-        display->click(in("^Checkpoint$", 24, 111));
+        for (int attempt = 0; attempt < 5 && display->windows("^Checkpoint$") == 1; ++attempt) {
+            display->click(in("^Checkpoint$", 0.55, 12));
+            display->press("ctrl+a"); // to the begin
+            display->press("ctrl+k"); // nothing from there on
+            display->type("duty");
+            pauseFor(0.3);
+            display->click(in("^Checkpoint$", 0.12, -14));
+            comes([this] { return display->windows("^Checkpoint$") == 0; }, 5.0);
+        }
     }
-
     /// How the stored session is to start the program.
     Names restartCommand() const {
         std::ifstream file(home() + "/.XSM-duty");
@@ -161,6 +178,59 @@ TEST_F(WindowEnd, finishesTheFile_whenTheDisplayDies) {
     EXPECT_TRUE(std::ranges::any_of(errors, [](const std::string& line) {
         return line.ends_with("the display is gone; the duty ends here.");
     }));
+}
+
+TEST_F(WindowEnd, isHiddenUntilTheCompressionIsDone_whenAPersonQuitsMeanwhile) {
+    const TemporaryFolder place;
+    const std::string kept = place.path() + "/_Velmoratide_20260301_093000~101500.aif";
+    std::ofstream(kept, std::ios::binary) << std::string(100000, 'x');
+    const std::string compressor = place.path() + "/compressor";
+    std::ofstream(compressor) << "#!/bin/sh\nwhile [ ! -e " << place.path()
+                              << "/go ]; do sleep 0.1; done\nexec gzip -f $2\n";
+    std::filesystem::permissions(compressor, std::filesystem::perms::owner_all);
+    std::ofstream(place.path() + "/settings.json")
+        << R"({"MainWindow": "900 500", "KeepOperation": true, "KeepFileKeepFolder": ")" << place.path()
+        << R"(", "CommandPathString": ")" << compressor << R"("})";
+    RunningProgram program({"--demo", "--settings", place.path() + "/settings.json"}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 1; }));
+    pauseFor(1.0);
+    display->click(in("^Velmoratide$", 0.5, 20));
+    display->press("ctrl+l");
+    ASSERT_TRUE(comes([&] { return display->windows("^Log Book$") == 1; }));
+    display->click(in("^Velmoratide$", 0.5, 20)); // the keys are the main window's again
+    display->press("ctrl+q");
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 2; })) << "nobody is asked";
+    pauseFor(0.5);
+    display->press("Return");
+    EXPECT_TRUE(comes([&] { return display->windows(".") == 0; })) << "it is not hidden";
+    pauseFor(1.0);
+    EXPECT_TRUE(program.process().isRunning()) << "it does not wait";
+    std::ofstream(place.path() + "/go") << "go";
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_TRUE(std::filesystem::exists(kept + ".gz"));
+    const Names errors = program.errorLines();
+    for (const char* word :
+         {"standing by complete keeping.", "---dataKeepCompletedHandler---", "---applicationWillTerminate---"})
+        EXPECT_TRUE(std::ranges::any_of(errors, [&](const std::string& line) { return line.ends_with(word); }))
+            << word;
+}
+
+TEST_F(WindowEnd, tellsAPersonThatAnotherRecorderRuns_andEnds) {
+    RunningProgram first({"--demo"}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 1; }));
+    RunningProgram second({"--demo", "--settings", first.settingsPath()}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 2; }))
+        << "nobody without a terminal learns why";
+    EXPECT_TRUE(second.process().isRunning());
+    pauseFor(0.5);
+    display->press("Return");
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_NE(second.errorLines().back().find("another recorder"), std::string::npos);
+    RunningProgram third({"--demo", "--settings", first.settingsPath()}, display->environment());
+    ASSERT_TRUE(comes([&] { return display->windows("^Velmoratide$") == 2; }));
+    third.process().signal(SIGTERM);
+    EXPECT_EQ(third.wait(), 1) << "the question holds up who ends the program";
+    EXPECT_TRUE(first.process().isRunning());
 }
 
 TEST_F(SessionManagerEnd, storesTheSessionAndGoesOn_finishesTheFileWhenItEnds_andIsStartedInTheNext) {

@@ -20,6 +20,20 @@
 
 namespace {
 constexpr int tabs = 4;
+
+/// Where nothing can be used, the keys stay where they are.
+void focusFirst(QWidget& panel) {
+    if (panel.focusProxy() != nullptr) {
+        panel.setFocus();
+        return;
+    }
+    for (QWidget* control : panel.findChildren<QWidget*>())
+        if (control->isEnabled() && (control->focusPolicy() & Qt::TabFocus) != 0 &&
+            control->isVisibleTo(&panel)) {
+            control->setFocus();
+            return;
+        }
+}
 } // namespace
 
 MainWindow::MainWindow(const Controls& controls, const Texts& texts, Events events)
@@ -81,7 +95,7 @@ void MainWindow::addDrawer(Drawer& drawer, QWidget* panel, int tab) {
         panel->setVisible(shown);
         resizeTo(wantedSize());
         if (shown)
-            panel->setFocus();
+            focusFirst(*panel);
     };
     panel->hide();
     drawer.observe(show);
@@ -121,10 +135,13 @@ void MainWindow::restoreFrame() {
     int y = 0;
     if (std::sscanf(m_model.frame().c_str(), "%d %d", &x, &y) != 2)
         return;
-    // A screen that is gone must not take the window with it.
-    const QPoint titleBar(x + width() / 2, y + 4);
-    if (QApplication::screenAt(titleBar) != nullptr)
-        move(x, y);
+    // A screen that is gone must not take the window with it, nor one that is smaller now all but its edge.
+    const QScreen* screen = QApplication::screenAt(QPoint(x + width() / 2, y + 4));
+    if (screen == nullptr)
+        return;
+    constexpr int leastSeen = 64; // pixels below the title's upper edge
+    const QRect room = screen->availableGeometry();
+    move(x, std::min(y, std::max(room.top(), room.bottom() - std::min(leastSeen, height()))));
 }
 
 void MainWindow::addCommand(const QString& text, const QKeySequence& keys, std::function<void()> command) {

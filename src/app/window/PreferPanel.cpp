@@ -6,6 +6,7 @@
 #include "app/window/Follow.h"
 #include "app/window/FormBinding.h"
 #include "app/window/PlayBinding.h"
+#include "app/window/ScreenReader.h"
 #include "app/window/TabParts.h"
 #include "app/window/Theme.h"
 
@@ -73,6 +74,7 @@ PreferPanel::PreferPanel(PreferControls& controls, const Texts& texts, QWidget* 
     connect(choice, qOverload<int>(&QComboBox::activated), this,
             [this](int page) { m_controls.pages.choose(page); });
     rows->addWidget(choice);
+    ScreenReader::tellName(*choice);
     rows->addWidget(stack, 1);
     rows->addWidget(makeFoot(parts));
     setFocusProxy(choice);

@@ -4,13 +4,17 @@
 #include "base/Texts.h"
 
 #include <algorithm>
+#include <chrono>
 #include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTimer>
 
 namespace {
+constexpr std::chrono::milliseconds patience{1000};
+
 /// Sets the message off from what explains it, and gives both lines of a length that reads well.
 void dress(QMessageBox& box) {
     constexpr int leastWidth = 320; // pixels
@@ -29,8 +33,8 @@ QtAlert::~QtAlert() {
 }
 
 AlertAnswer QtAlert::ask(const AlertRequest& request) {
-    callPerson(request);
     const QPointer<QMessageBox> box = makeBox(request).release(); // its window may delete it meanwhile
+    callPersonTo(*box);
     box->exec();
     const QAbstractButton* pressed = box.isNull() ? nullptr : box->clickedButton();
     const QString name = pressed == nullptr ? QString() : pressed->objectName();
@@ -43,10 +47,17 @@ AlertAnswer QtAlert::ask(const AlertRequest& request) {
     return request.alternateKey.empty() ? AlertAnswer::defaultButton : AlertAnswer::alternateButton;
 }
 
-void QtAlert::callPerson(const AlertRequest& request) const {
-    if (m_unseen && QGuiApplication::applicationState() != Qt::ApplicationActive)
-        m_unseen(QString::fromStdString(m_texts(request.messageKey)),
-                 QString::fromStdString(m_texts(request.informativeKey)));
+/// A window that is being opened, or the box itself, needs a moment to come to the front.
+void QtAlert::callPersonTo(QMessageBox& box) const {
+    if (!m_unseen)
+        return;
+    auto* const timer = new QTimer(&box);
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, &box, [&box, call = m_unseen] {
+        if (QApplication::activeWindow() == nullptr)
+            call(box.text(), box.informativeText());
+    });
+    timer->start(patience);
 }
 
 void QtAlert::dismissQuestion() {
@@ -95,8 +106,8 @@ void QtAlert::show(const AlertRequest& request) {
             open->raise();
             return;
         }
-    callPerson(request);
     QMessageBox* box = makeBox(request).release(); // deletes itself when it is closed
+    callPersonTo(*box);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setModal(false);
     box->show();

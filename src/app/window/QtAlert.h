@@ -24,7 +24,7 @@ public:
     /// The window that the boxes belong to; none at first.
     void setParentWindow(QWidget* window) { m_window = window; }
     AlertAnswer ask(const AlertRequest& request) override;
-    /// Called with an alert's two texts when it is shown while no window of the program is in front.
+    /// Called with an alert's two texts when it is open for a second and no window of the program is in front.
     void setUnseenHandler(std::function<void(const QString& message, const QString& informative)> handler) {
         m_unseen = std::move(handler);
     }
@@ -36,7 +36,7 @@ public:
 private:
     std::unique_ptr<QMessageBox> makeBox(const AlertRequest& request) const;
     void show(const AlertRequest& request);
-    void callPerson(const AlertRequest& request) const;
+    void callPersonTo(QMessageBox& box) const;
 
     RunLoop& m_runLoop;
     const Texts& m_texts;

@@ -8,11 +8,13 @@
 #include "app/window/IndicatorLamp.h"
 #include "app/window/LampView.h"
 #include "app/window/LevelSlider.h"
+#include "app/window/ScreenReader.h"
 #include "app/window/SourceBox.h"
 #include "app/window/Theme.h"
 #include "base/Texts.h"
 
 #include <QBoxLayout>
+#include <QComboBox>
 #include <QGridLayout>
 #include <QPainter>
 #include <QShortcut>
@@ -96,6 +98,7 @@ RecordTab::RecordTab(const RecordTabControls& controls, const Texts& texts, QWid
     all->addLayout(makeMeter(controls));
     m_texts = nullptr;
     orderTabs();
+    ScreenReader::tellName(*findChild<QComboBox*>("Sources"));
 }
 
 void RecordTab::orderTabs() {

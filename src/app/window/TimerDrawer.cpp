@@ -2,6 +2,7 @@
 
 #include "app/window/FormBinding.h"
 #include "app/window/PlayBinding.h"
+#include "app/window/ScreenReader.h"
 #include "app/window/TabParts.h"
 #include "schedule/TimerControls.h"
 
@@ -84,8 +85,8 @@ void TimerDrawer::addTime(QFormLayout& form, const TabParts& parts, const char* 
     line->addWidget(hours, 1);
     line->addWidget(new QLabel(QStringLiteral(":")));
     line->addWidget(minutes, 1);
+    ScreenReader::tellName(*hours);
+    ScreenReader::tellName(*minutes);
     pair->setFocusProxy(hours);
-    auto* label = new QLabel(parts.text(key));
-    label->setBuddy(hours);
-    form.addRow(label, pair);
+    form.addRow(new QLabel(parts.text(key)), pair);
 }

@@ -1,6 +1,7 @@
 // Everything in the real window is reached by keyboard, and has a name that a screen reader says.
 #include "app/VmPrefer.h"
 #include "app/window/MainWindow.h"
+#include "app/window/ScreenReader.h"
 #include "app/WindowAssembly.h"
 #include "base/VmTableView.h"
 #include "library/VmPlayer.h"
@@ -23,6 +24,12 @@ QString nameOf(QWidget* widget) {
     return told == nullptr ? QString() : told->text(QAccessible::Name);
 }
 
+/// What a screen reader finds beside a box of choices; the toolkit tells it the choice for a name.
+QString labelBeside(QWidget* widget) {
+    const auto labels = QAccessible::queryAccessibleInterface(widget)->relations(QAccessible::Label);
+    return labels.isEmpty() ? QString() : labels[0].first->text(QAccessible::Name);
+}
+
 std::string labelOf(const QWidget* widget) {
     return std::string(widget->metaObject()->className()) + " \"" + widget->objectName().toStdString() + "\"";
 }
@@ -35,6 +42,7 @@ struct WholeWindow : testing::TestWithParam<const char*> {
 
     void SetUp() override {
         QAccessible::setActive(true);
+        ScreenReader::tellWindows();
         desk.desk.texts = texts;
         desk.desk.makeControllers();
         window = assembleWindow(*desk.desk.controler, texts, [] { return true; });
@@ -82,6 +90,10 @@ struct WholeWindow : testing::TestWithParam<const char*> {
             EXPECT_TRUE(met.contains(control)) << place << ": " << labelOf(control) << " is not reached";
             const QString name = nameOf(control);
             EXPECT_FALSE(name.trimmed().isEmpty()) << place << ": " << labelOf(control) << " has no name";
+            if (qobject_cast<QComboBox*>(control) != nullptr) {
+                EXPECT_EQ(labelBeside(control).toStdString(), control->accessibleName().toStdString())
+                    << place << ": " << labelOf(control);
+            }
             // The preferences' help stands below each of them.
             EXPECT_FALSE(control->toolTip().isEmpty() && control->accessibleDescription().isEmpty())
                 << place << ": " << labelOf(control) << " is not explained";
@@ -117,6 +129,10 @@ TEST_P(WholeWindow, isReachedAndNamed_onTheTimerTab) {
     controler().reserver().actInsertTimer();
     expectAccessible("timer");
     controler().reserver().drawerButton.press(true);
+    QCoreApplication::processEvents();
+    const QWidget* focused = QApplication::focusWidget();
+    ASSERT_NE(focused, nullptr);
+    EXPECT_NE(focused->focusPolicy() & Qt::TabFocus, 0) << "the drawer itself, which has no name";
     expectAccessible("timer with the drawer");
 }
 
@@ -134,6 +150,18 @@ TEST_P(WholeWindow, isReachedAndNamed_inThePreferences) {
         controler().prefer().pages.choose(page);
         expectAccessible("preferences, page " + std::to_string(page));
     }
+}
+
+TEST_P(WholeWindow, isToldToBeAWindow_withItsTitle) {
+    const QAccessibleInterface* told = QAccessible::queryAccessibleInterface(window.get());
+    ASSERT_NE(told, nullptr);
+    EXPECT_EQ(told->role(), QAccessible::Window);
+    EXPECT_EQ(told->text(QAccessible::Name), "Velmoratide");
+    for (QWidget* widget : window->findChildren<QWidget*>())
+        if (!widget->isWindow()) {
+            EXPECT_NE(QAccessible::queryAccessibleInterface(widget)->role(), QAccessible::Window)
+                << labelOf(widget);
+        }
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, WholeWindow, testing::Values("en", "de", "ja"),

@@ -114,4 +114,15 @@ TEST_F(AuthorizationToolTest, realHelperRefusesWhatIsNotWhole) {
     EXPECT_EQ(why(), "authtool: more than one command was handed over\n");
     EXPECT_EQ(exitStatus("head -c 1060 /dev/zero"), 1);
     EXPECT_EQ(why(), "authtool: the command is unknown\n");
+    // 32 bytes of a right, the command 1, and 1024 bytes of which none ends the path.
+    EXPECT_EQ(exitStatus(
+                  "(head -c 32 /dev/zero; printf '\\001\\000\\000\\000'; head -c 1024 /dev/zero | tr '\\0' x)"),
+              1);
+    EXPECT_EQ(why(), "authtool: the command's path has no end\n");
+    EXPECT_EQ(exitStatus("true"), 1);
+    EXPECT_EQ(why(), "authtool: no administrator right was handed over\n");
+    // The rest of the field is not cleared, and means nothing.
+    EXPECT_EQ(
+        exitStatus("(head -c 32 /dev/zero; printf '\\001\\000\\000\\000/tmp\\000'; head -c 1019 /dev/urandom)"),
+        0);
 }

@@ -99,6 +99,18 @@ TEST_F(GatedTabSwitch, fallsBackToTheRecordTab_whenRefusedOnAnotherTab) {
     EXPECT_TRUE(shell.controler().authorizationButton().enabled());
 }
 
+TEST_F(GatedTabSwitch, leavesTheRecordTabSelectedAt352x262_whenThePlayTabsPasswordDialogIsCancelled) {
+    std::vector<int> shown;
+    shell.tabs().observe([&] { shown.push_back(shell.tabs().selected()); });
+    shell.desk.administratorRight.setGranted(false);
+    shell.tabs().choose(1);
+    EXPECT_EQ(shell.tabs().selected(), 0);
+    EXPECT_EQ(shell.size(), std::pair(352, 262));
+    EXPECT_TRUE(std::ranges::all_of(shown, [](int tab) { return tab == 0; })) << "seen before it was allowed";
+    EXPECT_EQ(shell.desk.administratorRight.asked(), 1);
+    EXPECT_TRUE(shell.alerts().empty());
+}
+
 TEST_F(GatedTabSwitch, opensEachTab_whenGranted_andTheRecordTabWithoutAQuestion) {
     shell.desk.administratorRight.setGranted(true);
     shell.tabs().choose(3);

@@ -8,6 +8,8 @@
 #include <QAction>
 #include <QIcon>
 #include <QProxyStyle>
+#include <QScreen>
+#include <QStackedWidget>
 #include <QtTest>
 
 namespace {
@@ -83,6 +85,34 @@ TEST_F(MainWindowTest, staysOnTheRecordTab_whenTheGateRefuses) {
     EXPECT_FALSE(button("PlayTab").isChecked());
 }
 
+TEST_F(MainWindowTest, showsATabOnlyAfterTheQuestionWhetherItMayBeSeen) {
+    const auto* pages = window.findChild<QStackedWidget*>();
+    std::vector<int> seen;
+    bool isGranted = false;
+    models.tabs.setAction([&](int) {
+        QApplication::processEvents(); // as while a person is asked
+        seen.push_back(pages->currentIndex());
+        if (!isGranted)
+            models.tabs.select(0);
+    });
+    window.show();
+    button("PlayTab").click();
+    EXPECT_EQ(pages->currentIndex(), 0);
+    EXPECT_TRUE(button("RecordTab").isChecked());
+    EXPECT_FALSE(button("PlayTab").isChecked());
+    isGranted = true;
+    button("PlayTab").click();
+    EXPECT_EQ(pages->currentIndex(), 1);
+    EXPECT_TRUE(button("PlayTab").isChecked());
+    EXPECT_EQ(seen, (std::vector<int>{0, 0}));
+}
+
+TEST_F(MainWindowTest, keepsItsTabChecked_whenThatIsChosenAgain) {
+    window.show();
+    button("RecordTab").click();
+    EXPECT_TRUE(button("RecordTab").isChecked());
+}
+
 TEST_F(MainWindowTest, hasSwitchesForTheGateAndThePreferences_andHelp) {
     std::vector<bool> pressed;
     models.preferences.setAction([&] { pressed.push_back(models.preferences.isOn()); });
@@ -103,6 +133,24 @@ TEST_F(MainWindowTest, tellsItsPlace_andIsSeenThrough) {
     EXPECT_EQ(models.mainWindow.frame(), "33 44");
     models.mainWindow.setOpacity(0.5F);
     EXPECT_NEAR(window.windowOpacity(), 0.5, 0.01);
+}
+
+TEST_F(MainWindowTest, comesBackToItsPlace_asFarAsTheScreenHasIt) {
+    const QRect screen = QApplication::primaryScreen()->availableGeometry();
+    const auto placeAfter = [this](const std::string& frame) {
+        TabModels others;
+        others.mainWindow.setFrame(frame);
+        const MainWindow restored(others.window(), texts, {});
+        return restored.pos();
+    };
+    EXPECT_EQ(placeAfter("70 90"), QPoint(70, 90));
+    EXPECT_EQ(placeAfter("-100 90"), QPoint(-100, 90)) << "partly out, as a person has put it";
+    const QPoint untold = placeAfter("");
+    for (const char* lost : {"5000 90", "70 5000", "-5000 90", "70 -300", "x y", "70", "99999999999 1"})
+        EXPECT_EQ(placeAfter(lost), untold) << lost;
+    const QPoint low = placeAfter("70 " + std::to_string(screen.bottom() - 10));
+    EXPECT_EQ(low.x(), 70);
+    EXPECT_LE(low.y(), screen.bottom() - 64) << "only an edge is to be seen";
 }
 
 TEST_F(MainWindowTest, isClosedAndShownByItsModel) {

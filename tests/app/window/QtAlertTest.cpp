@@ -125,3 +125,27 @@ TEST_F(QtAlertTest, takesItsBoxesAlong) {
     QApplication::processEvents();
     EXPECT_TRUE(openBoxes().isEmpty());
 }
+
+TEST_F(QtAlertTest, callsAPerson_onlyWhileNoWindowIsInFront) {
+    std::vector<std::string> called;
+    alert.setUnseenHandler([&](const QString& message, const QString& text) {
+        called.push_back(message.toStdString() + "/" + text.toStdString());
+    });
+    const auto tellAndClose = [this](QWidget* inFront) {
+        alert.tell(news);
+        QApplication::processEvents();
+        ASSERT_EQ(openBoxes().size(), 1);
+        QApplication::setActiveWindow(inFront);
+        for (QTimer* second : openBoxes().first()->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly))
+            second->start(0); // it has passed
+        QApplication::processEvents();
+        press(*openBoxes().first(), "default");
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    QWidget window;
+    window.show();
+    tellAndClose(&window);
+    EXPECT_TRUE(called.empty()) << "who sits before the window sees the box";
+    tellAndClose(nullptr);
+    EXPECT_EQ(called, std::vector<std::string>{texts("FileWriteError") + "/" + texts("CheckAndRetry")});
+}
