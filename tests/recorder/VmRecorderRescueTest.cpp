@@ -44,7 +44,7 @@ protected:
     Names files() const {
         Names names;
         for (const VolumeEntry& entry : PosixVolume().list(folder.path() + "/record"))
-            if (!VmDutyLog::isLogFile(entry.name))
+            if (!VmDutyLog::isLogFile(entry.name) && !VmMechanic::isImageFile(entry.name))
                 names.push_back(entry.name);
         return names;
     }

@@ -245,7 +245,7 @@ TEST_F(Timetable, goesOnAfterACrash_withinTheEntry) {
     next.runFor(540.0);
     std::vector<std::string> names;
     for (const VolumeEntry& entry : PosixVolume().list(next.recordFolder()))
-        if (!VmDutyLog::isLogFile(entry.name))
+        if (!VmDutyLog::isLogFile(entry.name) && !VmMechanic::isImageFile(entry.name))
             names.push_back(entry.name);
     EXPECT_EQ(names,
               (Names{"_Velmoratide_20071024_093005~093035.aif", "_Velmoratide_20071024_093100~094000.aif"}));

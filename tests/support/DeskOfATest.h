@@ -51,11 +51,11 @@ public:
         });
     }
     VmRecorder& recorder() { return desk.controler->recorder(); }
-    /// All files of the record folder but the log book.
+    /// All files of the record folder but the log book and the waveform pictures.
     std::vector<std::string> recordings() const {
         std::vector<std::string> names;
         for (const VolumeEntry& entry : PosixVolume().list(desk.recordFolder()))
-            if (!VmDutyLog::isLogFile(entry.name))
+            if (!VmDutyLog::isLogFile(entry.name) && !VmMechanic::isImageFile(entry.name))
                 names.push_back(entry.name);
         return names;
     }
