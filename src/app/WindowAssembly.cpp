@@ -2,6 +2,7 @@
 
 #include "app/VmControler.h"
 #include "app/VmPrefer.h"
+#include "app/window/AdviceWindow.h"
 #include "app/window/KeepTab.h"
 #include "app/window/MainWindow.h"
 #include "app/window/PlayTab.h"
@@ -15,6 +16,7 @@
 #include "recorder/VmLevelMeter.h"
 #include "recorder/VmRecorder.h"
 #include "schedule/VmReserver.h"
+#include "storage/VmMechanic.h"
 
 #include <utility>
 
@@ -59,6 +61,7 @@ std::unique_ptr<MainWindow> assembleWindow(VmControler& controler, const Texts& 
     window->setPage(3, new KeepTab(keepTabControls(controler), texts));
     window->addDrawer(controler.reserver().drawer, new TimerDrawer(controler.reserver(), texts), 2);
     window->addDrawer(controler.prefer().drawer, new PreferPanel(controler.prefer(), texts));
+    new AdviceWindow(controler.mechanic().advicePanel(), texts, window.get()); // the window's child
     const auto text = [&texts](const char* key) { return QString::fromStdString(texts(key)); };
     window->addCommand(text("SupportCommand"), {}, [&controler] { controler.actVersionButton(); });
     window->addCommand(text("FeedbackCommand"), {}, [&controler] { controler.actCopyrightButton(); });

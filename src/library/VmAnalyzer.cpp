@@ -11,6 +11,8 @@
 #include "library/VmWaveView.h"
 #include "library/WaveformEnvelope.h"
 #include "library/WaveformPicture.h"
+#include "recorder/VmRecorder.h"
+#include "storage/RecordFolder.h"
 #include "storage/SoundFile.h"
 #include "storage/VmMechanic.h"
 
@@ -23,7 +25,14 @@ constexpr double secondsPerLook = 0.01; ///< at the threads that are to end
 } // namespace
 
 VmAnalyzer::VmAnalyzer(VmControler& controler, VmWaveView& waveView)
-    : m_controler(controler), m_waveView(waveView) {}
+    : m_controler(controler), m_waveView(waveView) {
+    m_finished = controler.seams().notifications.observe(
+        VmSoundFileFinished_Notification, [this](const Notification& finished) {
+            const std::string& path = finished.userInfo.at("SoundFilePath");
+            if (!VmMechanic::isHidedFile(RecordFolder::bareName(path)))
+                order(path, false);
+        });
+}
 
 VmAnalyzer::~VmAnalyzer() {
     m_cancelled = true;
@@ -53,18 +62,26 @@ bool VmAnalyzer::soundFileExistAtPath(Volume& volume, const std::string& path) {
 }
 
 void VmAnalyzer::createImageFileWithSoundFile(const std::string& path) {
+    m_waveView.expectImage(path);
+    order(path, true);
+}
+
+void VmAnalyzer::order(const std::string& path, bool isAskedFor) {
     const std::lock_guard guard(m_mutex);
     if (std::ranges::find(m_creatingImageList, path) == m_creatingImageList.end()) {
         m_creatingImageList.push_back(path);
-        m_waiting.push_front({path, m_waveView.bounds(), isProgressPath(path)});
+        m_waiting.insert(isAskedFor ? m_waiting.begin() : m_waiting.end(),
+                         {path, m_waveView.bounds(), isProgressPath(path), isAskedFor});
         if (m_workers < maxWorkers)
             startWorker();
         return;
     }
     // It may wait behind others: whoever asks again wants to see it now.
     const auto waiting = std::ranges::find(m_waiting, path, &Order::path);
-    if (waiting != m_waiting.end())
-        std::rotate(m_waiting.begin(), waiting, waiting + 1);
+    if (!isAskedFor || waiting == m_waiting.end())
+        return;
+    waiting->isAskedFor = true;
+    std::rotate(m_waiting.begin(), waiting, waiting + 1);
 }
 
 void VmAnalyzer::startWorker() {
@@ -175,6 +192,8 @@ void VmAnalyzer::createImageFileThread(const Order& order) {
 }
 
 VmAnalyzer::End VmAnalyzer::createImage(const Order& order) {
+    if (!order.isAskedFor && !soundFileExistAtPath(m_controler.seams().volume, order.path))
+        return End::tryAgain; // deleted or renamed since it ended: nobody misses the picture
     const std::unique_ptr<SoundFile> file = m_controler.mechanic().openAIFFFileForWorker(order.path);
     if (!file) {
         // The recording in progress gets another name every minute.

@@ -1,5 +1,7 @@
 // library/VmAnalyzer.h — draws the waveform pictures of recordings, and the position line on the one shown.
 #pragma once
+#include "base/NotificationCenter.h"
+
 #include <atomic>
 #include <cstdint>
 #include <deque>
@@ -22,7 +24,9 @@ inline constexpr std::string_view VmCreateImageFile_Notification = "VmCreateImag
 inline constexpr std::string_view ImageFilePath = "ImageFilePath";
 
 /// The controller of the waveform pictures. A picture is drawn once, on one of few worker threads that stand
-/// back behind everything else, and kept in a hidden file beside its sound.
+/// back behind everything else, and kept in a hidden file beside its sound. That of a recording that has ended
+/// is drawn unasked, behind those that somebody waits for. A hidden recording gets its picture only when it is
+/// looked at: it is removed at the next launch, and the picture would stay behind.
 ///
 /// The picture of the recording in progress would be out of date at once, and would stay behind when the file
 /// gets its final name: it is not kept, but handed out once. So is a picture that could not be kept.
@@ -68,6 +72,7 @@ private:
         std::string path;
         QSize size;
         bool isProgress; ///< of the recording that is being written
+        bool isAskedFor; ///< somebody waits for it
     };
     struct Unkept {
         std::string path;
@@ -75,6 +80,7 @@ private:
     };
     enum class End { done, tryAgain, never };
 
+    void order(const std::string& path, bool isAskedFor);
     void startWorker();
     bool isProgressPath(const std::string& path) const;
     std::optional<QImage> takeUnkept(const std::string& path);
@@ -99,4 +105,6 @@ private:
     std::deque<Order> m_waiting;
     std::vector<Unkept> m_unkept;
     int m_workers = 0; ///< threads that take orders
+
+    NotificationCenter::Observation m_finished; // of recordings; last: it ends first
 };

@@ -167,7 +167,6 @@ void VmPlayer::followProgress() {
     // The picture of a growing recording is drawn again when a tenth has come to it.
     if (!isSelected() && m_numDatas > m_pictureDatas + m_pictureDatas / 10) {
         m_pictureDatas = m_numDatas;
-        m_waveView->expectImage(selectedPath());
         m_controler.analyzer().createImageFileWithSoundFile(selectedPath());
     }
 }
@@ -199,7 +198,6 @@ void VmPlayer::showImage() {
         m_pictureDatas = m_numDatas;
         redrawPositionLine();
     } else {
-        m_waveView->expectImage(path);
         analyzer.createImageFileWithSoundFile(path);
     }
 }

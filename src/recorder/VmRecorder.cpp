@@ -9,7 +9,6 @@
 #include "base/SystemLog.h"
 #include "base/Texts.h"
 #include "base/UserDefaults.h"
-#include "library/VmAnalyzer.h"
 #include "recorder/RecordingMender.h"
 #include "recorder/VmLevelMeter.h"
 #include "schedule/VmReserveList.h"
@@ -263,8 +262,6 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
     if (account.unwrittenFrames > 0 || m_pipeline.writeThreadError())
         cutTo = static_cast<std::int64_t>(m_lastWrite);
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label, cutTo);
-    if (!path.empty())
-        m_controler.analyzer().createImageFileWithSoundFile(path);
     seams.notifications.postLogEvent(event);
     if (!path.empty())
         tellFinished(path);
@@ -299,10 +296,8 @@ void VmRecorder::rescueLeftover() {
     const std::string path = m_workFiles.rescueTempFile(label);
     if (m_overRecordBytes == 0)
         m_workFiles.rescueRelayFile();
-    if (path.empty())
-        return;
-    m_controler.analyzer().createImageFileWithSoundFile(path);
-    tellFinished(path);
+    if (!path.empty())
+        tellFinished(path);
 }
 
 void VmRecorder::tellFinished(const std::string& path) const {

@@ -14,9 +14,9 @@
 #include <utility>
 
 namespace {
-/// Seconds that deleting may take at a stretch. With the reading of a folder of 10,000 it stays below what a
-/// person notices.
-constexpr double longestStretch = 0.02;
+/// Seconds that deleting may take at a stretch: enough for thousands of files on most disks, and far less than
+/// the sample queue holds.
+constexpr double longestStretch = 2.0;
 
 bool exceeds(double totalTime, const RecordSpace::Limits& limits) {
     return totalTime - limits.maxTotalTime > limits.maxRecordTime;

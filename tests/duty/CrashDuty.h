@@ -139,7 +139,7 @@ private:
     std::vector<std::string> leftovers() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(recordFolder()))
-            if (entry.path().filename().string()[0] == '.')
+            if (entry.path().filename().string()[0] == '.' && entry.path().extension() != ".tif")
                 names.push_back(entry.path().filename().string());
         return names;
     }

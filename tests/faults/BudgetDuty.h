@@ -219,6 +219,11 @@ private:
         for (const auto& entry : std::filesystem::directory_iterator(m_desk.recordFolder()))
             there.insert(entry.path().filename().string());
         EXPECT_EQ(there.erase("VelmoratideLog.txt"), 1U);
+        // A picture goes with its recording.
+        std::erase_if(there, [&wanted](const std::string& name) {
+            return VmMechanic::isImageFile(name) &&
+                   wanted.contains("_" + name.substr(1, name.size() - 4) + "aif");
+        });
         if (!m_ended) { // of the recording in progress
             EXPECT_EQ(there.erase(".VelmoratideTempFile"), 1U);
             EXPECT_EQ(there.erase(std::filesystem::path(m_desk.defaults.stringForKey("ProgressSoundFileName"))

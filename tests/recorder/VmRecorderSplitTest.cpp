@@ -228,7 +228,9 @@ TEST(VmRecorderRelay, isKeptUnderANameThatSaysSo_afterACrash) {
         desk.launch();
         desk.runFor(1.0);
         auto entries = PosixVolume().list(desk.recordFolder());
-        std::erase_if(entries, [](const VolumeEntry& entry) { return VmDutyLog::isLogFile(entry.name); });
+        std::erase_if(entries, [](const VolumeEntry& entry) {
+            return VmDutyLog::isLogFile(entry.name) || VmMechanic::isImageFile(entry.name);
+        });
         ASSERT_EQ(entries.size(), 1U);
         EXPECT_EQ(entries[0].name, "VelmoratideUnreadable_20071024_093000.data");
         const auto lines = desk.log.lines();

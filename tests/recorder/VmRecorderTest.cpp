@@ -99,7 +99,9 @@ TEST(VmRecorder, rescuesWhatACrashLeft_atTheNextLaunch) {
     next.defaults.set("RecordSwitch", false);
     next.launch();
     auto entries = PosixVolume().list(next.recordFolder());
-    std::erase_if(entries, [](const VolumeEntry& entry) { return VmDutyLog::isLogFile(entry.name); });
+    std::erase_if(entries, [](const VolumeEntry& entry) {
+        return VmDutyLog::isLogFile(entry.name) || VmMechanic::isImageFile(entry.name);
+    });
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_EQ(entries[0].name, "_Velmoratide_20071024_093010~093030.aif");
     const auto opened = SoundFile::openForReading(next.files, next.recordFolder() + "/" + entries[0].name);

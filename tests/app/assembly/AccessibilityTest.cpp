@@ -6,12 +6,16 @@
 #include "base/VmTableView.h"
 #include "library/VmPlayer.h"
 #include "schedule/VmReserver.h"
+#include "storage/VmMechanic.h"
 #include "support/DeskOfATest.h"
 
 #include <map>
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QDialog>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QtTest>
 #include <set>
 
@@ -162,6 +166,19 @@ TEST_P(WholeWindow, isToldToBeAWindow_withItsTitle) {
             EXPECT_NE(QAccessible::queryAccessibleInterface(widget)->role(), QAccessible::Window)
                 << labelOf(widget);
         }
+}
+
+TEST_P(WholeWindow, showsTheBackupAdvice_withANameForEachPart) {
+    auto* advice = window->findChild<QDialog*>("Advice");
+    ASSERT_NE(advice, nullptr);
+    EXPECT_FALSE(advice->isVisible());
+    controler().mechanic().adviceAlertWithPath("/duty/VelmoratideBackup", 5e9);
+    EXPECT_TRUE(advice->isVisible());
+    EXPECT_EQ(advice->findChild<QLineEdit*>("AdviceTotal")->text(), "4768.4");
+    for (const char* part : {"AdvicePath", "AdviceTotal", "AdviceSize", "AdviceLamp", "AdviceClose"})
+        EXPECT_FALSE(nameOf(advice->findChild<QWidget*>(part)).isEmpty()) << part;
+    advice->findChild<QPushButton*>("AdviceClose")->click();
+    EXPECT_FALSE(controler().mechanic().advicePanel().isShown());
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, WholeWindow, testing::Values("en", "de", "ja"),
