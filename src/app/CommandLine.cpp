@@ -137,8 +137,11 @@ std::vector<std::string> CommandLine::repeated() const {
         arguments.insert(arguments.end(), {"--settings", whole(settings)});
     if (!folder.empty())
         arguments.insert(arguments.end(), {"--folder", whole(folder)});
-    for (const auto& [key, value] : overrides)
-        arguments.insert(arguments.end(), {"--set", key + "=" + value});
+    for (const auto& [key, value] : overrides) {
+        arguments.emplace_back("--set");
+        arguments.push_back(key);
+        arguments.back().append("=").append(value);
+    }
     return arguments;
 }
 

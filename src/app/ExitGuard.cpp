@@ -25,7 +25,7 @@ ExitGuard::ExitGuard(std::function<void()> handler)
     // A registration cannot be taken back: it outlives the guard.
     auto registered = std::make_unique<std::shared_ptr<Watch>>(m_watch);
     if (::on_exit(&Watch::onExit, registered.get()) == 0)
-        registered.release();
+        static_cast<void>(registered.release()); // it is taken back there
 }
 
 ExitGuard::~ExitGuard() {
