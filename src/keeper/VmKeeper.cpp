@@ -140,7 +140,11 @@ void VmKeeper::setKeepFolder(const std::string& path) {
     Volume& volume = m_controler.seams().volume;
     std::string folder = Paths::trimmed(path);
     if (!folder.starts_with('/') || (!volume.isFolder(folder) && !volume.makeFolder(folder))) {
-        reportError("Keep folder is changed to default");
+        const char* const message = "Keep folder is changed to default";
+        m_controler.seams().log.log(message);
+        onMainThread([this, message] { // at the launch the log book is not open yet
+            m_controler.seams().notifications.postLogEvent("SomeErrorHappen", message);
+        });
         folder = Paths::expandingTilde(defaultKeepFolder);
         volume.makeFolder(folder); // a folder that is not there is reported when something is to be kept
     }

@@ -163,7 +163,7 @@ void VmKeeper::finishCompressed(const std::string& target) {
     Volume& volume = m_controler.seams().volume;
     if (const std::string fault = m_proof == nullptr ? std::string() : m_proof->fault(); !fault.empty()) {
         if (putBack(target))
-            reportUncompressed("disbelieved",
+            reportUncompressed(fault.substr(0, fault.find('(')), // without the size
                                "VmKeeper: the compressor said that it succeeded, but " + fault + ": " + target);
         return;
     }

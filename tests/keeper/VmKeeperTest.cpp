@@ -325,11 +325,28 @@ TEST(VmKeeper, takesTheDefaultFolder_whereTheOtherCannotBeMade) {
         EXPECT_EQ(duty.desk.defaults.stringForKey("KeepFileKeepFolder"), duty.keeper().keepFolder());
     }
     setenv("HOME", home.c_str(), 1);
+    duty.desk.runFor(1.0);
     EXPECT_TRUE(duty.exists(duty.keeper().keepFolder()));
     EXPECT_FALSE(duty.exists("below"));
     EXPECT_EQ(duty.lines("Keep folder is changed to default"), 3u);
     EXPECT_EQ(duty.errors(), 3u);
     duty.expectEachErrorIsLogged();
+}
+
+TEST(VmKeeper, saysInTheLogBook_thatTheFolderOfTheSettingsIsNotThere) {
+    KeepingDesk duty;
+    const char* const before = std::getenv("HOME");
+    const std::string home = before == nullptr ? "" : before;
+    setenv("HOME", duty.desk.folder.c_str(), 1);
+    duty.write(duty.desk.folder + "/disk", "");
+    duty.desk.defaults.set("KeepFileKeepFolder", duty.desk.folder + "/disk/preserve");
+    duty.desk.launch();
+    setenv("HOME", home.c_str(), 1);
+    duty.desk.runFor(1.0);
+    EXPECT_NE(KeepingDesk::textOf(duty.recorded("VelmoratideLog.txt"))
+                  .find(" ERROR HAPPEN\n\tKeep folder is changed to default\t\n\n"),
+              std::string::npos);
+    EXPECT_EQ(duty.lines("Keep folder is changed to default"), 1u);
 }
 
 TEST(VmKeeper, neverTakesAPeriodWhoseSecondsOverflow) {
