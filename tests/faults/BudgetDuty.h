@@ -221,7 +221,7 @@ private:
         EXPECT_EQ(there.erase("VelmoratideLog.txt"), 1U);
         // A picture goes with its recording.
         std::erase_if(there, [&wanted](const std::string& name) {
-            return VmMechanic::isImageFile(name) &&
+            return VmMechanic::isImageFile(name) && !wanted.contains(name) &&
                    wanted.contains("_" + name.substr(1, name.size() - 4) + "aif");
         });
         if (!m_ended) { // of the recording in progress
