@@ -14,7 +14,7 @@ set(common "log_path=${reports}/report:log_exe_name=1")
 file(WRITE ${CMAKE_BINARY_DIR}/SanitizerOptions.cmake "
 set(ENV{ASAN_OPTIONS} \"${common}:detect_stack_use_after_return=1:exitcode=99\")
 set(ENV{UBSAN_OPTIONS} \"${common}:print_stacktrace=1\")
-set(ENV{TSAN_OPTIONS} \"${common}:halt_on_error=1:second_deadlock_stack=1:exitcode=99\")
+set(ENV{TSAN_OPTIONS} \"${common}:halt_on_error=1:second_deadlock_stack=1:exitcode=99:suppressions=${CMAKE_SOURCE_DIR}/tests/tsan.supp\")
 ")
 set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY TEST_INCLUDE_FILES ${CMAKE_BINARY_DIR}/SanitizerOptions.cmake)
 

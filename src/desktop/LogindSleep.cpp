@@ -58,16 +58,19 @@ void LogindSleep::reachBus() {
         m_reaching.join(); // it has told its result
     m_busName =
         QStringLiteral("velmoratide-sleep-%1-%2").arg(reinterpret_cast<quintptr>(this)).arg(++m_attempts);
-    m_reaching = std::thread([this, name = m_busName] {
+    m_reaching = std::thread([this, name = m_busName, living = std::weak_ptr<const bool>(m_living)] {
         const std::string why = whySystemBusIsSilent(longestProbe);
-        if (!why.empty()) {
-            QMetaObject::invokeMethod(
-                this, [this, why] { busMissed(why); }, Qt::QueuedConnection);
-            return;
-        }
-        const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
-        QMetaObject::invokeMethod(
-            this, [this, bus] { busReached(bus); }, Qt::QueuedConnection);
+        std::optional<QDBusConnection> bus;
+        if (why.empty())
+            bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+        m_runLoop.post([this, living, why, bus] {
+            if (living.expired())
+                return;
+            if (bus)
+                busReached(*bus);
+            else
+                busMissed(why);
+        });
     });
 }
 

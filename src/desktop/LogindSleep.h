@@ -84,6 +84,7 @@ private:
     const SleepHandlers m_handlers;
     const LogindPatience m_patience;
 
+    std::shared_ptr<const bool> m_living = std::make_shared<const bool>(true); // asked by posted calls
     std::thread m_reaching;  // the bus may take its time to answer
     QString m_busName;       // Qt's name of the connection
     unsigned m_attempts = 0; // to reach the bus

@@ -79,7 +79,8 @@ std::optional<QDBusConnection> PolkitRight::reachBus(const QString& name) const 
         silent = whySystemBusIsSilent(longestProbe);
         if (silent.empty())
             bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
-        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+        // By name, so that nothing but Qt itself handles what is handed over.
+        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
     });
     loop.exec(QEventLoop::ExcludeUserInputEvents);
     reaching.join();
