@@ -53,10 +53,18 @@ bool VmAnalyzer::soundFileExistAtPath(Volume& volume, const std::string& path) {
 }
 
 void VmAnalyzer::createImageFileWithSoundFile(const std::string& path) {
+    take(path, isProgressPath(path));
+}
+
+void VmAnalyzer::createImageFileOfFinishedSoundFile(const std::string& path) {
+    take(path, true);
+}
+
+void VmAnalyzer::take(const std::string& path, bool mayVanish) {
     const std::lock_guard guard(m_mutex);
     if (std::ranges::find(m_creatingImageList, path) == m_creatingImageList.end()) {
         m_creatingImageList.push_back(path);
-        m_waiting.push_front({path, m_waveView.bounds(), isProgressPath(path)});
+        m_waiting.push_front({path, m_waveView.bounds(), isProgressPath(path), mayVanish});
         if (m_workers < maxWorkers)
             startWorker();
         return;
@@ -175,8 +183,7 @@ void VmAnalyzer::createImageFileThread(const Order& order) {
 VmAnalyzer::End VmAnalyzer::createImage(const Order& order) {
     const std::unique_ptr<SoundFile> file = m_controler.mechanic().openAIFFFileForWorker(order.path);
     if (!file) {
-        // The recording in progress gets another name every minute.
-        if (!order.isProgress || soundFileExistAtPath(m_controler.seams().volume, order.path))
+        if (!order.mayVanish || soundFileExistAtPath(m_controler.seams().volume, order.path))
             reportError("VmAnalyzer: audio file open error.");
         return End::tryAgain;
     }

@@ -21,8 +21,9 @@ inline constexpr std::string_view VmCreateImageFile_Notification = "VmCreateImag
 /// Its user-info key: the sound file's full path.
 inline constexpr std::string_view ImageFilePath = "ImageFilePath";
 
-/// The controller of the waveform pictures. A picture is drawn once, on one of few worker threads that stand
-/// back behind everything else, and kept in a hidden file beside its sound.
+/// The controller of the waveform pictures. A picture is drawn once, when a recording is finished or, if there
+/// is none that fits, when somebody wants to see it; on one of few worker threads that stand back behind
+/// everything else, and kept in a hidden file beside its sound.
 ///
 /// The picture of the recording in progress would be out of date at once, and would stay behind when the file
 /// gets its final name: it is not kept, but handed out once. So is a picture that could not be kept.
@@ -46,6 +47,8 @@ public:
     /// Has the picture of a sound file drawn, before all others that wait. Nothing if it is being drawn
     /// already.
     void createImageFileWithSoundFile(const std::string& path);
+    /// The same for a recording that has just ended: nobody waits for it, and it may be gone again by then.
+    void createImageFileOfFinishedSoundFile(const std::string& path);
     /// Blocks until all pictures that were asked for are there, but not longer than `patience` seconds.
     void awaitPictures(double patience) const;
     /// The picture of a sound file, if there is one that fits the sound and the view; else have it made.
@@ -68,6 +71,7 @@ private:
         std::string path;
         QSize size;
         bool isProgress; ///< of the recording that is being written
+        bool mayVanish;  ///< gets another name every minute, or is deleted to make room
     };
     struct Unkept {
         std::string path;
@@ -75,6 +79,7 @@ private:
     };
     enum class End { done, tryAgain, never };
 
+    void take(const std::string& path, bool mayVanish);
     void startWorker();
     bool isProgressPath(const std::string& path) const;
     std::optional<QImage> takeUnkept(const std::string& path);

@@ -264,7 +264,7 @@ void VmRecorder::_stopRecording(const StreamMoment& stop, const char* event) {
         cutTo = static_cast<std::int64_t>(m_lastWrite);
     const std::string path = m_workFiles.finish(m_recordStartDate, m_recordStopDate, m_label, cutTo);
     if (!path.empty())
-        m_controler.analyzer().createImageFileWithSoundFile(path);
+        drawPicture(path);
     seams.notifications.postLogEvent(event);
     if (!path.empty())
         tellFinished(path);
@@ -301,8 +301,16 @@ void VmRecorder::rescueLeftover() {
         m_workFiles.rescueRelayFile();
     if (path.empty())
         return;
-    m_controler.analyzer().createImageFileWithSoundFile(path);
+    drawPicture(path);
     tellFinished(path);
+}
+
+void VmRecorder::drawPicture(const std::string& path) {
+    m_undrawn.push_back(path);
+    if (m_pipeline.writeThreadError())
+        return; // a disk that fails is told of once: drawn when it has taken the next recording
+    for (const std::string& each : std::exchange(m_undrawn, {}))
+        m_controler.analyzer().createImageFileOfFinishedSoundFile(each);
 }
 
 void VmRecorder::tellFinished(const std::string& path) const {

@@ -215,6 +215,7 @@ private:
     void beginWriting(std::int64_t stop);
     void rescueLeftover();
     void tellFinished(const std::string& path) const;
+    void drawPicture(const std::string& path);
     /// Puts what the relay file holds into the new file. False when that does not take it.
     bool takeOverRecord();
     void carryOverRecord(const WritePipeline::Account& account);
@@ -344,7 +345,8 @@ private:
     HostTime m_holesReported = 0;
     /// Sound from here on belongs to a recording that begins at the next tick.
     std::optional<StreamMoment> m_beginWith;
-    bool m_isSeam = false; // the next file goes on where the last one ends
+    std::vector<std::string> m_undrawn; // full paths of recordings without a picture
+    bool m_isSeam = false;              // the next file goes on where the last one ends
 
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
     Date m_boundaryDate;

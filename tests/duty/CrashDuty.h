@@ -1,5 +1,6 @@
 // A duty whose process ends at random moments with no clean-up at all, and is begun again each time.
 #pragma once
+#include "storage/SoundFileNames.h"
 #include "support/DeskOfATest.h"
 #include "support/DutyCheck.h"
 
@@ -135,8 +136,9 @@ private:
     std::vector<std::string> leftovers() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(recordFolder()))
-            if (entry.path().filename().string()[0] == '.')
-                names.push_back(entry.path().filename().string());
+            if (const std::string name = entry.path().filename().string();
+                name[0] == '.' && !SoundFileNames::isImageFile(name))
+                names.push_back(name);
         return names;
     }
 

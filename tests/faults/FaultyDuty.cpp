@@ -2,6 +2,7 @@
 
 #include "faults/FrameCensus.h"
 #include "faults/ProcessOfItsOwn.h"
+#include "storage/SoundFileNames.h"
 #include "support/DeskOfATest.h"
 
 #include <cmath>
@@ -115,7 +116,8 @@ std::string FaultyDuty::judge(const std::string& folder, const Outcome& outcome,
         const std::string name = entry.path().filename().string();
         if (name.starts_with("VelmoratideUnreadable_")) // put aside, and said: somebody can place it
             census.addBare(entry.path().string());
-        else if (!FrameCensus::isRecording(name) && name != "VelmoratideLog.txt")
+        else if (!FrameCensus::isRecording(name) && !SoundFileNames::isImageFile(name) &&
+                 name != "VelmoratideLog.txt")
             text += name + " is left; ";
     }
     text += census.complaint();

@@ -187,12 +187,40 @@ TEST_F(VmAnalyzerTest, deletesThePictureAndNamesIt) {
 
 TEST_F(VmAnalyzerTest, showsItsProgressInTheView_untilThePictureIsSet) {
     const std::string path = withSound();
+    view.expectImage(path);
     analyzer->createImageFileWithSoundFile(path);
     EXPECT_EQ(view.progress(), 0.0);
     letWork();
     EXPECT_EQ(view.progress(), 1.0);
     view.setImage(*analyzer->imageWithSoundFile(path));
     EXPECT_EQ(view.progress(), std::nullopt);
+}
+
+TEST_F(VmAnalyzerTest, saysNothing_whenAFinishedRecordingIsGoneAgain) {
+    const std::string path = withSound();
+    analyzer->createImageFileOfFinishedSoundFile(path);
+    std::filesystem::remove(path);
+    letWork();
+    EXPECT_TRUE(made.empty());
+    EXPECT_FALSE(hasPicture(path));
+    EXPECT_FALSE(desk.happened("SomeErrorHappen"));
+    EXPECT_FALSE(analyzer->isCreatingImageFile(path));
+    std::ofstream(path) << "no sound file";
+    analyzer->createImageFileOfFinishedSoundFile(path);
+    letWork();
+    EXPECT_TRUE(desk.happened("SomeErrorHappen: VmAnalyzer: audio file open error."));
+}
+
+TEST_F(VmAnalyzerTest, leavesTheViewAlone_whenItWaitsForNoPictureOrForAnother) {
+    const std::string path = withSound();
+    analyzer->createImageFileWithSoundFile(path);
+    letWork();
+    EXPECT_EQ(view.progress(), std::nullopt);
+    view.expectImage("another");
+    std::filesystem::remove(WaveformPicture::pathOfSound(path));
+    analyzer->createImageFileWithSoundFile(path);
+    letWork();
+    EXPECT_EQ(view.progress(), 0.0);
 }
 
 TEST_F(VmAnalyzerTest, leavesTheListedPath_whenOneOfTwoEqualEntriesIsRemoved) {

@@ -28,6 +28,20 @@ TEST(VmRecorderPicture, isThereAtTheQuit_whenTheLastRecordingEndsWithIt) {
     EXPECT_EQ(it.pictures().size(), 1U);
 }
 
+TEST(VmRecorderPicture, isDrawnLater_whenTheDiskFails) {
+    ClockedDesk it;
+    it.recordAt(5.0);
+    it.writeErrorAt(30.0, true);
+    it.until(40.0);
+    ASSERT_EQ(it.recordings().size(), 1U);
+    EXPECT_TRUE(it.pictures().empty());
+    it.writeErrorAt(50.0, false);
+    it.stopAt(70.0);
+    EXPECT_EQ(it.recordings().size(), 2U);
+    EXPECT_EQ(it.pictures().size(), 2U);
+    EXPECT_EQ(it.eventWith("VmAnalyzer"), ""); // one fault is enough to tell of
+}
+
 TEST(VmRecorderPicture, isMadeOfARescuedRecording) {
     ClockedDesk before;
     before.recordAt(5.0);

@@ -221,7 +221,9 @@ TEST(RehearseProgramTest, goesWhereItsFolderWasMoved) {
     ASSERT_EQ(folder.run("'" + folder.path("scenario.json") + "' --out '" + folder.path("moved") + "'"), 0);
     EXPECT_FALSE(std::filesystem::exists(folder.folder()));
     auto recordings = PosixVolume().list(folder.path("moved") + "/record");
-    std::erase_if(recordings, [](const VolumeEntry& entry) { return VmDutyLog::isLogFile(entry.name); });
+    std::erase_if(recordings, [](const VolumeEntry& entry) {
+        return VmDutyLog::isLogFile(entry.name) || SoundFileNames::isImageFile(entry.name);
+    });
     EXPECT_EQ(recordings.size(), 2U);
 }
 

@@ -3,6 +3,7 @@
 #include "dutylog/VmDutyLog.h"
 #include "storage/PosixVolume.h"
 #include "storage/SoundFile.h"
+#include "storage/SoundFileNames.h"
 #include "support/TemporaryFolder.h"
 
 #include <cstdlib>
@@ -108,11 +109,11 @@ public:
                 all.push_back(event["object"].toString().toStdString());
         return all;
     }
-    /// All files of a folder but the log book.
+    /// All files of a folder but the log book and the pictures.
     std::vector<std::string> recordings(const std::string& recordFolder = "record") const {
         std::vector<std::string> names;
         for (const VolumeEntry& entry : PosixVolume().list(folder() + "/" + recordFolder))
-            if (!VmDutyLog::isLogFile(entry.name))
+            if (!VmDutyLog::isLogFile(entry.name) && !SoundFileNames::isImageFile(entry.name))
                 names.push_back(entry.name);
         return names;
     }
