@@ -211,7 +211,7 @@ private:
     bool _startRecording();
     void _stopRecording(const StreamMoment& stop, const char* event);
     bool createFile(const StreamMoment& begin);
-    bool createFile(const StreamMoment& begin, const WorkFiles::Label& label, double rate, std::int64_t stop);
+    bool createFile(const StreamMoment& wished, const WorkFiles::Label& label, double rate, std::int64_t stop);
     void beginWriting(std::int64_t stop);
     void rescueLeftover();
     void tellFinished(const std::string& path) const;

@@ -233,10 +233,15 @@ TEST(VmRecorderRelay, carriesAMinuteAtMost_andLosesNothing) {
     EXPECT_EQ(it.eventWith("over record"),
               "SomeReportHappen: VmRecorder: over record 60.000000seconds(=1920000bytes)");
     const Names names = it.recordings();
-    ASSERT_EQ(names.size(), 2U);
     EXPECT_EQ(it.breaks(names), 1); // the gap
-    EXPECT_NEAR(static_cast<double>(it.frames(names[0]) + it.frames(names[1])) / 8000, 96.0, 0.2);
-    EXPECT_EQ(it.firstFrame(names[1]), it.lastFrame(names[0]) + 1);
+    std::int64_t frames = 0;
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name + " from " + std::to_string(it.firstFrame(name)) + " to " +
+                     std::to_string(it.lastFrame(name)));
+        EXPECT_GT(it.frames(name), 0);
+        frames += it.frames(name);
+    }
+    EXPECT_NEAR(static_cast<double>(frames) / 8000, 96.0, 0.2);
 }
 
 TEST(VmRecorderRelay, isKeptUnderANameThatSaysSo_afterACrash) {
