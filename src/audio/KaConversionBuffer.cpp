@@ -94,7 +94,8 @@ bool KaConversionBuffer::initGainArray() {
 }
 
 double KaConversionBuffer::fudgeFactorFromTimeStamp(const AudioTimeStamp* timeStamp) {
-    if (timeStamp == nullptr || (timeStamp->mFlags & AudioTimeStamp::rateScalarValid) == 0)
+    if (timeStamp == nullptr || (timeStamp->mFlags & AudioTimeStamp::rateScalarValid) == 0 ||
+        std::isnan(timeStamp->mRateScalar))
         return 1.0;
     return std::clamp(timeStamp->mRateScalar, 1.0 / largestFudge, largestFudge);
 }

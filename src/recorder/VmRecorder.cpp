@@ -190,12 +190,18 @@ bool VmRecorder::createFile(const StreamMoment& begin) {
     return createFile(begin, fileLabel(), sampleRate(), WritePipeline::openEnd);
 }
 
-bool VmRecorder::createFile(const StreamMoment& begin, const WorkFiles::Label& label, double fileRate,
+bool VmRecorder::createFile(const StreamMoment& wished, const WorkFiles::Label& label, double fileRate,
                             std::int64_t stop) {
     rescueLeftover(); // what is still there is a recording that could not be named: it must not be overwritten
     const double rate = m_controler.devicer().recordSampleRate();
     const bool isSeam = !m_isSettling && std::exchange(m_isSeam, false);
     const auto ratio = static_cast<unsigned>(rate / fileRate);
+    StreamMoment begin = wished;
+    if (!m_isSettling && m_overRecordBytes != 0 && wished.frame < m_overRecordFrame) {
+        // What lies before the sound of the relay file is in the file before.
+        begin.frame = m_overRecordFrame;
+        begin.date = wished.date.addingSeconds(static_cast<double>(begin.frame - wished.frame) / rate);
+    }
     std::int64_t first = m_pipeline.prepare(begin.frame, ratio, stop);
     const std::int64_t behindSeam = begin.frame - m_overRecordFrame;
     if (m_overRecordBytes != 0 && behindSeam >= 0 && behindSeam < 64) {

@@ -214,7 +214,7 @@ private:
     bool _startRecording();
     void _stopRecording(const StreamMoment& stop, const char* event);
     bool createFile(const StreamMoment& begin);
-    bool createFile(const StreamMoment& begin, const WorkFiles::Label& label, double rate, std::int64_t stop);
+    bool createFile(const StreamMoment& wished, const WorkFiles::Label& label, double rate, std::int64_t stop);
     void beginWriting(std::int64_t stop);
     void rescueLeftover();
     void tellFinished(const std::string& path) const;
@@ -347,7 +347,7 @@ private:
     HostTime m_holesReported = 0;
     /// Sound from here on belongs to a recording that begins at the next tick.
     std::optional<StreamMoment> m_beginWith;
-    bool m_isSeam = false; // the next file goes on where the last one ends
+    bool m_isSeam = false;              // the next file goes on where the last one ends
 
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
     Date m_boundaryDate;

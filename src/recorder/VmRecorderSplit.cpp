@@ -167,8 +167,8 @@ void VmRecorder::carryOverRecord(const WritePipeline::Account& account) {
     }
     if (over >= 1.0)
         m_controler.seams().notifications.postLogEvent(
-            "SomeReportHappen", formatted("VmRecorder: over record %fseconds(=%dbytes)", over,
-                                          static_cast<int>(account.overRecordBytes)));
+            "SomeReportHappen",
+            formatted("VmRecorder: over record %fseconds(=%dbytes)", over, static_cast<int>(bytes)));
     if (!m_workFiles.relay().delOverRecordData(bytes, static_cast<std::int64_t>(account.writeCount),
                                                m_label.channels)) {
         m_recordStopDate = m_recordStopDate.addingSeconds(over); // it stays, so the name covers it

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 #include <numbers>
 #include <thread>
 
@@ -124,6 +125,9 @@ TEST(KaConversionBufferTest, takesARateScalarOfAtMostOnePercent) {
     EXPECT_EQ(KaConversionBuffer::fudgeFactorFromTimeStamp(&stamp), 0.9900990099009901);
     stamp.mRateScalar = 1.001;
     EXPECT_EQ(KaConversionBuffer::fudgeFactorFromTimeStamp(&stamp), 1.001);
+    stamp.mRateScalar = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(KaConversionBuffer::fudgeFactorFromTimeStamp(&stamp), 1.0);
+    stamp.mRateScalar = 1.5;
     stamp.mFlags = AudioTimeStamp::hostTimeValid;
     EXPECT_EQ(KaConversionBuffer::fudgeFactorFromTimeStamp(&stamp), 1.0);
     EXPECT_EQ(KaConversionBuffer::fudgeFactorFromTimeStamp(nullptr), 1.0);

@@ -1,5 +1,6 @@
 // A duty whose process ends at random moments with no clean-up at all, and is begun again each time.
 #pragma once
+#include "storage/SoundFileNames.h"
 #include "support/DeskOfATest.h"
 #include "support/DutyCheck.h"
 
@@ -139,7 +140,8 @@ private:
     std::vector<std::string> leftovers() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(recordFolder()))
-            if (entry.path().filename().string()[0] == '.' && entry.path().extension() != ".tif")
+            if (entry.path().filename().string()[0] == '.' &&
+                !SoundFileNames::isImageFile(entry.path().filename().string()))
                 names.push_back(entry.path().filename().string());
         return names;
     }

@@ -176,6 +176,9 @@ private:
             const std::string name = std::filesystem::path(path).filename().string();
             m_recordings[name] = {secondsTold(name), false};
             m_finished.push_back(path);
+        } else if (news.name == "VmCreateImageFile_Notification") {
+            const std::filesystem::path sound(news.userInfo.at("ImageFilePath"));
+            m_strange.insert(pictureOf(sound.filename().string())); // goes with its recording
         } else if (news.object == "RecordingStart") {
             applyRule();
         }

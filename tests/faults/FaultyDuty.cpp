@@ -2,6 +2,7 @@
 
 #include "faults/FrameCensus.h"
 #include "faults/ProcessOfItsOwn.h"
+#include "storage/SoundFileNames.h"
 #include "support/DeskOfATest.h"
 
 #include <cmath>

@@ -1,6 +1,7 @@
 // keeper/KeepDuty.h — a duty whose recordings are kept: where every frame of it is in the end.
 #pragma once
 #include "keeper/KeepingDesk.h"
+#include "storage/SoundFileNames.h"
 #include "support/DutyCheck.h"
 
 #include <chrono>
@@ -99,7 +100,7 @@ private:
         for (const std::string& folder : {m_desk.folder + "/preserve", m_desk.recordFolder()})
             for (const auto& entry : std::filesystem::directory_iterator(folder)) {
                 const std::string name = entry.path().filename().string();
-                if (VmDutyLog::isLogFile(name) || VmMechanic::isImageFile(name))
+                if (VmDutyLog::isLogFile(name) || SoundFileNames::isImageFile(name))
                     continue;
                 EXPECT_TRUE(name.starts_with("_Velmoratide_")) << name;
                 const std::size_t end = name.find(".aif") + 4;

@@ -187,6 +187,7 @@ TEST_F(VmAnalyzerTest, deletesThePictureAndNamesIt) {
 
 TEST_F(VmAnalyzerTest, showsItsProgressInTheView_untilThePictureIsSet) {
     const std::string path = withSound();
+    view.expectImage(path);
     analyzer->createImageFileWithSoundFile(path);
     EXPECT_EQ(view.progress(), 0.0);
     letWork();

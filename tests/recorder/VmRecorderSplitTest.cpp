@@ -1,5 +1,6 @@
 // Seams between files: at the full hour, at the greatest length, and before a file is too large.
 #include "base/Clock.h"
+#include "recorder/ClockedDesk.h"
 #include "recorder/SplitRule.h"
 #include "support/Counting.h"
 #include "support/DeskOfATest.h"
@@ -217,6 +218,30 @@ TEST(VmRecorderRelay, cutsBackWhatCameAfterAGap_andOpensTheNextFileWithIt) {
         return event.starts_with("SomeReportHappen: VmRecorder: over record ");
     }));
     EXPECT_FALSE(it.desk.files.exists(it.desk.recordFolder() + "/.VelmoratideRelayFile"));
+}
+
+TEST(VmRecorderRelay, carriesAMinuteAtMost_andLosesNothing) {
+    ClockedDesk it({{"StartOnTheHour", false}});
+    it.recordAt(2.0);
+    it.until(12.0);
+    it.desk.hardware.unplug("desk-in");
+    it.desk.clock.sleep(2.0); // the main thread is busy
+    it.desk.hardware.replug("desk-in");
+    it.desk.clock.sleep(71.0);
+    it.stopAt(100.0);
+    EXPECT_TRUE(it.logged("RecordTime over 60sec"));
+    EXPECT_EQ(it.eventWith("over record"),
+              "SomeReportHappen: VmRecorder: over record 60.000000seconds(=1920000bytes)");
+    const Names names = it.recordings();
+    EXPECT_EQ(it.breaks(names), 1); // the gap
+    std::int64_t frames = 0;
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name + " from " + std::to_string(it.firstFrame(name)) + " to " +
+                     std::to_string(it.lastFrame(name)));
+        EXPECT_GT(it.frames(name), 0);
+        frames += it.frames(name);
+    }
+    EXPECT_NEAR(static_cast<double>(frames) / 8000, 96.0, 0.2);
 }
 
 TEST(VmRecorderRelay, isKeptUnderANameThatSaysSo_afterACrash) {

@@ -84,6 +84,25 @@ TEST_F(PulseHardwareDevicesTest, keepsADevicesId_whenItGoesAndComesBack) {
     EXPECT_EQ(awaitDevice("desk.monitor"), device);
 }
 
+TEST_F(PulseHardwareDevicesTest, tellsWhichDevicesAreUsedWhereNoneIsNamed) {
+    EXPECT_EQ(m_hardware->defaultDevice(AudioDirection::output), deviceWithUID("duty"));
+    EXPECT_EQ(m_hardware->defaultDevice(AudioDirection::input), deviceWithUID("duty.monitor"));
+    ASSERT_FALSE(m_server->loadModule({"module-null-sink", "sink_name=desk"}).empty());
+    const AudioDeviceID monitor = awaitDevice("desk.monitor");
+    ASSERT_NE(monitor, 0U);
+    const std::size_t changes = m_events.count(Kind::defaultOutputChanged);
+    const auto make = [&](const char* what, const char* name) {
+        return ChildProcess({"pactl", what, name}, m_server->environment()).wait();
+    };
+    ASSERT_EQ(make("set-default-sink", "desk"), 0);
+    ASSERT_EQ(make("set-default-source", "desk.monitor"), 0);
+    EXPECT_TRUE(await(5.0, [&] {
+        return m_hardware->defaultDevice(AudioDirection::input) == monitor &&
+               m_hardware->defaultDevice(AudioDirection::output) == deviceWithUID("desk");
+    }));
+    EXPECT_GT(m_events.count(Kind::defaultOutputChanged), changes);
+}
+
 TEST_F(PulseHardwareDevicesTest, answersAboutUnknownDevicesWithNothing) {
     constexpr AudioDeviceID unknown = 4711;
     EXPECT_TRUE(m_hardware->deviceName(unknown).empty());

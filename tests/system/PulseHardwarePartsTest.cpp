@@ -243,6 +243,22 @@ TEST(PulseDeviceTable, tellsTheHalvesOfADuplexDeviceApart) {
     EXPECT_EQ(table.uniqueId(devices[1]), "sink:duplex");
 }
 
+TEST(PulseDeviceTable, knowsTheDefaultOfEachDirection) {
+    PulseDeviceTable table;
+    std::vector<PulseDevice> devices{makeDevice("a", AudioDirection::input),
+                                     makeDevice("b", AudioDirection::input),
+                                     makeDevice("c", AudioDirection::output)};
+    devices[1].isDefault = true;
+    table.replace(devices);
+    EXPECT_EQ(table.defaultDevice(AudioDirection::input), table.devices()[1]);
+    EXPECT_EQ(table.defaultDevice(AudioDirection::output), 0U);
+    devices[2].isDefault = true;
+    EXPECT_FALSE(table.replace(devices));
+    EXPECT_EQ(table.defaultDevice(AudioDirection::output), table.devices()[2]);
+    table.replace({});
+    EXPECT_EQ(table.defaultDevice(AudioDirection::input), 0U);
+}
+
 TEST(PulseDeviceTable, keepsPortIds_whenPortsChangeTheirOrder) {
     PulseDeviceTable table;
     PulseDevice device = makeDevice("card", AudioDirection::input);
