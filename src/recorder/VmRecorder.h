@@ -347,7 +347,7 @@ private:
     HostTime m_holesReported = 0;
     /// Sound from here on belongs to a recording that begins at the next tick.
     std::optional<StreamMoment> m_beginWith;
-    bool m_isSeam = false;              // the next file goes on where the last one ends
+    bool m_isSeam = false; // the next file goes on where the last one ends
 
     void follow(std::optional<PlannedEnd>& planned, Date date) const;
     Date m_boundaryDate;
