@@ -9,13 +9,14 @@
 #include <string_view>
 #include <unistd.h>
 
-// A sanitizer needs `malloc` for itself.
+// A sanitizer needs `malloc` for itself, and the thread sanitizer `new` too: it tells by the caller which
+// library allocates.
 #if defined(__GLIBC__) && !defined(WATCHED_BY_A_SANITIZER)
 #define GUARDS_MALLOC
 #endif
 
 namespace {
-void checkThatNoCycleRuns() {
+[[maybe_unused]] void checkThatNoCycleRuns() {
     if (!RealtimeScope::active())
         return;
     // Nothing that might allocate: this is what is forbidden here.
@@ -24,6 +25,7 @@ void checkThatNoCycleRuns() {
     std::abort();
 }
 
+#ifndef WATCHED_BY_THE_THREAD_SANITIZER
 void* allocate(std::size_t size, std::size_t alignment) {
     checkThatNoCycleRuns();
     if (size == 0)
@@ -39,6 +41,7 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment) {
         throw std::bad_alloc();
     return memory;
 }
+#endif
 } // namespace
 
 #ifdef GUARDS_MALLOC
@@ -76,6 +79,11 @@ bool RealtimeGuard::seesMalloc() noexcept {
     return false;
 }
 #endif
+
+#ifndef WATCHED_BY_THE_THREAD_SANITIZER
+bool RealtimeGuard::seesNew() noexcept {
+    return true;
+}
 
 void* operator new(std::size_t size) {
     return allocateOrThrow(size, alignof(std::max_align_t));
@@ -125,3 +133,8 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
     std::free(memory);
 }
+#else
+bool RealtimeGuard::seesNew() noexcept {
+    return false;
+}
+#endif

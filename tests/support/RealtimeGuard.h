@@ -6,4 +6,6 @@ namespace RealtimeGuard {
 /// Whether it also sees `malloc` and its like, of this program and of the libraries it calls; else it sees
 /// `operator new` only, because a sanitizer needs `malloc` for itself.
 bool seesMalloc() noexcept;
+/// Whether it sees `operator new`: not under the thread sanitizer, which has to know which library allocates.
+bool seesNew() noexcept;
 } // namespace RealtimeGuard

@@ -9,6 +9,14 @@
 #endif
 #endif
 
+#ifdef __SANITIZE_THREAD__
+#define WATCHED_BY_THE_THREAD_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define WATCHED_BY_THE_THREAD_SANITIZER
+#endif
+#endif
+
 #ifdef WATCHED_BY_A_SANITIZER
 inline constexpr bool watchedBySanitizer = true;
 #else
