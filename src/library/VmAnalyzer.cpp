@@ -192,11 +192,13 @@ void VmAnalyzer::createImageFileThread(const Order& order) {
 }
 
 VmAnalyzer::End VmAnalyzer::createImage(const Order& order) {
-    // The recording in progress gets another name every minute, and one that has ended may be deleted or
-    // renamed.
-    const bool mayVanish = order.isProgress || !order.isAskedFor;
+    if (!order.isAskedFor && !soundFileExistAtPath(m_controler.seams().volume, order.path))
+        return End::tryAgain; // deleted or renamed since it ended: nobody misses the picture
     const std::unique_ptr<SoundFile> file = m_controler.mechanic().openAIFFFileForWorker(order.path);
     if (!file) {
+        // The recording in progress gets another name every minute, and one that has ended may be deleted just
+        // now.
+        const bool mayVanish = order.isProgress || !order.isAskedFor;
         if (!mayVanish || soundFileExistAtPath(m_controler.seams().volume, order.path))
             reportError("VmAnalyzer: audio file open error.");
         return End::tryAgain;

@@ -57,5 +57,6 @@ private:
     std::size_t m_filesRead = 0;
     std::vector<std::string> m_missing; ///< files that were gone before they were read, and nobody says why
     double m_deletedUnread = 0.0;       ///< seconds, by their names, of files that the budget took before
+    double m_leftBehind = 0.0;          ///< seconds in work files of a folder that was moved away
     std::vector<std::string> m_faults;  ///< what was broken, in order
 };
