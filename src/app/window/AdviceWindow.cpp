@@ -7,15 +7,18 @@
 #include "base/Texts.h"
 #include "storage/AdvicePanel.h"
 
+#include <algorithm>
 #include <QBoxLayout>
 #include <QFormLayout>
 #include <QHideEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 
 namespace {
-constexpr int textWidth = 420; ///< pixels
+constexpr int textWidth = 420;  ///< pixels
+constexpr int widestFrame = 40; ///< pixels, at most: its frame is not known before it is shown
 
 QString textOf(const Texts& texts, const char* key) {
     return QString::fromStdString(texts(key));
@@ -85,8 +88,13 @@ void AdviceWindow::layOut(const Texts& texts) {
 void AdviceWindow::present() {
     if (!isVisible()) {
         adjustSize();
-        if (const QWidget* const beside = parentWidget(); beside != nullptr)
-            move(beside->frameGeometry().center() - rect().center());
+        if (const QWidget* const beside = parentWidget(); beside != nullptr) {
+            QRect place(beside->frameGeometry().center() - rect().center(), size());
+            const QRect room = beside->screen()->availableGeometry(); // it is wider than the record tab
+            place.moveRight(std::min(place.right(), room.right() - widestFrame));
+            place.moveBottom(std::min(place.bottom(), room.bottom() - widestFrame));
+            move(std::max(place.left(), room.left()), std::max(place.top(), room.top()));
+        }
     }
     show();
     raise();

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QtTest>
 
 namespace {
@@ -56,6 +57,16 @@ TEST_P(AdviceWindowTest, liesInTheMiddleOfItsParent) {
     advise();
     const QPoint apart = window.geometry().center() - beside.geometry().center();
     EXPECT_LE(apart.manhattanLength(), 4);
+}
+
+TEST_P(AdviceWindowTest, liesOnTheScreen_whenItsParentIsAtTheEdge) {
+    const QRect room = beside.screen()->availableGeometry();
+    for (const QPoint corner : {room.topLeft(), room.bottomRight() - QPoint(100, 100)}) {
+        beside.move(corner);
+        advise();
+        EXPECT_TRUE(room.contains(window.frameGeometry())) << corner.x();
+        window.hide();
+    }
 }
 
 TEST_P(AdviceWindowTest, closesThePanel_byTheButtonOrEscapeOrTheFrame) {
