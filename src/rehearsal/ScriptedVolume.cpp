@@ -10,31 +10,23 @@
 #include <utility>
 
 namespace {
-class ScriptedFile final : public VolumeFile {
+class ScriptedFile final : public VolumeFileLayer {
 public:
     ScriptedFile(std::unique_ptr<VolumeFile> file, ScriptedVolume& volume)
-        : m_file(std::move(file)), m_volume(volume) {}
+        : VolumeFileLayer(std::move(file)), m_volume(volume) {}
 
-    std::int64_t readAt(std::int64_t offset, std::span<std::byte> into) override {
-        return m_file->readAt(offset, into);
-    }
     int writeAt(std::int64_t offset, std::span<const std::byte> bytes) override {
         const std::int64_t end = offset + static_cast<std::int64_t>(bytes.size());
         const int fault =
             m_volume.beforeWrite(static_cast<double>(std::max<std::int64_t>(end - m_file->size(), 0)));
         return fault != 0 ? fault : m_file->writeAt(offset, bytes);
     }
-    int truncate(std::int64_t size) override { return m_file->truncate(size); }
     int synchronize() override {
         m_volume.beforeSynchronizing();
         return 0; // a rehearsal's machine never loses power
     }
-    std::int64_t size() override { return m_file->size(); }
-    bool isAt(const std::string& path) override { return m_file->isAt(path); }
-    int close() override { return m_file->close(); }
 
 private:
-    std::unique_ptr<VolumeFile> m_file;
     ScriptedVolume& m_volume;
 };
 } // namespace
@@ -126,10 +118,6 @@ std::unique_ptr<VolumeFile> ScriptedVolume::create(const std::string& path) {
         return nullptr;
     }
     return wrapped(m_files.create(path));
-}
-
-std::unique_ptr<VolumeFile> ScriptedVolume::openForReading(const std::string& path) {
-    return m_files.openForReading(path);
 }
 
 std::unique_ptr<VolumeFile> ScriptedVolume::openForUpdating(const std::string& path) {

@@ -1,7 +1,7 @@
 // rehearsal/ScriptedVolume.h — a volume whose size, speed and faults are scripted.
 #pragma once
 #include "rehearsal/VolumeRoom.h"
-#include "storage/Volume.h"
+#include "storage/VolumeLayer.h"
 
 #include <atomic>
 #include <mutex>
@@ -10,9 +10,9 @@
 class Clock;
 
 /// Real files of another volume, with faults on top. Faults may be set while files are open.
-class ScriptedVolume final : public Volume {
+class ScriptedVolume final : public VolumeLayer {
 public:
-    ScriptedVolume(Volume& files, Clock& clock) : m_files(files), m_clock(clock) {}
+    ScriptedVolume(Volume& files, Clock& clock) : VolumeLayer(files), m_clock(clock) {}
 
     // Any thread
     /// Every write fails with ENOSPC from now on.
@@ -36,30 +36,8 @@ public:
     static double usedBytes(const std::string& folder);
 
     std::unique_ptr<VolumeFile> create(const std::string& path) override;
-    std::unique_ptr<VolumeFile> openForReading(const std::string& path) override;
     std::unique_ptr<VolumeFile> openForUpdating(const std::string& path) override;
-    bool exists(const std::string& path) override { return m_files.exists(path); }
-    std::optional<std::int64_t> fileSize(const std::string& path) override { return m_files.fileSize(path); }
-    bool isFolder(const std::string& path) override { return m_files.isFolder(path); }
-    bool isSameFile(const std::string& path, const std::string& other) override {
-        return m_files.isSameFile(path, other);
-    }
-    bool makeFolder(const std::string& path) override { return m_files.makeFolder(path); }
-    int renameWithoutReplacing(const std::string& from, const std::string& to) override {
-        return m_files.renameWithoutReplacing(from, to);
-    }
-    int makeLink(const std::string& existing, const std::string& link) override {
-        return m_files.makeLink(existing, link);
-    }
-    int remove(const std::string& path) override { return m_files.remove(path); }
-    int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
     std::vector<VolumeEntry> list(const std::string& folder) override;
-    std::vector<std::optional<FileStatus>> look(const std::string& folder,
-                                                const std::vector<std::string>& names) override {
-        return m_files.look(folder, names);
-    }
-    bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
-    int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
     /// The other volume's, unless the room was limited.
     std::optional<double> freeBytes(const std::string& folder) override;
 
@@ -75,7 +53,6 @@ private:
     int takeRoom(double growth);
     double countFreeBytes() const;
 
-    Volume& m_files;
     Clock& m_clock;
     std::atomic<bool> m_writeError{false};
     std::atomic<double> m_writeSeconds{0.0};

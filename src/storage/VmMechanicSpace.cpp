@@ -6,12 +6,22 @@
 #include "storage/Paths.h"
 #include "storage/VmMechanic.h"
 
+#include <array>
+#include <charconv>
 #include <cstring>
 
 namespace {
 constexpr std::string_view progressSoundFileNameKey = "ProgressSoundFileName";
 constexpr double bytesPerMegabyte = 1048576.0;
 constexpr double pauseSeconds = 0.1;
+
+/// In as many digits as were set: the settings hold what a single-precision number can.
+std::string megabytesText(double megabytes) {
+    std::array<char, 64> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<float>(megabytes),
+                                   std::chars_format::fixed);
+    return {digits.data(), end.ptr};
+}
 } // namespace
 
 RecordSpace::Place VmMechanic::place() const {
@@ -97,7 +107,7 @@ double VmMechanic::moveBackupDataWithPath(const std::string& path) {
 }
 
 void VmMechanic::adviceAlertWithPath(const std::string& path, double total) {
-    m_advicePanel.adviceSizeText.setText(formatted("%.10g", m_adviceDataSize));
+    m_advicePanel.adviceSizeText.setText(megabytesText(m_adviceDataSize));
     m_advicePanel.advicePathText.setText(path);
     m_advicePanel.adviceTotalText.setText(formatted("%.1f", total / bytesPerMegabyte));
     m_advicePanel.show();

@@ -93,6 +93,13 @@ TEST_F(DesktopNotifierTest, saysOnceThatNoDesktopShowsAnything) {
     m_notifier->show(QStringLiteral("another"), {});
     ASSERT_TRUE(becomesTrueInLoop([&] { return !m_log.lines().empty(); }));
     m_notifier->show(QStringLiteral("a third"), {});
+    // Answers come in order: once this one is here, so is that of the third.
+    QDBusConnection bus(QStringLiteral("notifier"));
+    EXPECT_EQ(bus.call(QDBusMessage::createMethodCall(
+                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")))
+                  .type(),
+              QDBusMessage::ReplyMessage);
     for (int i = 0; i < 20; ++i)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     EXPECT_EQ(m_log.lines().size(), 1U);

@@ -2,14 +2,11 @@
 
 #include <cerrno>
 
-class NthFaultVolume::File final : public VolumeFile {
+class NthFaultVolume::File final : public VolumeFileLayer {
 public:
     File(NthFaultVolume& volume, std::unique_ptr<VolumeFile> file)
-        : m_volume(volume), m_file(std::move(file)) {}
+        : VolumeFileLayer(std::move(file)), m_volume(volume) {}
 
-    std::int64_t readAt(std::int64_t offset, std::span<std::byte> into) override {
-        return m_file->readAt(offset, into);
-    }
     int writeAt(std::int64_t offset, std::span<const std::byte> bytes) override {
         if (!m_volume.strikes(writing))
             return m_file->writeAt(offset, bytes);
@@ -20,8 +17,6 @@ public:
         return m_volume.strikes(truncating) ? EIO : m_file->truncate(size);
     }
     int synchronize() override { return m_volume.strikes(synchronizing) ? EIO : m_file->synchronize(); }
-    std::int64_t size() override { return m_file->size(); }
-    bool isAt(const std::string& path) override { return m_file->isAt(path); }
     int close() override {
         const int error = m_file->close();
         return m_volume.strikes(closing) ? EIO : error;
@@ -29,7 +24,6 @@ public:
 
 private:
     NthFaultVolume& m_volume;
-    const std::unique_ptr<VolumeFile> m_file;
 };
 
 std::unique_ptr<VolumeFile> NthFaultVolume::wrapped(std::unique_ptr<VolumeFile> file) {

@@ -1,7 +1,7 @@
 // faults/NthFaultVolume.h — a volume on which the n-th operation of a kind fails.
 #pragma once
 #include "base/Clock.h"
-#include "storage/Volume.h"
+#include "storage/VolumeLayer.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@
 
 /// Real files of another volume. Counts what is done to them, and lets one of it fail: once, for some seconds
 /// or for good. A failing write has written half of its bytes.
-class NthFaultVolume final : public Volume {
+class NthFaultVolume final : public VolumeLayer {
 public:
     enum Operation {
         creating,
@@ -42,7 +42,7 @@ public:
     static constexpr double forEver = 1e9;
 
     NthFaultVolume(Volume& files, const Clock& clock, const Fault& fault)
-        : m_files(files), m_clock(clock), m_fault(fault) {}
+        : VolumeLayer(files), m_clock(clock), m_fault(fault) {}
 
     int count(Operation operation) const { return m_counts[operation]; }
     /// When the fault first struck; nothing if it did not.
@@ -65,13 +65,6 @@ public:
     std::unique_ptr<VolumeFile> create(const std::string& path) override;
     std::unique_ptr<VolumeFile> openForReading(const std::string& path) override;
     std::unique_ptr<VolumeFile> openForUpdating(const std::string& path) override;
-    bool exists(const std::string& path) override { return m_files.exists(path); }
-    std::optional<std::int64_t> fileSize(const std::string& path) override { return m_files.fileSize(path); }
-    bool isFolder(const std::string& path) override { return m_files.isFolder(path); }
-    bool isSameFile(const std::string& path, const std::string& other) override {
-        return m_files.isSameFile(path, other);
-    }
-    bool makeFolder(const std::string& path) override { return m_files.makeFolder(path); }
     int renameWithoutReplacing(const std::string& from, const std::string& to) override {
         return strikes(renaming) ? EIO : m_files.renameWithoutReplacing(from, to);
     }
@@ -83,19 +76,11 @@ public:
         return strikes(synchronizingFolder) ? EIO : m_files.synchronizeFolder(folder);
     }
     std::vector<VolumeEntry> list(const std::string& folder) override;
-    std::vector<std::optional<FileStatus>> look(const std::string& folder,
-                                                const std::vector<std::string>& files) override {
-        return m_files.look(folder, files);
-    }
-    bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
-    int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
-    std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }
 
 private:
     class File;
     std::unique_ptr<VolumeFile> wrapped(std::unique_ptr<VolumeFile> file);
 
-    Volume& m_files;
     const Clock& m_clock;
     Fault m_fault;
     std::array<std::atomic<int>, operations> m_counts{};

@@ -81,6 +81,17 @@ TEST_F(BackupAdviceTest, emptiesAndRefillsTheBackupFolder_eachTime) {
     EXPECT_EQ(logged("old backup deleted"), 2u) << "each deletion is said";
 }
 
+TEST_F(BackupAdviceTest, showsTheSizeInTheDigitsInWhichItWasSet) {
+    const auto shown = [this](double megabytes) {
+        mechanic().setAdviceDataSize(megabytes);
+        mechanic().adviceAlertWithPath(backup(), 0.0);
+        return panel().adviceSizeText.text();
+    };
+    EXPECT_EQ(shown(0.05), "0.05");
+    EXPECT_EQ(shown(4096.0), "4096");
+    EXPECT_EQ(shown(16777216.0), "16777216");
+}
+
 TEST_F(BackupAdviceTest, tellsTheBytesMoved_withoutTheOneTooMany) {
     record(hourOf(1, 0), 300'000);
     record(hourOf(1, 1), 700'000);

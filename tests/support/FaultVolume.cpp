@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 
-class FaultVolume::File final : public VolumeFile {
+class FaultVolume::File final : public VolumeFileLayer {
 public:
-    File(FaultVolume& volume, std::unique_ptr<VolumeFile> file) : m_volume(volume), m_file(std::move(file)) {}
+    File(FaultVolume& volume, std::unique_ptr<VolumeFile> file)
+        : VolumeFileLayer(std::move(file)), m_volume(volume) {}
 
     std::int64_t readAt(std::int64_t offset, std::span<std::byte> into) override {
         return m_volume.m_readFails ? -1 : m_file->readAt(offset, into);
@@ -25,18 +26,13 @@ public:
         m_volume.m_room -= grown;
         return m_file->writeAt(offset, bytes);
     }
-    int truncate(std::int64_t size) override { return m_file->truncate(size); }
     int synchronize() override {
         ++m_volume.m_synchronizations;
         return m_volume.m_synchronizeError != 0 ? m_volume.m_synchronizeError : m_file->synchronize();
     }
-    std::int64_t size() override { return m_file->size(); }
-    bool isAt(const std::string& path) override { return m_file->isAt(path); }
-    int close() override { return m_file->close(); }
 
 private:
     FaultVolume& m_volume;
-    const std::unique_ptr<VolumeFile> m_file;
 };
 
 std::unique_ptr<VolumeFile> FaultVolume::wrapped(std::unique_ptr<VolumeFile> file) {

@@ -1,13 +1,13 @@
 // support/FaultVolume.h — a volume on which writes fail when told to.
 #pragma once
-#include "storage/Volume.h"
+#include "storage/VolumeLayer.h"
 
 #include <limits>
 
 /// Real files of another volume. Faults hold for all files opened through it, also those open already.
-class FaultVolume final : public Volume {
+class FaultVolume final : public VolumeLayer {
 public:
-    explicit FaultVolume(Volume& files) : m_files(files) {}
+    using VolumeLayer::VolumeLayer;
 
     /// Room for this many more bytes: a write that needs more is cut there and fails with ENOSPC.
     void setRoom(std::int64_t bytes) { m_room = bytes; }
@@ -27,35 +27,14 @@ public:
     std::unique_ptr<VolumeFile> create(const std::string& path) override;
     std::unique_ptr<VolumeFile> openForReading(const std::string& path) override;
     std::unique_ptr<VolumeFile> openForUpdating(const std::string& path) override;
-    bool exists(const std::string& path) override { return m_files.exists(path); }
-    std::optional<std::int64_t> fileSize(const std::string& path) override { return m_files.fileSize(path); }
-    bool isFolder(const std::string& path) override { return m_files.isFolder(path); }
-    bool isSameFile(const std::string& path, const std::string& other) override {
-        return m_files.isSameFile(path, other);
-    }
-    bool makeFolder(const std::string& path) override { return m_files.makeFolder(path); }
-    int renameWithoutReplacing(const std::string& from, const std::string& to) override {
-        return m_files.renameWithoutReplacing(from, to);
-    }
     int makeLink(const std::string& existing, const std::string& link) override {
         return m_linkError != 0 ? m_linkError : m_files.makeLink(existing, link);
     }
-    int remove(const std::string& path) override { return m_files.remove(path); }
-    int synchronizeFolder(const std::string& folder) override { return m_files.synchronizeFolder(folder); }
-    std::vector<VolumeEntry> list(const std::string& folder) override { return m_files.list(folder); }
-    std::vector<std::optional<FileStatus>> look(const std::string& folder,
-                                                const std::vector<std::string>& names) override {
-        return m_files.look(folder, names);
-    }
-    bool isLocked(const std::string& path) override { return m_files.isLocked(path); }
-    int setLocked(const std::string& path, bool locked) override { return m_files.setLocked(path, locked); }
-    std::optional<double> freeBytes(const std::string& folder) override { return m_files.freeBytes(folder); }
 
 private:
     class File;
     std::unique_ptr<VolumeFile> wrapped(std::unique_ptr<VolumeFile> file);
 
-    Volume& m_files;
     std::int64_t m_room = std::numeric_limits<std::int64_t>::max();
     int m_failingWrite = 0;
     int m_writeError = 0;

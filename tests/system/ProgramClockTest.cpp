@@ -1,40 +1,15 @@
 // The built program while its wall clock is set.
 #include "system/CountedDuty.h"
+#include "system/SettableWallClock.h"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
-/// Preloaded into the program; what the file says is added to the wall clock.
-std::string clockLibrary() {
-    for (const char* folder : {"/usr/lib/x86_64-linux-gnu/faketime", "/usr/lib/aarch64-linux-gnu/faketime",
-                               "/usr/lib/faketime", "/usr/local/lib/faketime", "/usr/lib64/faketime"})
-        if (const std::string path = std::string(folder) + "/libfaketimeMT.so.1"; std::filesystem::exists(path))
-            return path;
-    return {};
-}
-
-/// A sanitizer's runtime has to come before whatever else is preloaded.
-std::string withSanitizerFirst(const std::string& library) {
-    std::ifstream file("/proc/self/maps");
-    for (std::string line; std::getline(file, line);)
-        if (line.find("/libasan.so") != std::string::npos || line.find("/libtsan.so") != std::string::npos)
-            return line.substr(line.find('/')) + ":" + library;
-    return library;
-}
-
 class ProgramClock : public testing::TestWithParam<int> {
 protected:
-    void set(int seconds) const {
-        const std::string renewed = place.path() + "/offset.new";
-        std::ofstream(renewed) << (seconds < 0 ? "" : "+") << seconds << "\n";
-        std::filesystem::rename(renewed, offset);
-    }
-
     TemporaryFolder place;
-    const std::string offset = place.path() + "/offset";
+    SettableWallClock clock{place.path() + "/clock"};
 };
 
 std::string nameOf(const testing::TestParamInfo<int>& by) {
@@ -45,21 +20,15 @@ std::string nameOf(const testing::TestParamInfo<int>& by) {
 TEST_P(ProgramClock, losesNoFrameAndSaysSo_whenTheWallClockIsSet) {
     if (const std::string why = PrivatePulseServer::whyNot(); !why.empty())
         GTEST_SKIP() << why;
-    if (clockLibrary().empty())
-        GTEST_SKIP() << "libfaketime is not installed";
     const int by = GetParam();
     PrivatePulseServer server;
     CountedDuty duty(server, place.path() + "/record", 45.0);
-    set(0);
-    ASSERT_TRUE(duty.launch({}, {{"LD_PRELOAD", withSanitizerFirst(clockLibrary())},
-                                 {"FAKETIME_TIMESTAMP_FILE", offset},
-                                 {"FAKETIME_NO_CACHE", "1"},
-                                 {"FAKETIME_DONT_FAKE_MONOTONIC", "1"}}));
+    ASSERT_TRUE(duty.launch({}, clock.environment()));
     duty.pauseFor(7.0);
-    set(by);
+    clock.setAhead(by);
     ASSERT_TRUE(duty.awaitLines("the clock was set by", 1, 4.0)) << duty.log();
     duty.pauseFor(7.0);
-    set(0);
+    clock.setAhead(0);
     ASSERT_TRUE(duty.awaitLines("the clock was set by", 2, 4.0)) << duty.log();
     duty.pauseFor(7.0);
     const double seconds = duty.elapsed();

@@ -17,14 +17,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double rate = 44100.0;
 
-std::string clockLibrary() {
-    for (const char* folder : {"/usr/lib/x86_64-linux-gnu/faketime", "/usr/lib/aarch64-linux-gnu/faketime",
-                               "/usr/lib/faketime", "/usr/local/lib/faketime", "/usr/lib64/faketime"})
-        if (const std::string path = std::string(folder) + "/libfaketimeMT.so.1"; std::filesystem::exists(path))
-            return path;
-    return {};
-}
-
 double secondsSince(Clock::time_point moment) {
     return std::chrono::duration<double>(Clock::now() - moment).count();
 }
@@ -77,13 +69,7 @@ void SoakDuty::play() {
 
 bool SoakDuty::launch() {
     ChildProcess::Environment environment = m_server.environment();
-    if (const std::string library = clockLibrary(); !library.empty()) {
-        setClockFile(0);
-        environment["LD_PRELOAD"] = library;
-        environment["FAKETIME_TIMESTAMP_FILE"] = m_folder.path() + "/offset";
-        environment["FAKETIME_NO_CACHE"] = "1";
-        environment["FAKETIME_DONT_FAKE_MONOTONIC"] = "1";
-    }
+    environment.merge(m_clock.environment());
     std::vector<std::string> arguments = {"--headless", "--folder", m_disk.path() + "/record"};
     for (const char* setting : {"RecordSwitch=yes", "SamplingRateNumber=2", "ChannelsNumber=2",
                                 "MaxRecordTime=90", "MaxTotalTime=600"})
@@ -214,13 +200,7 @@ void SoakDuty::moveFolder() {
 }
 
 void SoakDuty::setClock() {
-    setClockFile(std::lround(between(-3600.0, 3600.0)));
-}
-
-void SoakDuty::setClockFile(long seconds) const {
-    const std::string renewed = m_folder.path() + "/offset.new";
-    std::ofstream(renewed) << (seconds < 0 ? "" : "+") << seconds << "\n";
-    std::filesystem::rename(renewed, m_folder.path() + "/offset");
+    m_clock.setAhead(std::lround(between(-3600.0, 3600.0)));
 }
 
 double SoakDuty::secondsTold() const {

@@ -5,6 +5,7 @@
 #include "system/PrivatePulseServer.h"
 #include "system/ProcessFigures.h"
 #include "system/RunningProgram.h"
+#include "system/SettableWallClock.h"
 
 #include <chrono>
 #include <memory>
@@ -37,7 +38,6 @@ private:
     void pullSource();
     void moveFolder();
     void setClock();
-    void setClockFile(long seconds) const;
     double between(double least, double most);
     double secondsTold() const;
     std::string log() const;
@@ -46,6 +46,7 @@ private:
     PrivateDisk m_disk{PrivateDisk::Kind::ext4, 512};
     PrivatePulseServer m_server;
     TemporaryFolder m_folder;
+    SettableWallClock m_clock{m_folder.path() + "/clock"};
     std::unique_ptr<ChildProcess> m_player;
     std::unique_ptr<RunningProgram> m_program;
     pid_t m_process = -1;
