@@ -7,12 +7,15 @@
 #include <string>
 #include <vector>
 
-/// Baseline RGB pictures of "TIFF, Revision 6.0" (June 1992), section 6: little-endian, eight bits a sample,
-/// not compressed, one strip, so that every viewer opens them.
+/// RGB pictures of "TIFF, Revision 6.0" (June 1992), section 6: little-endian, eight bits a sample, one strip,
+/// so that every viewer opens them. The strip is compressed as "Adobe Photoshop TIFF Technical Notes" (March
+/// 2002) has it, by deflate: a folder of short recordings would hold half as much in pictures as in sound
+/// otherwise.
 ///
 ///     0     "II", 42, offset of the directory (8)
 ///     8     directory: 14 entries of 12 bytes, 0
-///     182   bits per sample, resolutions, description with its zero byte, samples row by row
+///     182   bits per sample, resolutions, description with its zero byte, samples row by row,
+///           deflated as a whole
 struct TiffFile {
     static constexpr std::uint32_t largestSide = 16384; ///< points
 
@@ -23,7 +26,8 @@ struct TiffFile {
 
     // Any thread
     std::vector<std::byte> encoded() const;
-    /// Reads what `encoded` makes. Nothing for any other file, be it cut off, too long or changed in its
-    /// lengths.
-    static std::optional<TiffFile> decoded(std::span<const std::byte> bytes);
+    /// Reads what `encoded` makes of a picture of this size. Nothing for any other file, be it cut off, too
+    /// long or changed in any byte.
+    static std::optional<TiffFile> decoded(std::span<const std::byte> bytes, std::uint32_t width,
+                                           std::uint32_t height);
 };

@@ -116,9 +116,9 @@ std::optional<QImage> WaveformPicture::kept(Volume& volume, const std::string& s
     std::vector<std::byte> content(static_cast<std::size_t>(bytes));
     if (file->readAt(0, content) != bytes)
         return std::nullopt;
-    const auto tiff = TiffFile::decoded(content);
-    if (!tiff || tiff->description != descriptionOf(soundBytes) ||
-        QSize(static_cast<int>(tiff->width), static_cast<int>(tiff->height)) != size)
+    const auto tiff = TiffFile::decoded(content, static_cast<std::uint32_t>(size.width()),
+                                        static_cast<std::uint32_t>(size.height()));
+    if (!tiff || tiff->description != descriptionOf(soundBytes))
         return std::nullopt;
     const QImage points(reinterpret_cast<const uchar*>(tiff->rgb.data()), size.width(), size.height(),
                         size.width() * 3, QImage::Format_RGB888);
