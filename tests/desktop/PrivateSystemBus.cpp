@@ -3,6 +3,8 @@
 #include "support/TemporaryFolder.h"
 
 #include <cstdlib>
+#include <gtest/gtest.h>
+#include <QDBusConnection>
 #include <stdexcept>
 #include <sys/stat.h>
 
@@ -12,6 +14,21 @@ const std::string& folder() {
     static const TemporaryFolder it;
     return it.path();
 }
+
+/// What the tests sent is still handed to Qt's thread of all buses when they end: it is lost, and a leak, if
+/// the process ends before that thread has come to it. It takes things in order, and a connection is waited
+/// for.
+class LastOnTheBus final : public testing::Environment {
+public:
+    void TearDown() override {
+        const QString name = QStringLiteral("last");
+        EXPECT_FALSE(
+            QDBusConnection::connectToBus(QStringLiteral("unix:path=/nonexistent"), name).isConnected());
+        QDBusConnection::disconnectFromBus(name);
+    }
+};
+const auto* const lastOnTheBus =
+    testing::AddGlobalTestEnvironment(new LastOnTheBus); // it becomes the framework's
 } // namespace
 
 std::string PrivateSystemBus::whyNot() {
