@@ -28,7 +28,8 @@ namespace {
 constexpr int recordings = 10'000;
 constexpr int rounds = 7;
 constexpr double hour = 3600.0;
-constexpr double longestStall = 0.05; // seconds
+constexpr double longestStall = 0.05;  // seconds
+constexpr double longestStretch = 2.0; // seconds; after them the mechanic lets other work come
 
 /// Of the hour `number` hours after the begin of 2020. Every day's last one ends at midnight, and so, by its
 /// name, before it began.
@@ -224,13 +225,10 @@ bool reportBacklog(const std::string& folder) {
     };
     double last = cpu();
     double lastWall = wall();
-    double longest = 0.0;
     double all = 0.0;
     std::vector<double> stretches; // by the clock on the wall, with what the disk takes
     const auto note = [&] {
-        const double taken = cpu() - last;
-        longest = std::max(longest, taken);
-        all += taken;
+        all += cpu() - last;
         stretches.push_back(wall() - lastWall);
         last = cpu();
         lastWall = wall();
@@ -244,7 +242,8 @@ bool reportBacklog(const std::string& folder) {
         "main thread, all but a hundred hours go: %s of CPU in %zu stretches of %s by the clock, %s at most\n",
         ms(all).c_str(), stretches.size(), ms(stretches[stretches.size() / 2]).c_str(),
         ms(stretches.back()).c_str());
-    reportStall("all but a hundred hours must go", longest);
+    reportFigure("main thread, beside 10,000 recordings: a stretch, when all but a hundred hours must go",
+                 ms(stretches.back()), ms(longestStretch), stretches.back() / longestStretch, Aim::atMost, 1.1);
     return mechanic.recordTotalTime() <= 100 * hour && mechanic.recordTotalTime() > 90 * hour;
 }
 } // namespace

@@ -107,5 +107,7 @@ class SoundServer:
         )  # fmt: skip
 
     def recordings(self, name):
+        """The sound files; beside them lie their pictures."""
         folder = self.path(name)
-        return [os.path.join(folder, file) for file in os.listdir(folder)] if os.path.isdir(folder) else []
+        files = os.listdir(folder) if os.path.isdir(folder) else []
+        return [os.path.join(folder, file) for file in files if file.endswith(".aif")]
