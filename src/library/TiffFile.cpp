@@ -115,7 +115,8 @@ std::vector<std::byte> TiffFile::encoded() const {
     assert(rgb.size() == std::size_t{width} * height * 3);
     assert(description.size() >= 4 && description.size() <= longestDescription);
     const QByteArray strip =
-        qCompress(reinterpret_cast<const uchar*>(rgb.data()), static_cast<qsizetype>(rgb.size())).mid(sizeBytes);
+        qCompress(reinterpret_cast<const uchar*>(rgb.data()), static_cast<qsizetype>(rgb.size()))
+            .mid(sizeBytes);
     const std::uint32_t start = samplesAt(description.size());
     Writer writer(start + static_cast<std::size_t>(strip.size()));
     putHead(writer, *this, static_cast<std::uint32_t>(strip.size()));
@@ -126,7 +127,8 @@ std::vector<std::byte> TiffFile::encoded() const {
 
 std::optional<TiffFile> TiffFile::decoded(std::span<const std::byte> bytes, std::uint32_t width,
                                           std::uint32_t height) {
-    if (bytes.size() <= descriptionAt || width == 0 || width > largestSide || height == 0 || height > largestSide)
+    if (bytes.size() <= descriptionAt || width == 0 || width > largestSide || height == 0 ||
+        height > largestSide)
         return std::nullopt;
     const std::uint32_t textSize = get32(bytes, directoryAt + 2 + 6 * entryBytes + 4);
     if (textSize < 5 || textSize > longestDescription + 1)
