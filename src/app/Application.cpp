@@ -14,6 +14,7 @@
 #include "audio/hardware/simulated/SimulatedHardware.h"
 #include "audio/SourceList.h"
 #include "audio/VmDevice.h"
+#include "base/EndOfLinks.h"
 #include "base/QtRunLoop.h"
 #include "base/UserDefaults.h"
 #include "desktop/DesktopNotifier.h"
@@ -28,15 +29,23 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
 #include <unistd.h>
 
 namespace {
-std::string absolutePath(const std::string& path) {
-    return Paths::trimmed(std::filesystem::absolute(path).lexically_normal().string());
+/// Nothing if the current folder is gone, which has no path any more.
+std::optional<std::string> absolutePath(const std::string& path) {
+    std::error_code fault;
+    const auto whole =
+        path.starts_with('/') ? std::filesystem::path(path) : std::filesystem::absolute(path, fault);
+    if (fault)
+        return std::nullopt;
+    return Paths::trimmed(whole.lexically_normal().string());
 }
 
 std::string usualSettingsPath() {
@@ -108,8 +117,13 @@ bool Application::refuse(int exitCode, const std::string& text) {
 }
 
 int Application::run() {
-    if (!prepare() || m_termination.arrived())
+    if (!prepare())
         return m_exitCode;
+    if (m_termination.arrived()) {
+        if (m_line.recordFor)
+            refuse(1, "the program was told to end, nothing is recorded");
+        return m_exitCode;
+    }
     if (m_line.listSources)
         return listSources();
     if (!chooseSource() || !checkFolder())
@@ -118,8 +132,12 @@ int Application::run() {
 }
 
 bool Application::prepare() {
-    std::string settings = m_line.settings.empty() ? usualSettingsPath() : absolutePath(m_line.settings);
-    std::string folder = m_line.folder.empty() ? "" : absolutePath(m_line.folder);
+    const auto givenSettings = absolutePath(m_line.settings.empty() ? usualSettingsPath() : m_line.settings);
+    const auto givenFolder = m_line.folder.empty() ? std::string() : absolutePath(m_line.folder);
+    if (!givenSettings || !givenFolder)
+        return refuse(2, "the current folder is gone: change to another one, or give whole paths");
+    std::string settings = *givenSettings;
+    std::string folder = *givenFolder;
     if (!checkArguments(settings, folder))
         return false;
     if (m_line.demo && (m_line.settings.empty() || m_line.folder.empty())) {
@@ -161,6 +179,8 @@ bool Application::checkArguments(const std::string& settings, const std::string&
         const QJsonValue registered = known.registeredDefault(key);
         if (registered.isUndefined())
             return refuse(2, "--set: there is no setting \"" + key + "\"");
+        if (registered.isArray() || registered.isObject())
+            return refuse(2, "--set: " + key + " is a list, which cannot be given here");
         if (valueLike(registered, text).isUndefined())
             return refuse(2, "--set: \"" + text + "\" is no " + (registered.isBool() ? "yes or no" : "number") +
                                  ", as " + key + " needs it");
@@ -172,10 +192,15 @@ bool Application::lockSettings(const std::string& settings) {
     std::error_code ignored; // where nothing can be written nothing is to be locked
     std::filesystem::create_directories(std::filesystem::path(settings).parent_path(), ignored);
     // One lock however the file is reached.
-    const std::filesystem::path real = std::filesystem::weakly_canonical(settings, ignored);
-    if (m_settingsLock.lockFile((real.empty() ? settings : real.string()) + ".lock") ==
-        InstanceLock::Outcome::heldByAnother)
+    const std::string file = endOfLinks(settings);
+    const std::filesystem::path real = std::filesystem::weakly_canonical(file, ignored);
+    const auto outcome = m_settingsLock.lockFile((real.empty() ? file : real.string()) + ".lock");
+    if (outcome == InstanceLock::Outcome::heldByAnother)
         return refuseBeside("another recorder is running with the settings " + settings);
+    if (outcome == InstanceLock::Outcome::impossible)
+        m_log.log(std::string("Application: the settings cannot be locked (") +
+                  std::strerror(m_settingsLock.error()) +
+                  "); another recorder with them would not be noticed.");
     return true;
 }
 
@@ -312,6 +337,8 @@ int Application::runDuty() {
     }
     m_exitCode = m_runLoop->run();
     exitGuard.reset();
+    if (m_recordFor != nullptr)
+        m_recordFor->giveUp("the program was told to end");
     m_sleep->endDuty();
     m_controler->applicationWillTerminate();
     m_sleep.reset(); // only now may the machine sleep: the last file is finished

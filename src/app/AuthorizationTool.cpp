@@ -43,14 +43,24 @@ struct Pipe {
 /// Starts the program at `path` with `input` as its standard input; -1 when that cannot be done.
 pid_t start(const std::string& path, int input) {
     posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
     if (posix_spawn_file_actions_init(&actions) != 0)
         return -1;
+    if (posix_spawnattr_init(&attributes) != 0) {
+        posix_spawn_file_actions_destroy(&actions);
+        return -1;
+    }
+    sigset_t all; // a signal that is ignored here must not be there
+    sigfillset(&all);
     pid_t child = -1;
     char* const arguments[] = {const_cast<char*>(path.c_str()), nullptr};
     char* const environment[] = {nullptr};
     if (posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO) != 0 ||
-        posix_spawn(&child, path.c_str(), &actions, nullptr, arguments, environment) != 0)
+        posix_spawnattr_setsigdefault(&attributes, &all) != 0 ||
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF) != 0 ||
+        posix_spawn(&child, path.c_str(), &actions, &attributes, arguments, environment) != 0)
         child = -1;
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return child;
 }

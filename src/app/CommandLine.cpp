@@ -124,7 +124,11 @@ std::optional<CommandLine> CommandLine::parse(const std::vector<std::string>& ar
 }
 
 std::vector<std::string> CommandLine::repeated() const {
-    const auto whole = [](const std::string& path) { return std::filesystem::absolute(path).string(); };
+    const auto whole = [](const std::string& path) {
+        std::error_code gone; // the current folder
+        const std::filesystem::path found = std::filesystem::absolute(path, gone);
+        return gone ? path : found.string();
+    };
     std::vector<std::string> arguments;
     for (const auto& [flag, isGiven] : {std::pair{"--headless", headless}, std::pair{"--demo", demo}})
         if (isGiven)

@@ -16,7 +16,10 @@ InstanceLock::Outcome InstanceLock::lockFolder(const std::string& folder) {
 }
 
 InstanceLock::Outcome InstanceLock::lockFile(const std::string& path) {
-    return lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+    int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+    if (descriptor < 0) // it is another user's, or on a disk that is read-only; a lock needs no right to write
+        descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    return lock(descriptor);
 }
 
 bool InstanceLock::isOn(const std::string& path) const {
@@ -27,13 +30,15 @@ bool InstanceLock::isOn(const std::string& path) const {
 }
 
 InstanceLock::Outcome InstanceLock::lock(int descriptor) {
+    m_error = errno;
     if (descriptor < 0)
         return Outcome::impossible;
     if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
         m_descriptor = descriptor;
         return Outcome::taken;
     }
-    const bool held = errno == EWOULDBLOCK;
+    m_error = errno;
+    const bool held = m_error == EWOULDBLOCK;
     ::close(descriptor);
     return held ? Outcome::heldByAnother : Outcome::impossible;
 }

@@ -16,6 +16,8 @@ public:
     Outcome lockFolder(const std::string& folder);
     /// Locks a file of its own at `path`, which is made if need be and stays.
     Outcome lockFile(const std::string& path);
+    /// The errno for which the last lock was not taken.
+    int error() const { return m_error; }
     /// Whether the lock lies on what is at `path` now, on whatever way it is reached.
     bool isOn(const std::string& path) const;
 
@@ -23,4 +25,5 @@ private:
     Outcome lock(int descriptor);
 
     int m_descriptor = -1;
+    int m_error = 0;
 };

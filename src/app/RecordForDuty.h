@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 class VmControler;
 
@@ -19,6 +20,8 @@ public:
     /// `finished` hears an empty text, or in one line why nothing or not everything could be recorded.
     RecordForDuty(VmControler& controler, double seconds, std::function<void(std::string)> finished);
     void begin();
+    /// Ends the recording, unless it has ended; what lacks is told as `why`.
+    void giveUp(std::string why) { end(std::move(why)); }
 
 private:
     void recordingStarted();

@@ -1,28 +1,40 @@
 #include "app/TerminationSignals.h"
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <poll.h>
-#include <sys/signalfd.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace {
-sigset_t terminationSet() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        sigaddset(&set, signal);
-    return set;
+std::atomic<int> g_descriptor{-1}; // for the handler
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void noteSignal(int) {
+    const int error = errno;
+    constexpr std::uint64_t one = 1;
+    if (write(g_descriptor, &one, sizeof one) < 0)
+        errno = 0; // it counts as many already, or nobody listens any more
+    errno = error;
 }
 } // namespace
 
-TerminationSignals::TerminationSignals() {
-    const sigset_t set = terminationSet();
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    m_descriptor = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+TerminationSignals::TerminationSignals() : m_descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    g_descriptor = m_descriptor;
+    // Handled, not blocked: programs that are started from here would inherit that, and could not be ended.
+    struct sigaction action {};
+    action.sa_handler = noteSignal;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaction(signal, &action, nullptr);
 }
 
 TerminationSignals::~TerminationSignals() {
     m_notifier.reset();
+    g_descriptor = -1;
     if (m_descriptor >= 0)
         close(m_descriptor);
 }
@@ -36,11 +48,8 @@ void TerminationSignals::setHandler(std::function<void()> handler) {
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
                      [descriptor = m_descriptor, handler = std::move(handler)] {
-                         signalfd_siginfo info;
-                         bool any = false;
-                         while (read(descriptor, &info, sizeof info) == sizeof info)
-                             any = true;
-                         if (any)
+                         std::uint64_t count = 0;
+                         if (read(descriptor, &count, sizeof count) == sizeof count)
                              handler();
                      });
 }

@@ -4,8 +4,9 @@
 #include <memory>
 #include <QSocketNotifier>
 
-/// While it lives, the signals no longer end the process but call the handler, on the main thread. Made on the
-/// main thread before any other thread is started, so that all threads leave the signals to it.
+/// From its making on, the signals no longer end the process but, while it lives, call the handler, on the main
+/// thread. Programs that are started meanwhile take the signals as usual. One at a time; made on the main
+/// thread.
 class TerminationSignals {
 public:
     TerminationSignals();

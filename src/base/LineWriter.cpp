@@ -28,7 +28,10 @@ bool LineWriter::drain(int timeoutMilliseconds) {
         if (m_dropped > 0)
             m_lines.push_front("(" + std::to_string(std::exchange(m_dropped, 0)) + " lines were dropped)\n");
         pollfd ready{m_descriptor, POLLOUT, 0};
-        if (poll(&ready, 1, timeoutMilliseconds) <= 0 || (ready.revents & POLLOUT) == 0) {
+        const int count = poll(&ready, 1, timeoutMilliseconds);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0 || (ready.revents & POLLOUT) == 0) {
             if ((ready.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0)
                 m_lines.clear(); // nobody will ever read them
             return m_lines.empty();

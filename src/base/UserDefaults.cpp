@@ -1,5 +1,6 @@
 #include "base/UserDefaults.h"
 
+#include "base/EndOfLinks.h"
 #include "base/SystemLog.h"
 
 #include <cmath>
@@ -23,19 +24,6 @@ bool sameType(const QJsonValue& value, const QJsonValue& registered) {
     return registered.isUndefined() || registered.isNull() || value.type() == registered.type();
 }
 
-/// The end of a chain of links, whether there is a file or not; `path` itself if the chain has no end.
-QString endOfLinks(const std::string& path) {
-    constexpr int longestChain = 40; // what the system follows
-    QString file = qString(path);
-    for (int links = 0; links < longestChain; ++links) {
-        const QFileInfo info(file);
-        if (!info.isSymLink())
-            return file;
-        file = info.symLinkTarget();
-    }
-    return qString(path);
-}
-
 /// Why `file` must not be replaced; empty if it may be. The superuser could replace a read-only file as well.
 std::string protectionOf(const QString& file) {
     const QFileInfo info(file);
@@ -51,7 +39,7 @@ UserDefaults::UserDefaults(std::string path, SystemLog& log) : m_path(std::move(
 }
 
 void UserDefaults::load() {
-    QFile file(endOfLinks(m_path));
+    QFile file(qString(endOfLinks(m_path)));
     if (!file.exists() || QFileInfo(file).isSymLink()) // whoever writes hears of a circle of links
         return;
     if (!file.open(QIODevice::ReadOnly)) {
@@ -84,7 +72,7 @@ void UserDefaults::checkVersion() {
 bool UserDefaults::keepCopyOfLaterVersion() {
     const QJsonValue version = m_stored.value(versionKey);
     const QString number = version.isDouble() ? QString::number(version.toDouble()) : QStringLiteral("unknown");
-    const QString path = endOfLinks(m_path);
+    const QString path = qString(endOfLinks(m_path));
     const QString copy = path + QStringLiteral(".version-") + number;
     if (QFileInfo::exists(copy) || !QFileInfo::exists(path))
         return true;
@@ -95,10 +83,10 @@ bool UserDefaults::keepCopyOfLaterVersion() {
 void UserDefaults::setAside(const std::string& why) {
     m_wasUnreadable = true;
     for (int number = 1; number < 1000; ++number) {
-        const QString aside = endOfLinks(m_path) + QStringLiteral(".unreadable-%1").arg(number);
+        const QString aside = qString(endOfLinks(m_path)) + QStringLiteral(".unreadable-%1").arg(number);
         if (QFileInfo::exists(aside))
             continue;
-        if (QFile::rename(endOfLinks(m_path), aside)) {
+        if (QFile::rename(qString(endOfLinks(m_path)), aside)) {
             sayFault("UserDefaults: settings file " + m_path + " cannot be read (" + why + "); it is kept as " +
                      aside.toStdString() + ", defaults are used.");
             return;
@@ -208,7 +196,7 @@ bool UserDefaults::synchronize() {
         return true;
     if (m_readOnly)
         return false;
-    const QString path = endOfLinks(m_path);
+    const QString path = qString(endOfLinks(m_path));
     if (const std::string why = protectionOf(path); !why.empty())
         return sayUnwritten(why);
     QDir().mkpath(QFileInfo(path).absolutePath());

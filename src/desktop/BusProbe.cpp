@@ -38,7 +38,11 @@ std::string whySystemBusIsSilent(double seconds) {
         why = std::strerror(errno);
     } else {
         pollfd answer{bus, POLLIN, 0};
-        if (::poll(&answer, 1, static_cast<int>(seconds * 1000.0)) <= 0)
+        int answers = 0;
+        do
+            answers = ::poll(&answer, 1, static_cast<int>(seconds * 1000.0));
+        while (answers < 0 && errno == EINTR);
+        if (answers <= 0)
             why = "it does not answer";
     }
     ::close(bus);

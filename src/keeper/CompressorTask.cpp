@@ -128,14 +128,18 @@ bool drain(int output, double seconds, bool monitor) {
 }
 
 /// Takes the lock on `folder`, which a process keeps for as long as one that inherited it lives. Goes on
-/// without it where there is none, or when `deadline` comes first.
-void lockFolder(Descriptor& lock, const std::string& folder, double deadline, const std::atomic<bool>& stop) {
+/// without it where there are no locks; false when `deadline` or `stop` comes before it is free: a compressor
+/// of an earlier run is at work there, or another recorder records into it.
+bool lockFolder(Descriptor& lock, const std::string& folder, double deadline, const std::atomic<bool>& stop) {
     if (folder.empty())
-        return;
+        return true;
     lock.take(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    while (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK && !stop &&
-           now() < deadline)
+    while (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        if (stop || now() >= deadline)
+            return false;
         ::poll(nullptr, 0, static_cast<int>(longestWait * 1e3));
+    }
+    return true;
 }
 
 /// A child that runs, until it is found to have ended.
@@ -207,7 +211,9 @@ CompressorTask::Result watch(Child& child, double deadline, const std::atomic<bo
 CompressorTask::Result CompressorTask::run(const Job& job, const std::atomic<bool>& stop) {
     const double deadline = now() + job.timeLimit;
     Descriptor lock;
-    lockFolder(lock, job.folder, deadline, stop);
+    const bool mayBegin = lockFolder(lock, job.folder, deadline, stop);
+    if (!stop && !mayBegin)
+        return {-1, End::folderInUse, 0};
     if (stop)
         return {-1, End::stopped, 0};
     std::array<int, 2> ends{-1, -1};
@@ -238,6 +244,8 @@ std::string CompressorTask::Result::fault() const {
         return std::string("it cannot be started: ") + std::strerror(error);
     case End::noPipe:
         return std::string("there is no pipe for its output: ") + std::strerror(error);
+    case End::folderInUse:
+        return "it was not started, another recorder or compressor is at work in the folder";
     case End::overTime:
         return "it took too long and was ended";
     case End::stopped:

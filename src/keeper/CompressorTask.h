@@ -16,6 +16,7 @@ public:
         killed, ///< by a signal that was not ours
         noTask, ///< it could not be started
         noPipe,
+        folderInUse, ///< for the whole time that it had
         overTime,
         stopped,
     };

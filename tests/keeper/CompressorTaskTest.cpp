@@ -133,6 +133,16 @@ TEST_F(CompressorTaskTest, waitsForACompressorThatOutlivedACrash) {
     EXPECT_EQ(textOf("order"), "first second third");
 }
 
+TEST_F(CompressorTaskTest, doesNotStart_whileSomebodyElseIsAtWorkInTheFolder) {
+    const int other = ::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    const auto result = run("echo yes > " + file("begun"), 0.2);
+    ::close(other);
+    EXPECT_EQ(result.end, End::folderInUse);
+    EXPECT_EQ(result.fault(), "it was not started, another recorder or compressor is at work in the folder");
+    EXPECT_EQ(textOf("begun"), "");
+}
+
 TEST_F(CompressorTaskTest, handsTheLockOnToWhatItStarts) {
     std::thread outliving([this] { EXPECT_EQ(run("echo yes > " + file("begun") + "; sleep 0.3").status, 0); });
     while (textOf("begun").empty())

@@ -51,6 +51,7 @@ TEST(Program, saysInOneLineWhichArgumentIsWrong) {
         {"--set", "RecordMode=maybe"},
         {"--set", "RecordMode=nan"},
         {"--set", "RecordMode"},
+        {"--set", "TimerList=x"},
         {"file.aif"},
         {"--demo", "--source", "Nowhere", "--folder", "/tmp"},
         {"--headless=yes"},
@@ -122,6 +123,67 @@ TEST(Program, refusesToBeTheSecondRecorder_onWhateverWayTheFolderOrTheSettingsAr
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(first.outputLines().size(), 1U);
     umount2(bound.c_str(), MNT_DETACH);
+}
+
+TEST(Program, refusesToBeTheSecondRecorder_whenTheSettingsAreALinkToWhatIsNotThereYet) {
+    const TemporaryFolder place;
+    const std::string link = place.path() + "/link.json";
+    std::filesystem::create_symlink("settings.json", link);
+    RunningProgram first({"--demo", "--headless", "--set", "RecordSwitch=yes", "--settings", link});
+    pauseFor(2.0);
+    RunningProgram second(
+        {"--demo", "--headless", "--record-for", "1", "--settings", place.path() + "/settings.json"});
+    EXPECT_EQ(second.wait(), 1);
+    first.process().signal(SIGTERM);
+    EXPECT_EQ(first.wait(), 0);
+}
+
+TEST(Program, locksItsSettingsByWhatIsThere_andSaysIfItCannot) {
+    const TemporaryFolder place;
+    const std::string settings = place.path() + "/settings.json";
+    std::filesystem::create_directory(settings + ".lock"); // cannot be written, and yet be locked
+    RunningProgram first({"--demo", "--headless", "--set", "RecordSwitch=yes", "--settings", settings});
+    pauseFor(2.0);
+    RunningProgram second({"--demo", "--headless", "--record-for", "1", "--settings", settings});
+    EXPECT_EQ(second.wait(), 1);
+    first.process().signal(SIGTERM);
+    EXPECT_EQ(first.wait(), 0);
+
+    std::filesystem::remove(settings + ".lock");
+    std::filesystem::create_symlink("settings.json.lock", settings + ".lock"); // a circle
+    RunningProgram third({"--demo", "--headless", "--record-for", "1", "--settings", settings});
+    EXPECT_EQ(third.wait(), 0);
+    ASSERT_FALSE(third.errorLines().empty());
+    EXPECT_NE(third.errorLines()[0].find("Application: the settings cannot be locked ("), std::string::npos);
+}
+
+TEST(Program, saysInOneLineThatTheCurrentFolderIsGone) {
+    const TemporaryFolder place;
+    ChildProcess program(
+        {"sh", "-c",
+         "mkdir gone && cd gone && rmdir ../gone && exec \"$0\" --demo --headless --record-for 1 "
+         "--settings ../settings.json --folder record 2>\"$1\"",
+         VELMORATIDE_PROGRAM, place.path() + "/errors"},
+        {{"LC_ALL", "C.UTF-8"}});
+    EXPECT_EQ(program.wait(), 2);
+    std::ifstream errors(place.path() + "/errors");
+    std::string line;
+    ASSERT_TRUE(std::getline(errors, line));
+    EXPECT_NE(line.find("the current folder is gone"), std::string::npos) << line;
+    EXPECT_FALSE(std::getline(errors, line)) << line;
+}
+
+TEST(Program, saysHowMuchIsRecorded_whenASignalCutsARecordingOfAGivenLengthShort) {
+    RunningProgram program({"--demo", "--headless", "--record-for", "60"});
+    pauseFor(patience(2.0));
+    program.process().signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 1);
+    EXPECT_EQ(program.outputLines().size(), 1U);
+    const Lines errors = program.errorLines();
+    ASSERT_FALSE(errors.empty());
+    EXPECT_NE(errors.back().find("velmoratide: the program was told to end ("), std::string::npos)
+        << errors.back();
+    EXPECT_NE(errors.back().find(" of 60.0 seconds are recorded)"), std::string::npos) << errors.back();
 }
 
 TEST(Program, keepsSettingsOfALaterVersion) {
